@@ -1,0 +1,17 @@
+# TVUREV_SANITIZER and TVUREV_COVERAGE turned into compiler flags.
+if(TVUREV_SANITIZER STREQUAL "address")
+  set(TVUREV_SANITIZER_FLAGS -fsanitize=address,undefined -fno-sanitize-recover=all
+    -fno-omit-frame-pointer)
+elseif(TVUREV_SANITIZER STREQUAL "thread")
+  set(TVUREV_SANITIZER_FLAGS -fsanitize=thread -fno-omit-frame-pointer)
+elseif(TVUREV_SANITIZER)
+  message(FATAL_ERROR "TVUREV_SANITIZER is '${TVUREV_SANITIZER}': use address, thread or nothing")
+endif()
+if(TVUREV_SANITIZER)
+  add_compile_options(${TVUREV_SANITIZER_FLAGS})
+  add_link_options(${TVUREV_SANITIZER_FLAGS})
+endif()
+if(TVUREV_COVERAGE)
+  add_compile_options(--coverage -fprofile-update=atomic)
+  add_link_options(--coverage)
+endif()

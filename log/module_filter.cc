@@ -1,0 +1,58 @@
+#include "log/module_filter.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace {
+
+struct ModuleSwitch {
+  const char* switch_file;
+  const char* keyword;        // "" is in every message
+  const char* other_keyword;  // null where there is only one
+};
+
+// Tested in this order. Keywords overlap on purpose: "ide" matches any word
+// that holds those letters, and "pci" passes what "pcie" would.
+constexpr std::array<ModuleSwitch, 18> kModules = {{
+    {"/tmp/ortAll.text", "", nullptr},
+    {"/tmp/ortd.text", "ortd", nullptr},
+    {"/tmp/entity.text", "entity", nullptr},
+    {"/tmp/talnic.text", "talNic", nullptr},
+    {"/tmp/talnic2.text", "talnic", nullptr},
+    {"/tmp/talide.text", "ide", nullptr},
+    {"/tmp/talsas.text", "sas", nullptr},
+    {"/tmp/talfca.text", "fca", nullptr},
+    {"/tmp/talseusb.text", "usb", nullptr},
+    {"/tmp/talsepci.text", "pci", nullptr},
+    {"/tmp/pciedisk.text", "pcie", nullptr},
+    {"/tmp/iscsi.text", "iscsi", nullptr},
+    {"/tmp/talhost.text", "talHost", nullptr},
+    {"/tmp/talhoswver.text", "talHoSwVer", nullptr},
+    {"/tmp/vbq.text", "bb", "vbq"},
+    {"/tmp/smbios.text", "smbios", nullptr},
+    {"/tmp/utils.text", "utils", nullptr},
+    {"/tmp/mox.text", "moxApi", nullptr},
+}};
+
+bool exists(const char* path) {
+  struct stat status = {};
+  return stat(path, &status) == 0;
+}
+
+bool selects(const ModuleSwitch& module, const char* message) {
+  const bool keyword_found =
+      strstr(message, module.keyword) != nullptr ||
+      (module.other_keyword != nullptr && strstr(message, module.other_keyword) != nullptr);
+  return keyword_found && exists(module.switch_file);
+}
+
+}  // namespace
+
+int ModuleDebugEnabled(const char* message) {
+  const bool enabled = std::any_of(kModules.begin(), kModules.end(),
+                                   [&](const auto& module) { return selects(module, message); });
+  return enabled ? 1 : 0;
+}
