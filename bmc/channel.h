@@ -8,6 +8,8 @@
 #ifndef TVUREV_BMC_CHANNEL_H_
 #define TVUREV_BMC_CHANNEL_H_
 
+#include <sys/types.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <span>

@@ -1,0 +1,18 @@
+// A zeroed heap block that frees itself; null when there was no memory.
+#ifndef TVUREV_BMC_HEAP_BUFFER_H_
+#define TVUREV_BMC_HEAP_BUFFER_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+struct HeapBufferDeleter {
+  void operator()(uint8_t* bytes) const;
+};
+using HeapBuffer = std::unique_ptr<uint8_t[], HeapBufferDeleter>;
+
+// Allocates size zeroed bytes. Returns null, without a log line, when there is
+// no memory: each caller has its own message for that.
+HeapBuffer allocate_zeroed(size_t size);
+
+#endif  // TVUREV_BMC_HEAP_BUFFER_H_

@@ -1,0 +1,112 @@
+#include "bmc/interval.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+
+#include "bmc/channel.h"
+#include "bmc/nvram.h"
+#include "log/log.h"
+#include "wire/little_endian.h"
+
+namespace {
+
+constexpr int kAttempts = 3;
+
+using IntervalBytes = std::array<uint8_t, sizeof(uint32_t)>;
+
+// Null for a selector that names no variable.
+const char* variable_of(int selector) {
+  switch (selector) {
+    case 10:
+      return "KXHVMA";
+    case 9:
+      return "KXHVM9";
+    case 8:
+      return "KXHVM8";
+    default:
+      return nullptr;
+  }
+}
+
+bool read_variable(int fd, int selector, IntervalBytes& value, uint8_t& status) {
+  const char* variable = variable_of(selector);
+  if (variable == nullptr) {
+    return true;
+  }
+  for (int attempts_left = kAttempts - 1; attempts_left >= 0; --attempts_left) {
+    uint16_t length = 0;
+    if (OsGetEV(fd, variable, value.data(), sizeof(IntervalBytes), &status, &length) == 0) {
+      return true;
+    }
+    DebugLog("utils: getIntervalEV(): retries [%d]\n", attempts_left);
+    sleep(1);
+  }
+  return false;
+}
+
+uint32_t interval_of(int selector, const IntervalBytes& value, uint8_t status) {
+  if (status == kEvNotFound) {
+    DebugLog("utils: getIntervalEV(): GetEV Success! EV Not Found. Creating EV, disabled.\n");
+    // Inverted on purpose: success is what is reported as a failure.
+    if (setIntervalEV(selector, 0) == 0) {
+      puts("Create and Set Interval EV Failed!");
+      DebugLog("utils: getIntervalEV(): Create and Set Interval EV Failed!.\n");
+    }
+    return 0;
+  }
+  if (status != kEvSuccess) {
+    DebugLog("utils: getIntervalEV(): Get Periodic Trap Interval Failed! return status [0x%x]\n",
+             status);
+    printf(" Get Periodic Trap Interval Failed! return status [0x%x]\n", status);
+    return 0;
+  }
+  const uint32_t interval = get_u32(value, 0);
+  DebugLog("utils: getIntervalEV(): GetEV Success! EV value is [0x%x]\n", interval);
+  return interval;
+}
+
+}  // namespace
+
+uint32_t getIntervalEV(int selector) {
+  const int fd = mox_chrdev(nullptr);
+  DebugLog("utils: getIntervalEV(): openMP returns mox_fd [%d].\n", fd);
+  uint32_t interval = 0;
+  if (fd != -1) {
+    IntervalBytes value = {};
+    uint8_t status = 0;
+    if (read_variable(fd, selector, value, status)) {
+      interval = interval_of(selector, value, status);
+    }
+    close_channel(fd);
+  }
+  DebugLog("utils: getIntervalEV(): return interval [%d]\n", static_cast<int>(interval));
+  return interval;
+}
+
+int setIntervalEV(int selector, uint32_t value) {
+  const int fd = mox_chrdev(nullptr);
+  if (fd == -1) {
+    return 1;
+  }
+  IntervalBytes bytes = {};
+  put_u32(bytes, 0, value);
+  uint8_t status = 0;
+  int result = 0;
+  if (const char* variable = variable_of(selector); variable != nullptr) {
+    result = OsSetEV(fd, variable, bytes.data(), sizeof(IntervalBytes), &status);
+  }
+  if (result == 0) {
+    if (status != kEvSuccess) {
+      DebugLog("utils: setIntervalEV(): Set Periodic Trap Interval Failed with error [0x%x]!\n",
+               status);
+      printf("Set Periodic Trap Interval Failed with error [0x%x]!\n", status);
+      result = 1;
+    } else {
+      DebugLog("utils: setIntervalEV(): Set PeriodicTrapInterval EV Success!\n");
+    }
+  }
+  close_channel(fd);
+  return result;
+}

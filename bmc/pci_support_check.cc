@@ -1,0 +1,86 @@
+#include "bmc/pci_support_check.h"
+
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "log/log.h"
+
+namespace {
+
+constexpr int kPciGeneration = 5;
+constexpr unsigned kVendor = 0x103C;
+constexpr unsigned kDevice = 0x3307;
+constexpr unsigned kSubVendor = 0x1590;
+constexpr unsigned kSubDevice = 0x00E4;
+constexpr unsigned kOtherSubDevice = 0x027F;
+
+using Line = std::array<char, 1024>;
+
+bool read_line(FILE* pipe, Line& line) {
+  return fgets(line.data(), sizeof(Line), pipe) != nullptr;
+}
+
+bool holds(const Line& line, const char* label) {
+  return strstr(line.data(), label) != nullptr;
+}
+
+// Each of these takes the value 0, which is no function's, when the line does
+// not parse.
+unsigned vendor_of(const Line& line) {
+  unsigned value = 0;
+  sscanf(line.data(), "   Vendor ID: 0x%x", &value);
+  return value;
+}
+unsigned device_of(const Line& line) {
+  unsigned value = 0;
+  sscanf(line.data(), "   Device ID: 0x%x", &value);
+  return value;
+}
+unsigned sub_vendor_of(const Line& line) {
+  unsigned value = 0;
+  sscanf(line.data(), "   SubVendor ID: 0x%x", &value);
+  return value;
+}
+unsigned sub_device_of(const Line& line) {
+  unsigned value = 0;
+  sscanf(line.data(), "   SubDevice ID: 0x%x", &value);
+  return value;
+}
+
+// Reads the three lines after a matching vendor line, as far as they match.
+bool rest_matches(FILE* pipe, int32_t generation) {
+  Line line = {};
+  if (!read_line(pipe, line) || !holds(line, "Device ID:") || device_of(line) != kDevice) {
+    return false;
+  }
+  if (!read_line(pipe, line) || !holds(line, "SubVendor ID:") ||
+      sub_vendor_of(line) != kSubVendor || generation != kPciGeneration) {
+    return false;
+  }
+  if (!read_line(pipe, line) || !holds(line, "SubDevice ID:")) {
+    return false;
+  }
+  const unsigned sub_device = sub_device_of(line);
+  return sub_device == kSubDevice || sub_device == kOtherSubDevice;
+}
+
+}  // namespace
+
+int system_is_supported(int32_t generation) {
+  const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen("/sbin/localcli hardware pci list", "r"),
+                                                   &pclose);
+  if (pipe == nullptr) {
+    UtilLog("system_is_supported(): Error popen\n");
+    return 0;
+  }
+  Line line = {};
+  while (read_line(pipe.get(), line)) {
+    if (holds(line, "Vendor ID:") && vendor_of(line) == kVendor &&
+        rest_matches(pipe.get(), generation)) {
+      return 1;
+    }
+  }
+  return 0;
+}

@@ -1,0 +1,22 @@
+/* The other, independent support check: looks for the BMC's PCI function in the
+ * host's device list. It knows generation 5 only, SystemSupported() 6 only; the
+ * two are separate on purpose. Usable from C. */
+#ifndef TVUREV_BMC_PCI_SUPPORT_CHECK_H_
+#define TVUREV_BMC_PCI_SUPPORT_CHECK_H_
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Returns 1 when "/sbin/localcli hardware pci list" shows the function of a BMC
+ * of the given generation, else 0. Runs a shell command; logs only that it
+ * could not be started. */
+int system_is_supported(int32_t generation);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* TVUREV_BMC_PCI_SUPPORT_CHECK_H_ */

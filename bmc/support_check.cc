@@ -1,0 +1,113 @@
+#include "bmc/support_check.h"
+
+#include <sys/stat.h>
+
+#include <array>
+#include <cstdio>
+#include <memory>
+
+#include "bmc/channel.h"
+#include "bmc/chif.h"
+#include "log/log.h"
+
+namespace {
+
+constexpr const char* kStatusFile = "/opt/ortdv/tmp/moxstatus";
+constexpr int kSupportedGeneration = 6;
+
+// The response to the status query, as far as it is read.
+using MoxStatus = std::array<uint8_t, 100>;
+constexpr size_t kFirmwareVersion = 16;  // u16: major, minor
+constexpr size_t kFirmwareDate = 18;     // u32: year - 1990, month, day in the high bits
+constexpr size_t kApplication = 71;      // i8: the BMC's generation
+
+using File = std::unique_ptr<FILE, int (*)(FILE*)>;
+
+bool status_file_is_roots() {
+  struct stat status = {};
+  return stat(kStatusFile, &status) == 0 && status.st_uid == 0;
+}
+
+int supported_by_file(FILE* file) {
+  std::array<char, 128> line = {};
+  int generation = 0;
+  if (fgets(line.data(), line.size(), file) == nullptr) {
+    return 0;
+  }
+  sscanf(line.data(), "Mox%d", &generation);
+  DebugLog("utils: Read from file Mox status [%d]\n", generation);
+  if (generation != kSupportedGeneration) {
+    return 0;
+  }
+  DebugLog("utils: Detected Mox6. System IS supported...\n");
+  return 1;
+}
+
+bool query_status(MoxStatus& status) {
+  const int fd = mox_chrdev(nullptr);
+  if (fd == -1) {
+    UtilLog("get moxStatus Failed: openMP() failed.\n");
+    return false;
+  }
+  std::array<uint8_t, kChifHeaderSize> request = {};
+  const int result = getResponse(fd, kCmdMoxStatus, request, status, nullptr);
+  close_channel(fd);
+  if (result != 0) {
+    UtilLog(" getResponse() for moxStatus Failed!\n");
+    return false;
+  }
+  return true;
+}
+
+void write_status_file(int generation) {
+  const File file(fopen(kStatusFile, "w"), &fclose);
+  if (file != nullptr) {
+    DebugLog("Generating file [%s]...\n", kStatusFile);
+    fprintf(file.get(), "Mox%d\r\n", generation);
+  }
+}
+
+void log_firmware(const MoxStatus& status, int generation) {
+  const unsigned version = get_u16(status, kFirmwareVersion);
+  const uint32_t date = get_u32(status, kFirmwareDate);
+  UtilLog("Mox%d: %d.%d (%d/%d/%d)\n", generation, static_cast<int>(version >> 8),
+          static_cast<int>(version & 0xFF), static_cast<int>(date >> 26) + 1990,
+          static_cast<int>((date >> 22) & 0xF), static_cast<int>((date >> 17) & 0x1F));
+}
+
+int supported_by_bmc() {
+  MoxStatus status = {};
+  int supported = 0;
+  if (query_status(status)) {
+    const int generation = static_cast<int8_t>(get_u8(status, kApplication));
+    DebugLog("utils: get moxStatus Success.  moxStatus.application is [%d]\n", generation);
+    write_status_file(generation);
+    if (generation == kSupportedGeneration) {
+      supported = 1;
+      DebugLog("utils: Detected Mox6. System IS supported...\n");
+      log_firmware(status, generation);
+    } else {
+      DebugLog("utils: System is NOT supported...\n");
+    }
+  }
+  DebugLog("utils: returning system supported flag = [%d].\n", supported);
+  return supported;
+}
+
+}  // namespace
+
+int SystemSupported() {
+  DebugLog("utils: check if system is supported...\n");
+  DebugLog("utils: Looking for file [%s]...\n", kStatusFile);
+  if (!status_file_is_roots()) {
+    DebugLog("utils: File not Found.  Pulling info from Mox...\n");
+    return supported_by_bmc();
+  }
+  DebugLog("utils: Found file\n");
+  const File file(fopen(kStatusFile, "r"), &fclose);
+  if (file == nullptr) {
+    DebugLog("utils: Failed to open file [%s]. Will pull info directly from mox...\n", kStatusFile);
+    return supported_by_bmc();
+  }
+  return supported_by_file(file.get());
+}

@@ -1,0 +1,20 @@
+/* Tells whether the server's BMC is of the supported generation, 6, and caches
+ * the BMC's answer in "/opt/ortdv/tmp/moxstatus". Usable from C. */
+#ifndef TVUREV_BMC_SUPPORT_CHECK_H_
+#define TVUREV_BMC_SUPPORT_CHECK_H_
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Returns 1 when the BMC is generation 6, else 0, also on every failure. A
+ * status file of root's decides alone ("Mox6" in its first line); otherwise the
+ * BMC is asked on a channel of its own, and its generation is written to the
+ * file, whatever it is. Failures and the BMC's firmware version are logged. */
+int SystemSupported(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* TVUREV_BMC_SUPPORT_CHECK_H_ */
