@@ -1,0 +1,170 @@
+#include "daemon/agent_socket.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <span>
+#include <string_view>
+
+#include "bmc/chif.h"
+#include "daemon/control_files.h"
+#include "daemon/packet_dump.h"
+#include "daemon/reverse_proxy.h"
+#include "log/debug_flags.h"
+#include "log/log.h"
+#include "trap/host_address.h"
+#include "trap/trap_sender.h"
+
+namespace {
+
+constexpr std::string_view kSocketPath = "/opt/ortdv/sockets/agentx/tvud";
+constexpr int kBacklog = 5;
+constexpr int kPollTimeoutMs = 1'000;
+constexpr unsigned kHangupPauseSeconds = 30;
+constexpr int kExit = 1;
+
+void detach() {
+  setsid();
+  for (int fd = 0; fd <= 2; ++fd) {
+    close(fd);
+  }
+  open("/dev/null", O_RDWR);  // becomes descriptor 0
+}
+
+int bind_socket(int listener) {
+  sockaddr_un address = {};
+  static_assert(kSocketPath.size() < sizeof address.sun_path);
+  address.sun_family = AF_UNIX;
+  kSocketPath.copy(address.sun_path, kSocketPath.size());
+  unlink(kSocketPath.data());
+  constexpr auto kAddressLength =
+      static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + kSocketPath.size());
+  return bind(listener, reinterpret_cast<const sockaddr*>(&address), kAddressLength);
+}
+
+// Exits the process on failure.
+int open_listener() {
+  const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
+  if (listener == -1) {
+    DaemonDebug("reverse_mode open socket failed.\n");
+    exit(kExit);
+  }
+  if (bind_socket(listener) != 0) {
+    DaemonDebug("reverse_mode socket bind failed.\n");
+    close(listener);
+    exit(kExit);
+  }
+  if (listen(listener, kBacklog) != 0) {
+    DaemonDebug("reverse_mode socket listen failed.\n");
+    close(listener);
+    exit(kExit);
+  }
+  return listener;
+}
+
+// Exits the process on failure.
+int accept_client(int listener) {
+  DaemonDebug(" main TVUD reverse_mode loop\n");
+  create_running_file();
+  numfds = 0;
+  DaemonDebug(" reverse mode:  Waiting for a connection with forward mode ORT...\n");
+  sockaddr_un address = {};
+  socklen_t address_length = sizeof address;  // 110
+  const int client = accept(listener, reinterpret_cast<sockaddr*>(&address), &address_length);
+  if (client == -1) {
+    DaemonDebug("reverse_mode socket accept failed.\n");
+    close(listener);
+    exit(kExit);
+  }
+  Log(kPriorityState, "[tvud]: TVU Reverse Proxy Connected.\n");
+  add_poll_entry(client, POLLIN);
+  DaemonDebug("tvud: TVU Reverse Proxy: numfds [%d].\n", numfds);
+  return client;
+}
+
+void stop_if_requested() {
+  if (ortstop_requested() == 0) {
+    return;
+  }
+  Log(kPriorityState,
+      "tvu_rev_proxy: Detected request to disable and stop TVU Reverse mode for ORT.\n");
+  Log(kPriorityState, "[tvud]: TVU Reverse Proxy Service shutting down...\n");
+  clear_ortstop();
+  exit(kExit);
+}
+
+// Relays what the client sends until it hangs up.
+void serve(int client) {
+  pollfd& entry = poll_fds[0];
+  while (true) {
+    entry.revents = 0;  // a failing poll leaves them alone
+    poll(&entry, 1, kPollTimeoutMs);
+    if ((entry.revents & POLLIN) != 0 && proxy_ortd_trap(client) == -1) {
+      DaemonDebug("reverse mode: proxy_ortd_trap exit\n");
+    }
+    if ((entry.revents & POLLHUP) != 0) {
+      return;
+    }
+    stop_if_requested();
+  }
+}
+
+[[noreturn]] void run_socket_proxy() {
+  detach();
+  const int listener = open_listener();
+  get_host_ipaddress();
+  while (proxy_running != 0) {
+    const int client = accept_client(listener);
+    serve(client);
+    DaemonDebug("reverse mode: tvu_rev_proxy_ort: HUP exit. socket exit\n");
+    close(client);
+    remove_running_file();
+    sleep(kHangupPauseSeconds);
+    stop_if_requested();
+  }
+  close(listener);
+  exit(0);
+}
+
+}  // namespace
+
+void start_socket_proxy() {
+  if (fork() == 0) {
+    run_socket_proxy();
+  }
+}
+
+int proxy_ortd_trap(int client) {
+  DaemonDebug(" proxy_ortd_trap\n");
+  std::array<uint8_t, kChifPacketMax> buffer = {};
+  const ssize_t received = recv(client, buffer.data(), kChifAgentxMax, 0);
+  if (received == 0) {
+    // The end of the stream stays readable. A client that only closed its
+    // sending side must not keep the loop spinning until it hangs up.
+    poll_fds[0].events = 0;
+    return 0;
+  }
+  if (received < 0) {
+    DaemonDebug(" proxy_ortd_trap socket recv() error.  Return -1.\n");
+    return -1;
+  }
+  DaemonDebug("proxy_ortd_trap: received %d bytes . . .\n", static_cast<int>(received));
+  if (g_agentx_dump_flag != 0) {
+    DaemonDebug("BMC_RECV AgentX packet\n");
+    dump_agentx(buffer);
+  }
+  DaemonDebug("sending %d bytes\n", static_cast<int>(received));
+  const std::span<const uint8_t> packet(buffer.data(), static_cast<size_t>(received));
+  if (send_trap_to_host(packet) < 0) {
+    DaemonDebug(" proxy_ortd_trap send trap() error.  Return -1.\n");
+    return -1;
+  }
+  return 0;
+}

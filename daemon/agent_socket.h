@@ -1,0 +1,20 @@
+// The socket proxy: serves the local stream socket
+// "/opt/ortdv/sockets/agentx/tvud" through which a forward-mode management agent
+// on the host hands over its notifications. A forked child in its own session,
+// with descriptor 0 on "/dev/null" and 1 and 2 closed (they soon are sockets:
+// nothing here writes to standard output or standard error). Serves one client
+// at a time; up to 5 more wait.
+#ifndef TVUREV_DAEMON_AGENT_SOCKET_H_
+#define TVUREV_DAEMON_AGENT_SOCKET_H_
+
+// Forks the socket proxy and returns at once in the parent. The child exits
+// with status 1 when the socket cannot be set up, accept fails, or the
+// host-agent stop file appears.
+void start_socket_proxy();
+
+// Receives at most 4080 bytes from the client and relays them as one
+// notification, whatever its PDU type. Returns 0, also at the end of the
+// stream, or -1 when nothing could be received or the trap sender failed.
+int proxy_ortd_trap(int client);
+
+#endif  // TVUREV_DAEMON_AGENT_SOCKET_H_

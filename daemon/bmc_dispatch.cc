@@ -1,0 +1,246 @@
+#include "daemon/bmc_dispatch.h"
+
+#include <syslog.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <span>
+
+#include "bmc/channel.h"
+#include "bmc/chif.h"
+#include "bmc/heap_buffer.h"
+#include "daemon/packet_dump.h"
+#include "daemon/reverse_proxy.h"
+#include "daemon/shutdown_action.h"
+#include "log/debug_flags.h"
+#include "log/log.h"
+#include "trap/agentx.h"
+#include "trap/trap_sender.h"
+
+namespace {
+
+constexpr useconds_t kBusyPauseUs = 1'000;
+constexpr size_t kLogAckSize = 16;
+constexpr size_t kShutdownAckSize = 12;
+constexpr uint32_t kActionReboot = 1;
+constexpr uint32_t kActionAbort = 2;
+
+// A packet as it was read. Zeros follow what was received, and one zero follows
+// the whole buffer, so that a text that fills it still ends.
+struct Packet {
+  std::span<uint8_t> bytes;  // kChifPacketMax
+  int received;
+};
+
+const char* text_of(const Packet& packet) {
+  return reinterpret_cast<const char*>(packet.bytes.data() + kChifPayload);
+}
+
+void acknowledge(int fd, std::span<const uint8_t> packet) {
+  while (write_channel(fd, packet) < 0 && errno == EBUSY) {
+    usleep(kBusyPauseUs);
+  }
+  errno = 0;
+}
+
+void handle_hello_response(const Packet& packet) {
+  DaemonDebug("Received HELLO_RESPONSE [0x%04x].\n", get_u16(packet.bytes, kChifCmdno));
+  errno = static_cast<int>(get_u32(packet.bytes, kChifErrcode));
+  if (errno != 0) {
+    Log(kPriorityFailure, "bmc_recv ERROR: errno is [0x%x]", static_cast<unsigned>(errno));
+  }
+}
+
+void handle_log_packet(int fd, const Packet& packet) {
+  DaemonDebug("case CHIF_IML_LOG: Received log packet [0x%04x].\n", kCmdImlLog);
+  dump_chif(packet.bytes);
+  put_u8(packet.bytes, kChifPayload + get_u16(packet.bytes, kChifErrcode), 0);
+  syslog(kPriorityAlert, "%s", text_of(packet));
+
+  const std::span<uint8_t> ack = packet.bytes.first(kLogAckSize);
+  std::fill(ack.begin(), ack.end(), uint8_t{0});
+  put_chif_header(ack, kLogAckSize, static_cast<uint16_t>(chif_seqno & 0xFFFF), kCmdImlLogAck,
+                  kSvcProxy);
+  ++chif_seqno;
+  acknowledge(fd, ack);
+}
+
+// Announces the request and starts, or aborts, its timer.
+void carry_out_shutdown(uint32_t action, int32_t delay, const char* reason) {
+  if ((action & kActionReboot) != 0) {
+    shutdown_aborted = 0;
+    syslog(kPriorityAlert, "System will reboot in %d seconds due to %s.\n", delay, reason);
+  } else if ((action & kActionAbort) != 0) {
+    syslog(kPriorityState, "Shutdown due to %s has been Aborted.\n", reason);
+    shutdown_aborted = 1;
+    abort_shutdown();
+  } else {
+    shutdown_aborted = 0;
+    syslog(kPriorityAlert, "System will shutdown in %d seconds due to %s.\n", delay, reason);
+  }
+  if (shutdown_aborted == 0) {
+    do_shutdown(action, delay, reason);
+  }
+}
+
+void acknowledge_shutdown(int fd, const Packet& packet) {
+  const uint32_t next = get_u16(packet.bytes, kChifSeqno) + 1U;
+  const std::span<uint8_t> ack = packet.bytes.first(kShutdownAckSize);
+  put_chif_header(ack, kShutdownAckSize, static_cast<uint16_t>(next & 0xFFFF), kCmdShutdownAck,
+                  kSvcProxy);
+  put_u32(ack, kChifErrcode, 0);
+  chif_seqno = (next & 0xFFFF) + 1;
+  dump_chif(packet.bytes);
+  if (g_chif_dump_flag != 0) {
+    fputs("BMC_SEND:  ", stderr);
+    dump_chif(packet.bytes);
+  }
+  acknowledge(fd, ack);
+}
+
+void handle_shutdown(int fd, const Packet& packet) {
+  DaemonDebug("case CHIF_SHUTDOWN: Received log packet [0x%04x].\n", kCmdShutdown);
+  const uint32_t action = get_u32(packet.bytes, kChifErrcode);
+  const auto delay = static_cast<int32_t>(get_u32(packet.bytes, kChifAgentxRespLen));
+  const char* reason = text_of(packet);
+  dump_chif(packet.bytes);
+  DaemonDebug("Shutdown received: action [0x%x] delay [%d] reason [%s].\n", action, delay, reason);
+  carry_out_shutdown(action, delay, reason);
+  acknowledge_shutdown(fd, packet);
+}
+
+void log_status(int status) {
+  errno = status;
+  Log(kPriorityFailure, "bmc_recv ERROR: errno is [0x%x]", static_cast<unsigned>(status));
+}
+
+int return_success(int received) {
+  DaemonDebug("proxy_bmc bmc_recv() error: Received %d bytes from BMC.  Return Success.\n",
+              received);
+  return 0;
+}
+
+// Checks the sizes that an AgentX packet states against what was received.
+bool sizes_are_sound(const Packet& packet) {
+  const int pktsize = get_u16(packet.bytes, kChifPktsize);
+  if (pktsize > packet.received) {
+    DaemonDebug("bmc_recv ERROR: pktsize [%d] grtr rc [%d]", pktsize, packet.received);
+    log_status(EAGAIN);
+    return false;
+  }
+  const uint32_t length = get_u32(packet.bytes, kChifAgentxRespLen);
+  if (length > kChifAgentxMax || length > static_cast<uint32_t>(packet.received)) {
+    Log(kPriorityFailure, "bmc_recv(): agentx_resp_len %d > expected: size=%d, rc=%d",
+        static_cast<int>(length), static_cast<int>(kChifAgentxMax), packet.received);
+    log_status(EMSGSIZE);
+    return false;
+  }
+  return true;
+}
+
+int relay(std::span<const uint8_t> notification) {
+  DaemonDebug("sending %d bytes\n", static_cast<int>(notification.size()));
+  const int result = send_trap_to_host(notification);
+  if (result < 0) {
+    DaemonDebug(" proxy_bmc_trap send trap() error.  Return -1.\n");
+    return -1;
+  }
+  if (result == 1) {
+    DaemonDebug(" proxy_bmc_trap send trap() returns Mox reset trap recvd.\n");
+    return 1;
+  }
+  return 0;
+}
+
+// status is the error number of a status packet, else 0.
+int handle_agentx(const Packet& packet, int status) {
+  errno = status;
+  DaemonDebug("Received packet [0x%04x]... errno [%d]\n", get_u16(packet.bytes, kChifCmdno), errno);
+  if (!sizes_are_sound(packet)) {
+    return 0;
+  }
+  const size_t length = get_u32(packet.bytes, kChifAgentxRespLen);
+  DaemonDebug("bmc_recv: memcpy recvd data to buf len [%d]. . .  errno [%d]\n",
+              static_cast<int>(length), errno);
+  std::array<uint8_t, kChifPacketMax> buffer = {};
+  std::copy_n(packet.bytes.begin() + kChifPayload, length, buffer.begin());
+  if (g_agentx_dump_flag != 0) {
+    DaemonDebug("BMC_RECV AgentX packet\n");
+    dump_agentx(buffer);
+  }
+  if (status != 0) {
+    log_status(status);
+    return 0;
+  }
+  if (length < 1 || get_u8(buffer, kAgentxType) != kAgentxNotify) {
+    return return_success(packet.received);
+  }
+  return relay(std::span(buffer).first(length));
+}
+
+int dispatch(int fd, const Packet& packet) {
+  switch (get_u16(packet.bytes, kChifCmdno)) {
+    case kCmdHelloShortResponse:
+    case kCmdHelloResponse:
+      handle_hello_response(packet);
+      return 0;
+    case kCmdImlLog:
+      handle_log_packet(fd, packet);
+      return 0;
+    case kCmdShutdown:
+      handle_shutdown(fd, packet);
+      return 0;
+    case kCmdStatus:
+    case kCmdStatusShortResponse:
+    case kCmdStatusResponse:
+      return handle_agentx(packet, static_cast<int>(get_u32(packet.bytes, kChifErrcode)));
+    default:
+      return handle_agentx(packet, 0);
+  }
+}
+
+void dump_received(const Packet& packet) {
+  if (g_chif_dump_flag != 0) {
+    DaemonDebug("BMC_RECV CHIF:  ");
+    dump_chif(packet.bytes);
+  }
+}
+
+bool length_is_sound(int length) {
+  return length > static_cast<int>(kChifSessionHeaderSize) &&
+         length <= static_cast<int>(kChifPacketMax);
+}
+
+}  // namespace
+
+int bmc_recv(int fd) {
+  DaemonDebug("rev mode: proxy_bmc_trap\n");
+  DaemonDebug("bmc_recv: start.  fd [%d] errno [%d]\n", fd, errno);
+  errno = 0;
+  if (fd < 0) {
+    return return_success(0);
+  }
+  const HeapBuffer buffer = allocate_zeroed(kChifPacketMax + 1);
+  if (buffer == nullptr) {
+    Log(kPriorityFailure, "bmc_recv(): Failed: malloc for recv_pkt.\n");
+    return 0;
+  }
+  const std::span<uint8_t> bytes(buffer.get(), kChifPacketMax);
+  const Packet packet = {.bytes = bytes, .received = readMP(fd, bytes)};
+  if (packet.received < 1) {
+    DaemonDebug("bmc_recv ERROR: readMP() returns rc [%d]", packet.received);
+    return 0;
+  }
+  DaemonDebug("bmc_recv: Received %d bytes . . .  errno [%d]\n", packet.received, errno);
+  if (!length_is_sound(packet.received)) {
+    DaemonDebug("zemox return rc <= 16 [%d]. pktcmdno [0x%x].  Setting rc to 0...", packet.received,
+                get_u16(bytes, kChifCmdno));
+    dump_received(packet);
+    return 0;
+  }
+  dump_received(packet);
+  return dispatch(fd, packet);
+}

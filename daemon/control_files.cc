@@ -1,0 +1,88 @@
+#include "daemon/control_files.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+
+#include "daemon/reverse_proxy.h"
+#include "log/log.h"
+
+const char* g_running_file = "/opt/ortdv/tmp/tvurevrunning.text";
+const char* g_bmc_stop_file = "/opt/ortdv/tmp/tvurevbmcstop.text";
+const char* g_ort_stop_file = "/opt/ortdv/tmp/tvurevortstop.text";
+
+namespace {
+
+constexpr const char* kRestartFile = "/opt/ortdv/tmp/tvurevrestart.text";
+constexpr unsigned kRestartCheckSeconds = 120;
+
+int exists(const char* path) {
+  struct stat status = {};
+  return stat(path, &status) == 0 ? 1 : 0;
+}
+
+void touch(const char* path) {
+  std::array<char, 256> command = {};
+  snprintf(command.data(), command.size(), "touch %s", path);
+  if (system(command.data()) != 0) {
+    return;  // a file that cannot be made simply is not there
+  }
+}
+
+}  // namespace
+
+int running_file_exists() {
+  return exists(g_running_file);
+}
+
+void create_running_file() {
+  if (running_file_exists() == 0) {
+    touch(g_running_file);
+  }
+}
+
+void remove_running_file() {
+  unlink(g_running_file);
+}
+
+void request_stop() {
+  touch(g_ort_stop_file);
+  touch(g_bmc_stop_file);
+}
+
+int ortstop_requested() {
+  return exists(g_ort_stop_file);
+}
+
+int bmcstop_requested() {
+  return exists(g_bmc_stop_file);
+}
+
+void clear_ortstop() {
+  unlink(g_ort_stop_file);
+}
+
+void clear_bmcstop() {
+  unlink(g_bmc_stop_file);
+}
+
+int restart_requested() {
+  if (exists(kRestartFile) == 0) {
+    return 0;
+  }
+  Log(kPriorityState, "tvurev: Detected TVUREV enable/disable. Restarting tvurev ....\n");
+  unlink(kRestartFile);
+  return 1;
+}
+
+int wait_for_restart() {
+  int requested = restart_requested();
+  while (requested == 0) {
+    sleep(kRestartCheckSeconds);
+    requested = restart_requested();
+  }
+  return requested;
+}

@@ -1,0 +1,106 @@
+// The goodbye of the handshake: unlike hello and connect it writes once, reads
+// once and always closes the channel.
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <span>
+
+#include "bmc/channel.h"
+#include "bmc/chif.h"
+#include "bmc/heap_buffer.h"
+#include "daemon/handshake.h"
+#include "daemon/reverse_proxy.h"
+#include "daemon/session_request.h"
+#include "log/log.h"
+
+namespace {
+
+constexpr useconds_t kWritePauseUs = 1'000;
+constexpr int kReplyTimeoutMs = 1'000'000;
+constexpr uint16_t kShortByeValue = 4;
+
+std::span<uint8_t> build_bye(uint8_t* packet, bool long_form) {
+  const std::span<uint8_t> request(packet, long_form ? kLongRequestSize : kShortRequestSize);
+  if (long_form) {
+    build_long_request(request, 0, kSubBye, 0);
+  } else {
+    build_short_request(request, 0, kSubBye, kShortByeValue);
+  }
+  return request;
+}
+
+// Writes the request. Returns 0, or the write's result when it was short.
+int send_bye(int fd, std::span<const uint8_t> request) {
+  DaemonDebug("go_bye(): bmc_fc [%d] Writing SNMP_HELLO_BYE svc=%d pktlen=%d\n", fd,
+              get_u16(request, kChifSvc), static_cast<int>(request.size()));
+  const int written = static_cast<int>(write_channel(fd, request));
+  const int error = errno;
+  DaemonDebug("go_bye(): After mox write bytes=%d errno =%d\n", written, error);
+  usleep(kWritePauseUs);
+  if (written < static_cast<int>(request.size())) {
+    Log(kPriorityFailure, "go_bye(): Failed: Writing SNMP_HELLO_BYE send=%d errno =%d\n", written,
+        error);
+    return written;
+  }
+  return 0;
+}
+
+// Waits for the reply and checks it. No reply is a success.
+int receive_bye(int fd, std::span<uint8_t> reply) {
+  pollfd entry = {.fd = fd, .events = POLLIN, .revents = 0};
+  const int ready = poll(&entry, 1, kReplyTimeoutMs);
+  if (ready < 0 && errno != EINTR) {
+    Log(kPriorityFailure, "go_bye(): poll() errno=%d\n", errno);
+    return -1;
+  }
+  if (ready <= 0 || (entry.revents & POLLIN) == 0) {
+    return 0;
+  }
+  const int length = readMP(fd, reply);
+  if (length < 0) {
+    Log(kPriorityFailure, "go_bye(): read() bytes=%d  errno=%d\n", length, errno);
+    return -1;
+  }
+  if (length < static_cast<int>(reply.size())) {
+    Log(kPriorityFailure, "go_bye(): read() bytes=%d < len=%d  errno=%d\n", length,
+        static_cast<int>(reply.size()), errno);
+    return -1;
+  }
+  const uint32_t errcode = get_u32(reply, kChifErrcode);
+  if (errcode != 0) {
+    Log(kPriorityFailure, "go_bye(): read() returned rsp_pkt->err=%d  errno=%d\n",
+        static_cast<int>(errcode), errno);
+    return -1;
+  }
+  return 0;
+}
+
+int say_bye(int fd, bool long_form) {
+  const HeapBuffer request = allocate_zeroed(kLongRequestSize);
+  if (request == nullptr) {
+    Log(kPriorityFailure, "go_bye(): Failed: malloc for send_pkt.\n");
+    return -1;
+  }
+  const std::span<uint8_t> packet = build_bye(request.get(), long_form);
+  const int sent = send_bye(fd, packet);
+  if (sent != 0) {
+    return sent;
+  }
+  const size_t reply_size = long_form ? kChifReplyMax : kShortRequestSize;
+  const HeapBuffer reply = allocate_zeroed(reply_size);
+  if (reply == nullptr) {
+    Log(kPriorityFailure, "go_bye(): Failed: malloc for recv_pkt.\n");
+    return -1;
+  }
+  return receive_bye(fd, {reply.get(), reply_size});
+}
+
+}  // namespace
+
+int go_bye(int fd, int long_form) {
+  const int result = say_bye(fd, long_form != 0);
+  close_channel(fd);
+  return result;
+}

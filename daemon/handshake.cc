@@ -1,0 +1,210 @@
+#include "daemon/handshake.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+
+#include "bmc/channel.h"
+#include "bmc/chif.h"
+#include "daemon/packet_dump.h"
+#include "daemon/reverse_proxy.h"
+#include "daemon/session_request.h"
+#include "log/debug_flags.h"
+#include "log/log.h"
+
+namespace {
+
+constexpr useconds_t kWritePauseUs = 10'000;
+constexpr int kReplyTimeoutMs = 10'000;
+
+using Request = std::array<uint8_t, kLongRequestSize>;
+using Reply = std::array<uint8_t, kChifReplyMax>;
+
+// In what hello and connect differ.
+struct Exchange {
+  int reply_size_min;
+  const char* waiting;
+  void (*log_write_failure)(int error);
+  void (*log_poll_failure)(int error);
+  void (*log_read_failure)(int error);
+  void (*log_short_reply)(int length);
+  void (*log_errcode)(int errcode);
+};
+
+constexpr Exchange kHello = {
+    .reply_size_min = 17,
+    .waiting = "waiting on Mox reverse mode response\n",
+    .log_write_failure =
+        [](int error) {
+          Log(kPriorityFailure, "do_hello_rev(): Failed: Writing ZEMOX TVU_HELLO errno =%d\n",
+              error);
+        },
+    .log_poll_failure =
+        [](int error) {
+          Log(kPriorityFailure, "do_hello_rev(): Failed: poll() error=%d\n", error);
+        },
+    .log_read_failure =
+        [](int error) {
+          Log(kPriorityFailure, "do_hello_rev(): Failed: read() error=%d\n", error);
+        },
+    .log_short_reply =
+        [](int length) {
+          Log(kPriorityFailure, "do_hello_rev(): Failed: TVU_HELLO_REV response read() < len %d\n",
+              length);
+        },
+    .log_errcode =
+        [](int errcode) {
+          Log(kPriorityFailure, "do_hello_rev(): Failed: read()<errcode error=%d\n", errcode);
+        },
+};
+
+constexpr Exchange kConnect = {
+    .reply_size_min = 16,
+    .waiting = "waiting on Mox TVU_HELLO_CONNECT response\n",
+    .log_write_failure =
+        [](int error) {
+          Log(kPriorityFailure,
+              "do_connect_rev(): Failed: Writing ZEMOX TVU_HELLO_CONNECT errno =%d\n", error);
+        },
+    .log_poll_failure =
+        [](int error) {
+          Log(kPriorityFailure, "do_connect_rev(): Failed: poll() error=%d\n", error);
+        },
+    .log_read_failure =
+        [](int error) {
+          Log(kPriorityFailure, "do_connect_rev(): Failed: read() error=%d\n", error);
+        },
+    .log_short_reply =
+        [](int length) {
+          Log(kPriorityFailure,
+              "do_connect_rev(): Failed: TVU_HELLO_CONNECT response read()< len %d\n", length);
+        },
+    .log_errcode =
+        [](int errcode) {
+          Log(kPriorityFailure, "do_connect_rev(): Failed: read()<errcode error=%d\n", errcode);
+        },
+};
+
+bool send_request(int fd, const Exchange& exchange, const Request& request) {
+  for (int attempt = 0; attempt < chif_retry_count; ++attempt) {
+    const ssize_t written = write_channel(fd, request);
+    const int error = errno;
+    usleep(kWritePauseUs);
+    if (written == static_cast<ssize_t>(request.size())) {
+      return true;
+    }
+    exchange.log_write_failure(error);
+    if (error != EBUSY) {
+      return false;
+    }
+  }
+  return false;
+}
+
+// What one poll for a reply came to.
+enum class Wait { kFailed, kNothing, kReply };
+
+Wait wait_for_reply(int fd, const Exchange& exchange, Reply& reply) {
+  if (g_chif_dump_flag != 0 || g_agentx_dump_flag != 0) {
+    fputs(exchange.waiting, stderr);
+  }
+  pollfd entry = {.fd = fd, .events = POLLIN, .revents = 0};
+  const int ready = poll(&entry, 1, kReplyTimeoutMs);
+  if (ready == 0 || (ready < 0 && errno == EINTR)) {
+    return Wait::kNothing;
+  }
+  if (ready < 0) {
+    exchange.log_poll_failure(errno);
+    return Wait::kFailed;
+  }
+  if (g_chif_dump_flag != 0) {
+    fprintf(stderr, "going to read = %d\n", static_cast<int>(kChifReplyMax));
+  }
+  if ((entry.revents & POLLIN) == 0) {
+    return Wait::kNothing;
+  }
+  const int length = readMP(fd, reply);
+  if (length < 0) {
+    exchange.log_read_failure(errno);
+    return Wait::kFailed;
+  }
+  if (g_chif_dump_flag != 0) {
+    fprintf(stderr, "read = %d idx=%d more =%d\n", length, get_u16(reply, kChifIdx),
+            get_u16(reply, kChifMore));
+    dump_chif(reply);
+  }
+  if (length < exchange.reply_size_min) {
+    dump_chif(reply);
+    exchange.log_short_reply(length);
+    return Wait::kFailed;
+  }
+  const uint32_t errcode = get_u32(reply, kChifErrcode);
+  if (errcode != 0) {
+    exchange.log_errcode(static_cast<int>(errcode));
+    return Wait::kFailed;
+  }
+  return Wait::kReply;
+}
+
+// No wrap at 16 bits: after seqno 0xFFFF, a reply numbered 0 is another's.
+bool answers(const Reply& reply, uint32_t seqno) {
+  const uint64_t answered = get_u16(reply, kChifSeqno);
+  return answered >= seqno && answered <= uint64_t{seqno} + 2;
+}
+
+int receive_reply(int fd, const Exchange& exchange, uint32_t seqno) {
+  bool more = false;
+  int polls_left = chif_retry_count;
+  while (true) {
+    if (polls_left == 0) {
+      if (!more) {
+        return 0;
+      }
+      polls_left = chif_retry_count;
+    }
+    Reply reply = {};
+    const Wait wait = wait_for_reply(fd, exchange, reply);
+    if (wait == Wait::kFailed) {
+      return -1;
+    }
+    --polls_left;
+    if (wait == Wait::kNothing) {
+      continue;
+    }
+    more = get_u16(reply, kChifMore) != 0;
+    if (answers(reply, seqno)) {
+      if (!more) {
+        return 0;
+      }
+      polls_left = chif_retry_count;
+    }
+  }
+}
+
+int exchange_with_bmc(int fd, const Exchange& exchange, const Request& request, uint32_t seqno) {
+  return send_request(fd, exchange, request) ? receive_reply(fd, exchange, seqno) : -1;
+}
+
+}  // namespace
+
+void bmc_init() {
+  if (bmc_fd == -1) {
+    bmc_fd = mox_chrdev("tvud");
+  }
+}
+
+int do_hello_rev(int fd) {
+  const uint32_t seqno = chif_seqno++;
+  Request request = {};
+  build_long_request(request, static_cast<uint16_t>(seqno & 0xFFFF), kSubHello, 0);
+  return exchange_with_bmc(fd, kHello, request, seqno);
+}
+
+int do_connect_rev(int fd, uint32_t param) {
+  Request request = {};
+  build_long_request(request, 0, kSubConnect, param);
+  return exchange_with_bmc(fd, kConnect, request, 0);
+}

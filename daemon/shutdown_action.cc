@@ -1,0 +1,71 @@
+#include "daemon/shutdown_action.h"
+
+#include <sys/wait.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+
+#include "daemon/reverse_proxy.h"
+#include "log/log.h"
+
+int32_t shutdown_timer_pid = 0;
+int32_t shutdown_aborted = 0;
+
+namespace {
+
+constexpr int32_t kStepSeconds = 5;
+
+// Reaps timers that have finished. Only called right before the kept PID is
+// replaced: a number whose process is reaped may soon be another process's, and
+// an abort must never kill that.
+void reap_finished_timers() {
+  while (waitpid(-1, nullptr, WNOHANG) > 0) {
+  }
+}
+
+[[noreturn]] void run_timer(uint32_t action, int32_t delay_seconds, const char* reason) {
+  setsid();
+  syslog(kPriorityState, "Shutdown timer started.\n");
+  while (delay_seconds > 0) {
+    sleep(kStepSeconds);
+    delay_seconds -= kStepSeconds;
+  }
+  int status = 0;
+  if (action != 0) {
+    syslog(kPriorityAlert, "The host is being rebooted due to %s.\n", reason);
+    status = system("reboot");
+  } else {
+    syslog(kPriorityAlert, "The host is being shutdown due to %s.\n", reason);
+    status = system("poweroff");
+  }
+  DaemonDebug("do_shutdown: system command returns [%d]\n", status);
+  exit(0);
+}
+
+}  // namespace
+
+int do_shutdown(uint32_t action, int32_t delay_seconds, const char* reason) {
+  reap_finished_timers();
+  const pid_t pid = fork();
+  if (pid == 0) {
+    run_timer(action, delay_seconds, reason);
+  }
+  shutdown_timer_pid = pid;
+  DaemonDebug("Shutdown timer PID is [%d].\n", shutdown_timer_pid);
+  return 0;
+}
+
+void abort_shutdown() {
+  if (shutdown_timer_pid == 0) {
+    DaemonDebug("Shutdown timer PID is 0.  Nothing to terminate.\n");
+    return;
+  }
+  syslog(kPriorityState, "Terminating Shutdown timer ( PID [%d])...\n", shutdown_timer_pid);
+  // -1, kept of a failed fork, would mean every process of the host.
+  if (shutdown_timer_pid > 0) {
+    kill(shutdown_timer_pid, SIGKILL);
+  }
+  shutdown_timer_pid = 0;
+}

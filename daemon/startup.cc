@@ -1,0 +1,108 @@
+#include "daemon/startup.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+
+#include "bmc/rev_mode.h"
+#include "bmc/support_check.h"
+#include "daemon/control_files.h"
+#include "daemon/reverse_proxy.h"
+#include "log/debug_flags.h"
+#include "log/log.h"
+#include "trap/host_snmp.h"
+
+namespace {
+
+constexpr const char* kDriverNode = "/vmfs/devices/zemox-d0ccb0";
+constexpr const char* kSocketDirectory = "/opt/ortdv/sockets/agentx";
+constexpr const char* kListInterfaces =
+    "/sbin/localcli network ip interface ipv4 get > /opt/ortdv/tmp/ipv4.txt 2>/dev/null";
+constexpr mode_t kOwnerOnly = 0700;
+constexpr int kFirstInherited = 3;
+constexpr int kExitCannotRun = 0;
+
+bool exists(const char* path) {
+  struct stat status = {};
+  return stat(path, &status) == 0;
+}
+
+// Prints a line now: the process may wait for long, and a forked child must not
+// inherit it unwritten.
+void print_line(const char* text) {
+  puts(text);
+  fflush(stdout);
+}
+
+}  // namespace
+
+std::optional<int> check_gates() {
+  if (!exists(kDriverNode)) {
+    Log(kPriorityState, "tvurev: ERROR: Missing mox driver.\n");
+    return kExitCannotRun;
+  }
+  InitDebugFlag();
+  if (SystemSupported() == 0) {
+    Log(kPriorityState, "ryn11 tvurev: Server not supported.\n");
+    print_line("ryn11 tvurev:  Server not supported.");
+    return kExitCannotRun;
+  }
+  Log(kPriorityState, "tvurev:  Supported Ryn11 server detected.\n");
+  if (getRevModeConfig() == 0) {
+    Log(kPriorityState, "tvurev:  Reverse TVU disabled.\n");
+    return wait_for_restart();
+  }
+  host_snmp_enabled = 0;
+  host_snmp_enabled = snmpEnabled();
+  if (host_snmp_enabled == 0) {
+    print_line("ESXi Host SNMP disabled. Cannot run TVU Reverse Proxy.");
+    Log(kPriorityState, "ESXi Host SNMP disabled. Cannot run TVU Reverse Proxy.\n");
+    return wait_for_restart();
+  }
+  Log(kPriorityState, "tvurev:  Reverse TVU enabled and Host SNMP enabled.\n");
+  return std::nullopt;
+}
+
+void prepare_host() {
+  InitDaemonDebugFlags();
+  close_inherited_descriptors();
+  clear_ortstop();
+  clear_bmcstop();
+  if (system(kListInterfaces) == -1) {
+    DaemonDebug("localcli cmd to get network ipv4 address failed.\n");
+  }
+  proxy_running = 1;
+  ensure_socket_directory();
+}
+
+void ensure_socket_directory() {
+  if (exists(kSocketDirectory)) {
+    return;
+  }
+  std::array<char, 4096> target = {};
+  const ssize_t length = readlink(kSocketDirectory, target.data(), target.size());
+  if (length <= 0) {
+    mkdir(kSocketDirectory, kOwnerOnly);
+    return;
+  }
+  target[static_cast<size_t>(length) - 1] = '\0';
+  if (!exists(target.data())) {
+    mkdir(target.data(), kOwnerOnly);
+  }
+}
+
+void close_inherited_descriptors() {
+  const int last = getdtablesize() - 1;
+#ifdef TVUREV_HAVE_CLOSE_RANGE
+  // One call instead of as many as the descriptor limit, which may be a billion.
+  if (last < kFirstInherited || close_range(kFirstInherited, static_cast<unsigned>(last), 0) == 0) {
+    return;
+  }
+#endif
+  for (int fd = last; fd >= kFirstInherited; --fd) {
+    close(fd);
+  }
+}

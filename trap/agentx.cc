@@ -1,0 +1,286 @@
+#include "trap/agentx.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "log/debug_flags.h"
+#include "log/log.h"
+#include "wire/little_endian.h"
+
+namespace {
+
+constexpr int kPriorityFailure = 3;
+
+// Value types of RFC 2741, and the names they are logged under.
+constexpr uint16_t kInteger = 2;
+constexpr uint16_t kOctetString = 4;
+constexpr uint16_t kNull = 5;
+constexpr uint16_t kObjectIdentifier = 6;
+constexpr uint16_t kIpAddress = 64;
+constexpr uint16_t kCounter32 = 65;
+constexpr uint16_t kGauge32 = 66;
+constexpr uint16_t kTimeTicks = 67;
+constexpr uint16_t kOpaque = 68;
+constexpr uint16_t kCounter64 = 70;
+constexpr uint16_t kNoSuchObject = 128;
+constexpr uint16_t kEndOfMibView = 130;
+
+// Variable binding: byte offsets, and the size of what precedes the name's
+// sub-identifiers. An object identifier as a value has a 4-byte header.
+constexpr size_t kNameSubids = 4;
+constexpr size_t kNamePrefix = 5;
+constexpr size_t kBindingHeaderSize = 8;
+constexpr size_t kOidHeaderSize = 4;
+constexpr size_t kWordSize = 4;
+
+// Steering bindings, found by these texts anywhere in their name.
+constexpr const char* kSysUpTime = "1.3.6.1.2.1.1.3";
+constexpr const char* kSnmpTrapOid = "1.3.6.1.6.3.1.1.4.1";
+constexpr const char* kSnmpTrapCommunity = "1.3.6.1.6.3.18.1.4";
+constexpr const char* kResetMark = "6061";
+
+using PacketCopy = std::array<uint8_t, kAgentxNotificationMax>;
+
+// The binding at the cursor.
+struct Binding {
+  int index;  // the first is 1
+  uint16_t type;
+  std::span<const uint8_t> bytes;  // from its start to the end of the copy
+  size_t value;                    // offset of the value in bytes
+  OidText name;
+};
+
+const char* type_name(uint16_t type) {
+  switch (type) {
+    case kInteger:
+      return "INTEGER";
+    case kOctetString:
+      return "OCTET_STRING";
+    case kObjectIdentifier:
+      return "OID";
+    case kIpAddress:
+      return "IPADDRESS";
+    case kCounter32:
+      return "COUNTER32";
+    case kGauge32:
+      return "GAUGE32";
+    case kTimeTicks:
+      return "TIMETICKS";
+    case kOpaque:
+      return "OPAQUE";
+    case kCounter64:
+      return "COUNTER64";
+    default:
+      return "";
+  }
+}
+
+bool holds(const OidText& text, const char* part) {
+  return strstr(text.data(), part) != nullptr;
+}
+
+bool fits(const Binding& binding, size_t length) {
+  if (length <= binding.bytes.size()) {
+    return true;
+  }
+  Log(kPriorityFailure,
+      "send_trap_to_host(): vb[%d] type [%d] of %zu bytes passes the end of the notification. "
+      "It and the rest are dropped.\n",
+      binding.index, binding.type, length);
+  return false;
+}
+
+void add_binding(Notification& notification, const Binding& binding, const SnmpSyntax& value) {
+  const Oid name(binding.name.data());
+  Vb vb;
+  vb.set_oid(name);
+  vb.set_value(value);
+  if (!name.valid() || !value.valid()) {
+    DaemonDebug("vb[%d] OID: [%s] is no valid name or value. Left out.\n", binding.index,
+                binding.name.data());
+    return;
+  }
+  notification.vbs.push_back(vb);
+}
+
+// The four decoders below return the length of the whole binding, 0 when it
+// does not fit.
+
+size_t decode_word(Notification& notification, const Binding& binding) {
+  const size_t length = binding.value + kWordSize;
+  if (!fits(binding, length)) {
+    return 0;
+  }
+  const uint32_t value = get_u32(binding.bytes, binding.value);
+  DaemonDebug("vb[%d] OID: [%s] [%s] [0x%x] vblen [%d] vbtype [%d]\n", binding.index,
+              binding.name.data(), type_name(binding.type), value, static_cast<int>(length),
+              binding.type);
+  if (holds(binding.name, kSysUpTime)) {
+    notification.timestamp = value;
+  } else if (binding.type == kTimeTicks) {
+    add_binding(notification, binding, TimeTicks());  // never its own value, on purpose
+  } else {
+    add_binding(notification, binding, SnmpInt32(static_cast<int32_t>(value)));
+  }
+  return length;
+}
+
+size_t decode_oid(Notification& notification, const Binding& binding) {
+  if (!fits(binding, binding.value + kOidHeaderSize)) {
+    return 0;
+  }
+  const std::span<const uint8_t> value = binding.bytes.subspan(binding.value);
+  const size_t subids_size = kWordSize * get_u8(value, 0);
+  const size_t length = binding.value + kOidHeaderSize + subids_size;
+  if (!fits(binding, length)) {
+    return 0;
+  }
+  const OidText text = render_oid(get_u8(value, 1), value.subspan(kOidHeaderSize, subids_size));
+  DaemonDebug("vb[%d] OID: [%s] [%s] [%s] vblen [%d]\n", binding.index, binding.name.data(),
+              type_name(binding.type), text.data(), static_cast<int>(length));
+  if (holds(binding.name, kSnmpTrapOid)) {
+    notification.trapOid = text;
+  } else {
+    add_binding(notification, binding, Oid(text.data()));
+  }
+  return length;
+}
+
+// The value as text: dotted for an address, else up to its first zero byte.
+std::string octets_as_text(uint16_t type, std::span<const uint8_t> octets) {
+  if (type == kIpAddress) {
+    return render_dotted(octets);
+  }
+  return {octets.begin(), std::find(octets.begin(), octets.end(), uint8_t{0})};
+}
+
+size_t decode_octets(Notification& notification, const Binding& binding) {
+  if (!fits(binding, binding.value + kWordSize)) {
+    return 0;
+  }
+  const size_t octets_size = get_u32(binding.bytes, binding.value);
+  if (!fits(binding, binding.value + kWordSize + octets_size)) {
+    return 0;
+  }
+  const size_t padded_size = (octets_size + kWordSize - 1) / kWordSize * kWordSize;
+  const size_t length = binding.value + kWordSize + padded_size;
+  const std::string text =
+      octets_as_text(binding.type, binding.bytes.subspan(binding.value + kWordSize, octets_size));
+  if (g_daemon_debug_flag != 0) {
+    DaemonDebug("vb[%d] OID: [%s] [%s] [%s] vblen [%d]\n", binding.index, binding.name.data(),
+                type_name(binding.type), text.c_str(), static_cast<int>(length));
+    DaemonDebug("OctetString in Hex [%s]\n", render_hex(text, octets_size).data());
+  }
+  if (holds(binding.name, kSnmpTrapCommunity)) {
+    return length;
+  }
+  if (binding.type == kIpAddress) {
+    add_binding(notification, binding, IpAddress(text.c_str()));
+  } else {
+    add_binding(notification, binding, OctetStr(text.c_str()));
+  }
+  return length;
+}
+
+size_t skip_valueless(const Binding& binding, size_t value_size) {
+  const size_t length = binding.value + value_size;
+  return fits(binding, length) ? length : 0;
+}
+
+// Decodes the binding at the cursor. Returns by how much to advance, 0 at the
+// end of the walk. previous_length is the advance of the binding before.
+size_t decode_binding(Notification& notification, const Binding& binding, size_t previous_length) {
+  switch (binding.type) {
+    case kInteger:
+    case kCounter32:
+    case kGauge32:
+    case kTimeTicks:
+      return decode_word(notification, binding);
+    case kObjectIdentifier:
+      return decode_oid(notification, binding);
+    case kOctetString:
+    case kIpAddress:
+    case kOpaque:
+      return decode_octets(notification, binding);
+    case kCounter64:
+      return skip_valueless(binding, 2 * kWordSize);
+    case kNull:
+      return skip_valueless(binding, 0);
+    default:
+      break;
+  }
+  if (binding.type >= kNoSuchObject && binding.type <= kEndOfMibView) {
+    return skip_valueless(binding, 0);
+  }
+  if (previous_length == 0) {
+    Log(kPriorityFailure,
+        "send_trap_to_host(): vb[%d] has the unknown type [%d] and no length. "
+        "It and the rest are dropped.\n",
+        binding.index, binding.type);
+  }
+  return previous_length;
+}
+
+// Reads the header and the name of the binding that starts the bytes. Returns
+// false when they do not fit.
+bool read_binding(std::span<const uint8_t> bytes, int index, Binding& binding) {
+  binding = {.index = index,
+             .type = get_u16(bytes, 0),
+             .bytes = bytes,
+             .value = kBindingHeaderSize + kWordSize * get_u8(bytes, kNameSubids),
+             .name = {}};
+  if (!fits(binding, binding.value)) {
+    return false;
+  }
+  binding.name = render_oid(get_u8(bytes, kNamePrefix),
+                            bytes.subspan(kBindingHeaderSize, binding.value - kBindingHeaderSize));
+  return true;
+}
+
+void walk_bindings(Notification& notification, const PacketCopy& packet) {
+  const uint32_t payload_length = get_u32(packet, kAgentxPayloadLength);
+  const std::span<const uint8_t> payload = std::span(packet).subspan(kAgentxHeaderSize);
+  size_t processed = 0;
+  size_t length = 0;
+  for (int index = 1; processed < payload_length; ++index) {
+    const std::span<const uint8_t> rest = payload.subspan(std::min(processed, payload.size()));
+    Binding binding;
+    if (!read_binding(rest, index, binding)) {
+      return;
+    }
+    length = decode_binding(notification, binding, length);
+    if (length == 0) {
+      return;
+    }
+    const void* cursor = rest.data();
+    DaemonDebug("before update: vb ptr [%p] buf2 [%p] len [0x%x] vblen [0x%x]\n", cursor, cursor,
+                static_cast<unsigned>(processed), static_cast<unsigned>(length));
+    processed += length;
+    cursor = packet.data() + std::min(kAgentxHeaderSize + processed, packet.size());
+    DaemonDebug(
+        "Total bytes processed [%d/%d]. new vb ptr [%p] buf2 [%p] len [0x%x] vblen [0x%x]\n",
+        static_cast<int>(processed), static_cast<int>(payload_length), cursor, cursor,
+        static_cast<unsigned>(processed), static_cast<unsigned>(length));
+  }
+}
+
+}  // namespace
+
+Notification decode_notification(std::span<const uint8_t> packet) {
+  PacketCopy copy = {};
+  std::copy_n(packet.begin(), std::min(packet.size(), copy.size()), copy.begin());
+  Notification notification;
+  walk_bindings(notification, copy);
+  DaemonDebug("tvudrev: trapOid is [%s].\n", notification.trapOid.data());
+  if (holds(notification.trapOid, kResetMark)) {
+    DaemonDebug("tvurev: Found 6061 string in trapOid indicating Mox reset.  Set ret to [%d]\n", 1);
+    notification.reset_seen = true;
+  } else {
+    DaemonDebug("tvurev: No Mox reset string in trapOid.  Set ret to [%d]\n", 0);
+  }
+  return notification;
+}

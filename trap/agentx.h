@@ -1,0 +1,59 @@
+// Decodes AgentX notifications (Notify-PDU, RFC 2741) of the BMC and of the
+// host's management agent into what an SNMP trap needs. docs/protocol-agentx.md
+// shows the bytes. Every field is read little-endian; the PDU's flag for network
+// byte order and its context flag are not consulted.
+#ifndef TVUREV_TRAP_AGENTX_H_
+#define TVUREV_TRAP_AGENTX_H_
+
+#include <snmp_pp/snmp_pp.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "trap/agentx_text.h"
+
+// Some releases of the SNMP classes have a name space of this name, some none.
+namespace Snmp_pp {}
+using namespace Snmp_pp;  // NOLINT(google-build-using-namespace,google-global-names-in-headers)
+
+// AgentX PDU header: byte offsets, and the PDU type of a notification.
+inline constexpr size_t kAgentxVersion = 0;
+inline constexpr size_t kAgentxType = 1;
+inline constexpr size_t kAgentxFlags = 2;
+inline constexpr size_t kAgentxSessionId = 4;
+inline constexpr size_t kAgentxTransactionId = 8;
+inline constexpr size_t kAgentxPacketId = 12;
+inline constexpr size_t kAgentxPayloadLength = 16;
+inline constexpr size_t kAgentxHeaderSize = 20;
+inline constexpr uint8_t kAgentxNotify = 12;
+
+// The largest notification that is looked at, header included.
+inline constexpr size_t kAgentxNotificationMax = 4096;
+
+// A decoded notification.
+struct Notification {
+  OidText trapOid = {};     // of snmpTrapOID.0; empty when there was none
+  uint32_t timestamp = 0;   // of sysUpTime.0, in hundredths of a second
+  std::vector<Vb> vbs;      // the other bindings, in order
+  bool reset_seen = false;  // trapOid holds "6061": the BMC announces its reset
+};
+
+// Decodes a notification of any bytes whatever.
+//
+// The walk over the bindings is bounded by the PDU's payload_length and runs on
+// a zero-padded 4096-byte copy: what lies behind the packet's end reads as zero.
+// A binding that would leave the copy ends the walk, as does one of unknown type
+// with no earlier one to take its length from; both are logged at priority 3,
+// and what was decoded before stands.
+//
+// Kept on purpose: Counter32 and Gauge32 become INTEGER, Opaque becomes OCTET
+// STRING, text ends at its first zero byte, TimeTicks other than sysUpTime
+// become 0, and an unknown type advances by the binding before it. Null,
+// Counter64 and the exceptions are skipped by their true length. sysUpTime,
+// snmpTrapOID and snmpTrapCommunity make no binding. A binding whose name or
+// value does not parse is left out (debug line).
+Notification decode_notification(std::span<const uint8_t> packet);
+
+#endif  // TVUREV_TRAP_AGENTX_H_
