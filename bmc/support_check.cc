@@ -79,7 +79,8 @@ int supported_by_bmc() {
   MoxStatus status = {};
   int supported = 0;
   if (query_status(status)) {
-    const int generation = static_cast<int8_t>(get_u8(status, kApplication));
+    const auto application = static_cast<int8_t>(get_u8(status, kApplication));
+    const int generation = application;  // NOLINT(bugprone-signed-char-misuse): it is signed
     DebugLog("utils: get moxStatus Success.  moxStatus.application is [%d]\n", generation);
     write_status_file(generation);
     if (generation == kSupportedGeneration) {

@@ -273,6 +273,13 @@ void walk_bindings(Notification& notification, const PacketCopy& packet) {
 Notification decode_notification(std::span<const uint8_t> packet) {
   PacketCopy copy = {};
   std::copy_n(packet.begin(), std::min(packet.size(), copy.size()), copy.begin());
+  const uint32_t payload_length = get_u32(copy, kAgentxPayloadLength);
+  if (kAgentxHeaderSize + uint64_t{payload_length} > packet.size() && payload_length > 0) {
+    Log(kPriorityFailure,
+        "send_trap_to_host(): notification of %zu bytes states %u bytes of bindings. "
+        "What is missing reads as zero.\n",
+        packet.size(), payload_length);
+  }
   Notification notification;
   walk_bindings(notification, copy);
   DaemonDebug("tvudrev: trapOid is [%s].\n", notification.trapOid.data());

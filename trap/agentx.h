@@ -45,8 +45,8 @@ struct Notification {
 // The walk over the bindings is bounded by the PDU's payload_length and runs on
 // a zero-padded 4096-byte copy: what lies behind the packet's end reads as zero.
 // A binding that would leave the copy ends the walk, as does one of unknown type
-// with no earlier one to take its length from; both are logged at priority 3,
-// and what was decoded before stands.
+// with no earlier one to take its length from. Both, and a payload_length beyond
+// the packet's end, are logged at priority 3; what was decoded before stands.
 //
 // Kept on purpose: Counter32 and Gauge32 become INTEGER, Opaque becomes OCTET
 // STRING, text ends at its first zero byte, TimeTicks other than sysUpTime

@@ -29,7 +29,7 @@ Pdu build_pdu(const Oid& notify_id, uint32_t timestamp, const std::vector<Vb>& v
   pdu.set_v1_trap_address(agent_address());
   const size_t count = std::min(vbs.size(), kBindingsMax);
   for (size_t i = 0; i < count; ++i) {
-    Vb vb(vbs[i]);
+    Vb vb(vbs[i]);  // NOLINT(performance-*): some releases take no const reference
     pdu += vb;
   }
   return pdu;
