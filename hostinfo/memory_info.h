@@ -1,0 +1,36 @@
+/* The host's memory figures, read from the hypervisor's kernel-state shell tool,
+ * and its uptime. Messages go through DebugLog, under its module "talHost".
+ * Usable from C. */
+#ifndef TVUREV_HOSTINFO_MEMORY_INFO_H_
+#define TVUREV_HOSTINFO_MEMORY_INFO_H_
+
+/* NOLINTNEXTLINE(modernize-deprecated-headers): also read by C compilers */
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Megabytes, rounded toward zero. The tool's figures in kilobytes are read as
+ * 32-bit signed numbers (kept on purpose): 2 TB and more do not fit. */
+struct HostMemInfo {
+  int32_t total_physical;
+  int32_t free_physical;
+  int32_t total_virtual;
+  int32_t free_virtual;
+};
+
+/* Fills the record; does nothing for null. A figure that the tool does not
+ * print becomes 0. When either of the two commands cannot be started, the whole
+ * record stays as it was and the failure is logged. Blocks until both have
+ * ended. */
+void update_mem_info(struct HostMemInfo* record);
+
+/* Returns the seconds since the host started, or 0 on a failure. */
+long HostUptime(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* TVUREV_HOSTINFO_MEMORY_INFO_H_ */

@@ -1,0 +1,213 @@
+#include "hostinfo/software_table.h"
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+#include "hostinfo/image_database.h"
+#include "hostinfo/software_parse.h"
+#include "log/log.h"
+
+static_assert(sizeof(SwInstalledRec) == 1344);
+
+namespace {
+
+constexpr size_t kPathSize = 256;
+constexpr size_t kLineSize = 4096;
+
+// The table. Written by the build and the release only.
+SwInstalledRec* g_table;
+uint32_t g_table_size;  // records allocated; a look-up never goes beyond them
+uint32_t swCount;       // records filled, also by direct calls of the parsers
+
+// The lock exists between init_sw_installed_table and SwDestroyTable.
+pthread_mutex_t g_lock = PTHREAD_MUTEX_INITIALIZER;
+pthread_mutexattr_t g_lock_attributes;
+bool g_lock_created;
+
+struct FileCloser {
+  void operator()(FILE* file) const { fclose(file); }
+};
+using File = std::unique_ptr<FILE, FileCloser>;
+
+struct Listing {
+  dirent** entries = nullptr;
+  int count = 0;
+
+  explicit Listing(const char* directory)
+      : count(scandir(directory, &entries, nullptr, alphasort)) {}
+  ~Listing() {
+    for (int i = 0; i < count; ++i) {
+      free(entries[i]);
+    }
+    free(entries);
+  }
+  Listing(const Listing&) = delete;
+  Listing& operator=(const Listing&) = delete;
+};
+
+bool holds(const char* text, const char* part) {
+  return strstr(text, part) != nullptr;
+}
+
+// Opens regular files only: a pipe must not hold the caller up, and a directory
+// is no description.
+File open_description(const char* path) {
+  const int fd = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd == -1) {
+    return {};
+  }
+  struct stat status = {};
+  FILE* file = fstat(fd, &status) == 0 && S_ISREG(status.st_mode) ? fdopen(fd, "r") : nullptr;
+  if (file == nullptr) {
+    close(fd);
+  }
+  return File(file);
+}
+
+// What sets the two forms apart.
+struct Form {
+  bool (*is_skipped)(const char* name, const char* path);
+  void (*parse_line)(std::string_view line, SwInstalledRec& record);
+};
+
+constexpr Form kComponentForm = {
+    [](const char*, const char* path) { return holds(path, "unstable"); }, parse_component_line};
+constexpr Form kBulletinForm = {
+    [](const char* name, const char*) { return holds(name, "orig") || holds(name, ".sig"); },
+    parse_bulletin_line};
+
+// Returns whether there was a file, which then has its record.
+bool parse_file(const char* name, const char* directory, const Form& form, SwInstalledRec& record) {
+  if (name[0] == '.') {
+    return false;
+  }
+  std::array<char, kPathSize> path = {};
+  if (snprintf(path.data(), path.size(), "%s%s", directory, name) < 0 ||
+      form.is_skipped(name, path.data())) {
+    return false;
+  }
+  const File file = open_description(path.data());
+  if (file == nullptr) {
+    return false;
+  }
+  std::array<char, kLineSize> line = {};
+  while (fgets(line.data(), line.size(), file.get()) != nullptr) {
+    form.parse_line(line.data(), record);
+  }
+  return true;
+}
+
+int parse_files(dirent** entries, int entry_count, SwInstalledRec* records, const char* directory,
+                const Form& form) {
+  if (records == nullptr || entries == nullptr || directory == nullptr) {
+    return 0;
+  }
+  for (int i = 0; i < entry_count; ++i) {
+    if (parse_file(entries[i]->d_name, directory, form, *records)) {
+      ++records;
+      ++swCount;
+    }
+  }
+  return 0;
+}
+
+void create_lock() {
+  if (g_lock_created) {
+    return;
+  }
+  pthread_mutexattr_init(&g_lock_attributes);
+  pthread_mutexattr_settype(&g_lock_attributes, PTHREAD_MUTEX_RECURSIVE);
+  pthread_mutex_init(&g_lock, &g_lock_attributes);
+  g_lock_created = true;
+}
+
+}  // namespace
+
+int SwParseComponents(dirent** entries, int entry_count, SwInstalledRec* records,
+                      const char* directory) {
+  return parse_files(entries, entry_count, records, directory, kComponentForm);
+}
+
+int SwParseBulletins(dirent** entries, int entry_count, SwInstalledRec* records,
+                     const char* directory) {
+  return parse_files(entries, entry_count, records, directory, kBulletinForm);
+}
+
+void init_sw_installed_table() {
+  create_lock();
+  if (get_software_installed_table(nullptr) == nullptr) {
+    UtilLog(" init_sw_installed_table(): get_software_installed_table() returned NULL table.\n");
+  }
+}
+
+SwInstalledRec* get_software_installed_table(uint32_t* count) {
+  SwFreeTable();
+  const Listing listing(kBulletinDirectory);
+  if (listing.count > 0) {
+    DebugLog("swCount [%d]. Allocating mem...\n", listing.count);
+    const auto size = static_cast<uint32_t>(listing.count);
+    g_table = static_cast<SwInstalledRec*>(calloc(size, sizeof(SwInstalledRec)));
+    if (g_table != nullptr) {
+      g_table_size = size;
+      SwParseComponents(listing.entries, listing.count, g_table, kBulletinDirectory);
+    }
+  }
+  if (count != nullptr) {
+    *count = swCount;
+  }
+  return g_table;
+}
+
+int SwFindInstalled(const char* name, SwInstalledRec* record) {
+  if (name == nullptr || record == nullptr || g_table == nullptr || swCount == 0) {
+    return 0;
+  }
+  pthread_mutex_lock(&g_lock);
+  int found = 0;
+  const uint32_t filled = std::min(swCount, g_table_size);
+  for (uint32_t i = 0; i < filled && found == 0; ++i) {
+    if (strcmp(name, g_table[i].name) == 0) {
+      *record = g_table[i];
+      found = 1;
+    }
+  }
+  pthread_mutex_unlock(&g_lock);
+  return found;
+}
+
+uint32_t SwInstalledCount() {
+  return swCount;
+}
+
+// Clears the pointer too, so that a rebuild that fails gives null and a second
+// release does nothing.
+void SwFreeTable() {
+  free(g_table);
+  g_table = nullptr;
+  g_table_size = 0;
+  swCount = 0;
+}
+
+int SwDestroyTable() {
+  SwFreeTable();
+  if (!g_lock_created) {
+    return 0;
+  }
+  const int result = pthread_mutex_destroy(&g_lock);
+  if (result != 0) {
+    return result;  // held by someone: it goes on being the lock
+  }
+  g_lock = PTHREAD_MUTEX_INITIALIZER;
+  g_lock_created = false;
+  return pthread_mutexattr_destroy(&g_lock_attributes);
+}

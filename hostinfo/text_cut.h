@@ -1,0 +1,22 @@
+/* Two ways to cut a text short, in place. Usable from C. */
+#ifndef TVUREV_HOSTINFO_TEXT_CUT_H_
+#define TVUREV_HOSTINFO_TEXT_CUT_H_
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Both look at the first length characters of text, not beyond its end, and do
+ * nothing for null or a length below 1. */
+
+/* Ends the text at its first character that is no ASCII letter or digit. */
+void CutAtNonAlnum(char* text, int length);
+
+/* Ends the text at its first "(". */
+void CutAtParen(char* text, int length);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* TVUREV_HOSTINFO_TEXT_CUT_H_ */

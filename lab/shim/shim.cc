@@ -1,0 +1,103 @@
+// libmoxshim.so: preloaded into a program of the host, it turns the BMC
+// driver's channel devices into sockets of the simulated BMC. It replaces open
+// on a channel node, ioctl request 0x100 and write; poll and close are the
+// socket's own. Every other call goes on to the C library untouched, also in
+// the shells that the program starts. It keeps no state but the addresses of
+// the replaced functions, so it is safe in threads and after a fork.
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstring>
+
+#include "lab/shim/channel_socket.h"
+
+#define TVUREV_SHIM_EXPORT extern "C" __attribute__((visibility("default")))
+
+namespace {
+
+constexpr unsigned long kReadPacket = 0x100;
+
+template <typename Function>
+Function next(const char* name) {
+  return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
+bool is_node(const char* path) {
+  const size_t length = strlen(kNodePrefix);
+  return path != nullptr && strncmp(path, kNodePrefix, length) == 0 && path[length] >= '0' &&
+         path[length] <= '9';
+}
+
+using OpenFunction = int (*)(const char*, int, ...);
+using ShortOpenFunction = int (*)(const char*, int);
+
+// The mode is there only when the flags say so.
+mode_t mode_argument(int flags, va_list arguments) {
+  return (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
+}
+
+}  // namespace
+
+TVUREV_SHIM_EXPORT int open(const char* path, int flags, ...) {
+  if (is_node(path)) {
+    return channel_open(path, flags);
+  }
+  va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = mode_argument(flags, arguments);
+  va_end(arguments);
+  static const auto kNext = next<OpenFunction>("open");
+  return kNext(path, flags, mode);
+}
+
+TVUREV_SHIM_EXPORT int open64(const char* path, int flags, ...) {
+  if (is_node(path)) {
+    return channel_open(path, flags);
+  }
+  va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = mode_argument(flags, arguments);
+  va_end(arguments);
+  static const auto kNext = next<OpenFunction>("open64");
+  return kNext(path, flags, mode);
+}
+
+// What open becomes where the compiler checks for a missing mode.
+extern "C" int __open_2(const char* path, int flags);
+extern "C" int __open64_2(const char* path, int flags);
+
+TVUREV_SHIM_EXPORT int __open_2(const char* path, int flags) {
+  static const auto kNext = next<ShortOpenFunction>("__open_2");
+  return is_node(path) ? channel_open(path, flags) : kNext(path, flags);
+}
+
+TVUREV_SHIM_EXPORT int __open64_2(const char* path, int flags) {
+  static const auto kNext = next<ShortOpenFunction>("__open64_2");
+  return is_node(path) ? channel_open(path, flags) : kNext(path, flags);
+}
+
+TVUREV_SHIM_EXPORT int ioctl(int fd, unsigned long request, ...) noexcept {
+  va_list arguments;
+  va_start(arguments, request);
+  void* argument = va_arg(arguments, void*);
+  va_end(arguments);
+  char path[sizeof(sockaddr_un::sun_path)];
+  if (request == kReadPacket && channel_path(fd, path)) {
+    return channel_read(fd, path, argument);
+  }
+  static const auto kNext = next<int (*)(int, unsigned long, ...)>("ioctl");
+  return kNext(fd, request, argument);
+}
+
+TVUREV_SHIM_EXPORT ssize_t write(int fd, const void* bytes, size_t count) {
+  char path[sizeof(sockaddr_un::sun_path)];
+  if (channel_path(fd, path)) {
+    return channel_write(fd, path, bytes, count);
+  }
+  static const auto kNext = next<ssize_t (*)(int, const void*, size_t)>("write");
+  return kNext(fd, bytes, count);
+}

@@ -1,0 +1,156 @@
+#include "lab/sim/channel_server.h"
+
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+#include "bmc/chif.h"
+
+namespace {
+
+constexpr int kBacklog = 16;
+
+bool has_hung_up(int fd) {
+  pollfd entry = {fd, POLLIN, 0};
+  return poll(&entry, 1, 0) > 0 && (entry.revents & (POLLHUP | POLLERR)) != 0;
+}
+
+void close_client(Channel* channel, const ChannelReports& report) {
+  channel->client.reset();
+  channel->unsent.clear();
+  report({ChannelReport::What::kClosed, channel->number, {}});
+}
+
+// Sends what waits for room. False when the client is gone.
+bool flush(Channel* channel) {
+  while (!channel->unsent.empty()) {
+    const Bytes& packet = channel->unsent.front();
+    if (send(channel->client.get(), packet.data(), packet.size(), MSG_DONTWAIT | MSG_NOSIGNAL) <
+        0) {
+      return errno == EAGAIN;
+    }
+    channel->unsent.pop_front();
+  }
+  return true;
+}
+
+// Takes everything that the client sent. A report may hang up on the client.
+bool serve_client(Channel* channel, const ChannelReports& report) {
+  std::array<uint8_t, 2 * kChifPacketMax> buffer = {};
+  bool any = false;
+  while (channel->client) {
+    const ssize_t length = recv(channel->client.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
+    if (length < 0 && errno == EAGAIN) {
+      break;
+    }
+    any = true;
+    if (length < 0 || (length == 0 && has_hung_up(channel->client.get()))) {
+      close_client(channel, report);
+      break;
+    }
+    report({ChannelReport::What::kReceived, channel->number,
+            std::span(buffer).first(static_cast<size_t>(length))});
+  }
+  if (channel->client && !channel->unsent.empty()) {
+    flush(channel);
+  }
+  return any;
+}
+
+}  // namespace
+
+OwnedFd& OwnedFd::operator=(OwnedFd&& other) noexcept {
+  if (this != &other) {
+    reset();
+    fd_ = other.release();
+  }
+  return *this;
+}
+
+int OwnedFd::release() {
+  return std::exchange(fd_, -1);
+}
+
+void OwnedFd::reset() {
+  if (fd_ >= 0) {
+    close(std::exchange(fd_, -1));
+  }
+}
+
+std::string open_listener(Channel* channel) {
+  // Listens under another name first, so that there is always a node and
+  // somebody behind it.
+  const std::string fresh = channel->path + "~";
+  sockaddr_un address = {};
+  address.sun_family = AF_UNIX;
+  if (fresh.size() >= sizeof(address.sun_path)) {
+    return fresh + ": the path is too long for a socket";
+  }
+  memcpy(address.sun_path, fresh.c_str(), fresh.size());
+  unlink(fresh.c_str());
+  OwnedFd listener(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+  if (!listener || bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) ||
+      listen(listener.get(), kBacklog) || std::rename(fresh.c_str(), channel->path.c_str())) {
+    return channel->path + ": cannot serve the channel: " + std::strerror(errno);
+  }
+  channel->listener = std::move(listener);
+  return "";
+}
+
+void add_descriptors(const Channel& channel, std::vector<pollfd>* descriptors) {
+  if (channel.listener) {
+    descriptors->push_back({channel.listener.get(), POLLIN, 0});
+  }
+  if (channel.client) {
+    const int events = channel.unsent.empty() ? POLLIN : POLLIN | POLLOUT;
+    descriptors->push_back({channel.client.get(), static_cast<short>(events), 0});
+  }
+}
+
+bool serve(Channel* channel, const ChannelReports& report) {
+  bool any = serve_client(channel, report);
+  while (channel->listener) {
+    OwnedFd newcomer(
+        accept4(channel->listener.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+    if (!newcomer) {
+      break;
+    }
+    any = true;
+    // The client before it may have left meanwhile; then that is seen now.
+    serve_client(channel, report);
+    if (channel->client) {
+      continue;
+    }
+    channel->client = std::move(newcomer);
+    report({ChannelReport::What::kOpened, channel->number, {}});
+    serve_client(channel, report);
+  }
+  return any;
+}
+
+bool send_packet(Channel* channel, std::span<const uint8_t> packet) {
+  if (!channel->client) {
+    return false;
+  }
+  channel->unsent.emplace_back(packet.begin(), packet.end());
+  return flush(channel);
+}
+
+bool is_drained(const Channel& channel) {
+  int unread = 0;
+  return !channel.client || (channel.unsent.empty() &&
+                             ioctl(channel.client.get(), SIOCOUTQ, &unread) == 0 && unread == 0);
+}
+
+void hang_up(Channel* channel) {
+  channel->client.reset();
+  channel->unsent.clear();
+}

@@ -1,0 +1,255 @@
+#include "ortinv/bmc_commands.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <string>
+
+#include "bmc/channel.h"
+#include "bmc/interval.h"
+#include "bmc/network_address.h"
+#include "bmc/nvram.h"
+#include "bmc/rev_mode.h"
+#include "hostinfo/entity_mib.h"
+#include "hostinfo/entity_mib_path.h"
+#include "ortinv/quiet_stdout.h"
+
+namespace {
+
+constexpr const char* kBmc = "BMC";
+constexpr const char* kFirstNode = "/vmfs/devices/char/vmkdriver/zemox-d0ccb0";
+constexpr const char* kModeVariable = "KXHVM6";
+constexpr const char* kNoAddress = "0.0.0.0";
+
+using AddressText = std::array<char, kBmcAddressSize>;
+
+void add_no_channel(Report& report) {
+  if (access(kFirstNode, F_OK) != 0) {
+    report.add_problem(kBmc, std::string("no driver node ") + kFirstNode +
+                                 "; run ortinv on the host, with the BMC's driver loaded");
+  } else {
+    report.add_problem(kBmc,
+                       "no channel could be opened; run ortinv as root, and again when "
+                       "other users of the BMC have closed theirs");
+  }
+}
+
+void add_no_answer(Report& report) {
+  report.add_problem(kBmc, "does not answer; check its health, and reset it if need be");
+}
+
+enum class Variable { kThere, kMissing, kUnknown };
+
+// Asks for a variable without the library's call, which reads 0 for whatever
+// goes wrong and creates a variable that is missing. Adds a problem when it
+// stays unknown whether there is one.
+Variable probe(const char* name, Report& report) {
+  const int fd = mox_chrdev(nullptr);
+  if (fd == -1) {
+    add_no_channel(report);
+    return Variable::kUnknown;
+  }
+  std::array<uint8_t, sizeof(uint32_t)> value = {};
+  uint8_t status = 0;
+  uint16_t length = 0;
+  const int result = OsGetEV(fd, name, value.data(), value.size(), &status, &length);
+  close_channel(fd);
+  if (result != 0) {
+    add_no_answer(report);
+    return Variable::kUnknown;
+  }
+  if (status == kEvNotFound) {
+    return Variable::kMissing;
+  }
+  if (status != kEvSuccess) {
+    report.add_problem(kBmc, std::string("refuses variable ") + name + " with status " +
+                                 std::to_string(status) + "; check its firmware");
+    return Variable::kUnknown;
+  }
+  return Variable::kThere;
+}
+
+const char* interval_variable(int selector) {
+  switch (selector) {
+    case 8:
+      return "KXHVM8";
+    case 9:
+      return "KXHVM9";
+    default:
+      return "KXHVMA";
+  }
+}
+
+// Adds the problem of a query that gave this result, 0 being none.
+bool succeeded(int result, Report& report) {
+  if (result == 1) {
+    add_no_channel(report);
+  } else if (result != 0) {
+    add_no_answer(report);
+  }
+  return result == 0;
+}
+
+Json flag_or_null(int flag) {
+  return flag == -1 ? Json() : Json(flag != 0);
+}
+
+Json interval_json(int selector, Json value) {
+  return {{"selector", selector},
+          {"variable", interval_variable(selector)},
+          {"value", std::move(value)}};
+}
+
+uint32_t read_interval(int selector) {
+  const QuietStdout quiet;
+  return getIntervalEV(selector);
+}
+
+int write_interval(int selector, uint32_t value) {
+  const QuietStdout quiet;
+  return setIntervalEV(selector, value);
+}
+
+// The address in the registration file, or null without a file or an address.
+Json registered_address() {
+  constexpr std::string_view kTag = "<TAddress>";
+  std::ifstream file(g_entity_mib_path);
+  for (std::string line; std::getline(file, line);) {
+    const size_t end = line.find("</TAddress>");
+    if (line.starts_with(kTag) && end != std::string::npos) {
+      return line.substr(kTag.size(), end - kTag.size());
+    }
+  }
+  return {};
+}
+
+// Returns whether there is an address to register.
+bool check_addresses(Report& report) {
+  AddressText ipv4 = {};
+  if (!succeeded(get_Mox_IPv4(ipv4.data()), report)) {
+    return false;
+  }
+  if (strstr(ipv4.data(), kNoAddress) != nullptr && get_Mox_IPv6(nullptr, nullptr, nullptr) != 0) {
+    report.missing = "the BMC has no address to register";
+    return false;
+  }
+  return true;
+}
+
+void write_registration(Report& report) {
+  if (!check_addresses(report)) {
+    return;
+  }
+  const Json before = registered_address();
+  if (update_ent_mib_xml() != 0) {
+    report.add_problem(g_entity_mib_path,
+                       "could not be created; run ortinv as root, and create its directory");
+    return;
+  }
+  const Json after = registered_address();
+  if (after.is_null()) {
+    report.add_problem(g_entity_mib_path, "could not be written; check the free space");
+    return;
+  }
+  report.add_change(g_entity_mib_path, before, after);
+}
+
+}  // namespace
+
+void report_bmc_address(Report& report) {
+  AddressText ipv4 = {};
+  AddressText ipv6 = {};
+  int ipv6_enabled = -1;
+  int ipv4_enabled = -1;
+  Json& address = report.document["bmc"]["address"] = Json();
+  if (!succeeded(get_Mox_IPv4(ipv4.data()), report) ||
+      !succeeded(get_Mox_IPv6(ipv6.data(), &ipv6_enabled, &ipv4_enabled), report)) {
+    return;
+  }
+  const bool has_ipv4 = strcmp(ipv4.data(), kNoAddress) != 0;
+  address = {{"ipv4", has_ipv4 ? Json(ipv4.data()) : Json()},
+             {"ipv6", text_or_null(ipv6.data())},
+             {"ipv4_enabled", flag_or_null(ipv4_enabled)},
+             {"ipv6_enabled", flag_or_null(ipv6_enabled)}};
+  if (!has_ipv4 && ipv6[0] == '\0') {
+    report.missing = "the BMC has no address";
+  }
+}
+
+void report_bmc_mode(std::optional<bool> enabled, Report& report) {
+  Json& mode = report.document["bmc"]["mode"] = Json();
+  const Variable variable = probe(kModeVariable, report);
+  if (variable == Variable::kUnknown) {
+    return;
+  }
+  Json before;
+  if (variable == Variable::kThere) {
+    before = getRevModeConfig();
+  }
+  if (enabled.has_value()) {
+    const uint8_t value = *enabled ? 1 : 0;
+    if (setRevModeConfig(value) != 0) {
+      report.add_problem(
+          kBmc, std::string("did not take the new value of ") + kModeVariable + "; try again");
+      return;
+    }
+    report.add_change("bmc mode", before, value);
+    before = value;
+  } else if (before.is_null()) {
+    report.missing = std::string("the BMC has no variable ") + kModeVariable;
+    return;
+  }
+  mode = {{"variable", kModeVariable}, {"value", before}, {"enabled", before != 0}};
+}
+
+void report_bmc_interval(int selector, std::optional<uint32_t> value, Report& report) {
+  Json& intervals = report.document["bmc"]["intervals"];
+  if (intervals.is_null()) {
+    intervals = Json::array();
+  }
+  const Variable variable = probe(interval_variable(selector), report);
+  if (variable == Variable::kUnknown) {
+    return;
+  }
+  Json before;
+  if (variable == Variable::kThere) {
+    before = read_interval(selector);
+  }
+  if (value.has_value()) {
+    if (write_interval(selector, *value) != 0) {
+      report.add_problem(kBmc, std::string("did not take the new value of ") +
+                                   interval_variable(selector) + "; try again");
+      return;
+    }
+    report.add_change("bmc interval " + std::to_string(selector), before, *value);
+    before = *value;
+  } else if (before.is_null()) {
+    report.missing = std::string("the BMC has no variable ") + interval_variable(selector);
+    return;
+  }
+  intervals.push_back(interval_json(selector, before));
+}
+
+void report_bmc(Report& report) {
+  report_bmc_address(report);
+  if (!report.problems.empty() && report.problems.back().source == kBmc) {
+    return;  // the rest would fail alike, one timeout after the other
+  }
+  report_bmc_mode({}, report);
+  for (const int selector : kIntervalSelectors) {
+    report_bmc_interval(selector, {}, report);
+  }
+}
+
+void report_entity_mib(bool write, Report& report) {
+  if (write) {
+    write_registration(report);
+  }
+  const Json address = registered_address();
+  report.document["entity_mib"] = {{"file", g_entity_mib_path}, {"address", address}};
+  if (address.is_null() && report.missing.empty()) {
+    report.missing = std::string("no registration in ") + g_entity_mib_path;
+  }
+}

@@ -1,0 +1,13 @@
+// Prints a report as one JSON document.
+#ifndef TVUREV_ORTINV_JSON_FORMAT_H_
+#define TVUREV_ORTINV_JSON_FORMAT_H_
+
+#include <string>
+
+#include "ortinv/report.h"
+
+// Returns the document that docs/ortinv.schema.json describes, indented, with a
+// line end. Bytes that are no UTF-8 become U+FFFD.
+std::string json_text(const Report& report);
+
+#endif  // TVUREV_ORTINV_JSON_FORMAT_H_

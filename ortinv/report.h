@@ -1,0 +1,57 @@
+// What one run of ortinv has found out, before it is printed: the sections of
+// the output document (docs/ortinv.schema.json), and what kept it from finding
+// out more. The commands fill it in, a formatter prints it.
+#ifndef TVUREV_ORTINV_REPORT_H_
+#define TVUREV_ORTINV_REPORT_H_
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <utility>
+#include <vector>
+
+// Keeps the order in which keys were added.
+using Json = nlohmann::ordered_json;
+
+// Exit statuses.
+inline constexpr int kExitFound = 0;
+inline constexpr int kExitNotFound = 1;
+inline constexpr int kExitUsage = 2;
+inline constexpr int kExitNoSource = 3;
+
+// A source that is not there or does not work.
+struct Problem {
+  std::string source;   // a path, a command, or the BMC
+  std::string message;  // what is wrong with it and what to do, one line
+};
+
+struct Report {
+  Json document = Json::object();
+  std::vector<Problem> problems;
+  // What was asked for by name or number and is not there, one line; empty when
+  // everything was found.
+  std::string missing;
+
+  void add_problem(std::string source, std::string message) {
+    problems.push_back({std::move(source), std::move(message)});
+  }
+
+  // Notes a change of something outside; either value may be null.
+  void add_change(const std::string& what, Json from, Json to) {
+    document["changes"].push_back(
+        {{"what", what}, {"from", std::move(from)}, {"to", std::move(to)}});
+  }
+
+  int exit_status() const {
+    if (!problems.empty()) {
+      return kExitNoSource;
+    }
+    return missing.empty() ? kExitFound : kExitNotFound;
+  }
+};
+
+// A text of the library, or null for none.
+inline Json text_or_null(const char* text) {
+  return text == nullptr || *text == '\0' ? Json() : Json(text);
+}
+
+#endif  // TVUREV_ORTINV_REPORT_H_

@@ -1,0 +1,282 @@
+#include "ortinv/smbios_commands.h"
+
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <set>
+#include <string_view>
+
+#include "ortinv/smbios_records_json.h"
+#include "ortinv/sources.h"
+#include "smbios/oem_queries.h"
+#include "smbios/serial_trim.h"
+#include "smbios/smbios_records.h"
+#include "smbios/smbios_table.h"
+
+namespace {
+
+constexpr const char* kDevice = "/vmfs/devices/char/mem/smbios";
+
+struct Freer {
+  void operator()(void* memory) const { free(memory); }
+};
+
+// Calls show for the records of the type, or of each dumped type that has any.
+void for_each_type(std::optional<uint32_t> wanted, Report& report,
+                   const std::function<void(uint32_t, const void*, uint32_t)>& show) {
+  if (!open_smbios(report)) {
+    return;
+  }
+  bool any = false;
+  for (const uint32_t type : kDumpedTypes) {
+    void* records = nullptr;
+    uint32_t count = 0;
+    if (wanted.value_or(type) != type || SmBiosGetRecords(type, &records, &count) != 0) {
+      continue;
+    }
+    const std::unique_ptr<void, Freer> owner(records);
+    show(type, records, count);
+    any = true;
+  }
+  if (!any) {
+    report.missing = wanted.has_value() ? "no SMBIOS structure of type " + std::to_string(*wanted)
+                                        : std::string("no SMBIOS structure that has a dump");
+  }
+}
+
+void dump_records(uint32_t type, const void* records, uint32_t count) {
+  switch (type) {
+    case 0:
+      SmbDumpBiosInfo(static_cast<const SmbBiosInfoRec*>(records));
+      break;
+    case 1:
+      SmbDumpSystemInfo(static_cast<const SmbSystemInfoRec*>(records));
+      break;
+    case 9:
+      SmbDumpSlots(static_cast<const SmbSlotRec*>(records), count);
+      break;
+    case 195:
+      SmbDumpServerId(static_cast<const SmbServerIdRec*>(records), count);
+      break;
+    case 204:
+      SmbDumpEnclosure(static_cast<const SmbEnclosureRec*>(records), count);
+      break;
+    default:
+      SmbDumpGbxTable(static_cast<const SmbGbxTableRec*>(records), count);
+      break;
+  }
+}
+
+// Reads up to digits hexadecimal ones and what must follow them.
+bool take_number(std::string_view& text, size_t digits, std::string_view end, uint32_t& number) {
+  const size_t length = end.empty() ? text.size() : text.find(end);
+  if (length == std::string_view::npos || length == 0 || length > digits) {
+    return false;
+  }
+  const auto [stop, error] = std::from_chars(text.data(), text.data() + length, number, 16);
+  if (error != std::errc() || stop != text.data() + length) {
+    return false;
+  }
+  text.remove_prefix(length + end.size());
+  return true;
+}
+
+uint8_t device_function(const PciAddress& address) {
+  return static_cast<uint8_t>(address.device << 3U | address.function);
+}
+
+// Null when the table knows nothing about the device.
+Json pci_json(const PciAddress& address) {
+  const auto [segment, bus, device, function] = address;
+  const std::unique_ptr<char, Freer> location(SmbGetPciLocation(segment, bus, device, function));
+  // These two queries know no segments above 255: cut, they would answer for
+  // another device.
+  const bool has_short_segment = segment <= 0xFF;
+  const auto short_segment = static_cast<uint8_t>(segment);
+  const auto short_bus = static_cast<uint8_t>(bus);
+  const char* linked_text =
+      has_short_segment
+          ? SmbGetPciLinkedString(short_segment, short_bus, static_cast<uint8_t>(device),
+                                  static_cast<uint8_t>(function))
+          : nullptr;
+  const uint8_t port = has_short_segment
+                           ? SmbGetNicPortNum(short_segment, short_bus, device_function(address))
+                           : uint8_t{0};
+  Json json = {{"location", text_or_null(location.get())},
+               {"name", text_or_null(SmbGetPciName(segment, bus, device, function))},
+               {"part_number", text_or_null(SmbGetPartNumber(segment, bus, device, function))},
+               {"linked_text", text_or_null(linked_text)},
+               {"nic_port", port == 0 ? Json() : Json(port)}};
+  for (const auto& [key, value] : json.items()) {
+    if (!value.is_null()) {
+      Json found = {{"address", pci_address_text(address)}};
+      found.update(json);
+      return found;
+    }
+  }
+  return {};
+}
+
+Json drive_json(const std::string& serial) {
+  const char* location = SmbGetHdLoc(serial.c_str());
+  const char* text = SmbGetHdString(serial.c_str());
+  if (location == nullptr && text == nullptr) {
+    return {};
+  }
+  return {{"serial_number", serial},
+          {"location", text_or_null(location)},
+          {"text", text_or_null(text)}};
+}
+
+// Where a structure type holds a PCI address, and how long it must be for that.
+struct AddressFields {
+  uint8_t type;
+  uint8_t least_length;
+  uint8_t segment;
+  uint8_t bus;
+  uint8_t device_function;
+};
+constexpr std::array<AddressFields, 4> kAddressFields = {{
+    {9, 17, 0x0D, 0x0F, 0x10},  // slot
+    {41, 11, 7, 9, 10},         // onboard device
+    {203, 40, 36, 38, 39},      // device correlation
+    {233, 8, 4, 6, 7},          // NIC
+}};
+constexpr uint8_t kNoBus = 0xFF;  // of an empty slot
+
+std::set<PciAddress> pci_addresses() {
+  std::set<PciAddress> addresses;
+  for (const AddressFields& fields : kAddressFields) {
+    const uint8_t* structure = nullptr;
+    for (uint16_t i = 0; SmBiosFindStructure(fields.type, i, &structure) == 1; ++i) {
+      if (structure[1] < fields.least_length || structure[fields.bus] == kNoBus) {
+        continue;
+      }
+      const auto segment =
+          static_cast<uint32_t>(structure[fields.segment] | structure[fields.segment + 1] << 8);
+      const uint8_t devfn = structure[fields.device_function];
+      addresses.insert({segment, structure[fields.bus], static_cast<uint32_t>(devfn >> 3),
+                        static_cast<uint32_t>(devfn & 7)});
+    }
+  }
+  return addresses;
+}
+
+std::set<std::string> drive_serials() {
+  constexpr uint8_t kDriveType = 242;
+  constexpr uint8_t kSerialField = 39;
+  std::set<std::string> serials;
+  const uint8_t* structure = nullptr;
+  for (uint16_t i = 0; SmBiosFindStructure(kDriveType, i, &structure) == 1; ++i) {
+    SerialText serial = {};
+    const char* text = SmBiosGetString(structure, structure[kSerialField]);
+    memcpy(serial.data(), text, strnlen(text, serial.size() - 1));
+    SmbTrimSerial(serial);
+    serials.insert(serial.data());
+  }
+  serials.erase("");
+  return serials;
+}
+
+}  // namespace
+
+std::optional<PciAddress> parse_pci_address(const std::string& text) {
+  std::string_view rest = text;
+  PciAddress address = {};
+  if (!take_number(rest, 4, ":", address.segment) || !take_number(rest, 2, ":", address.bus) ||
+      !take_number(rest, 2, ".", address.device) || !take_number(rest, 1, "", address.function) ||
+      address.device > 0x1F || address.function > 7) {
+    return {};
+  }
+  return address;
+}
+
+std::string pci_address_text(const PciAddress& address) {
+  std::array<char, 48> text = {};
+  snprintf(text.data(), text.size(), "%04x:%02x:%02x.%x", address.segment, address.bus,
+           address.device, address.function);
+  return text.data();
+}
+
+bool open_smbios(Report& report) {
+  if (SmBiosInit() == 0) {
+    return true;
+  }
+  const std::string reason = why_unreadable(kDevice);
+  const std::string message =
+      reason.empty() ? "holds no 32-bit SMBIOS table; ortinv needs a server whose firmware has one"
+                     : reason + "; run ortinv as root on the host itself";
+  for (const Problem& problem : report.problems) {
+    if (problem.source == kDevice) {
+      return false;
+    }
+  }
+  report.add_problem(kDevice, message);
+  return false;
+}
+
+void report_smbios(std::optional<uint32_t> type, Report& report) {
+  Json records = Json::array();
+  for_each_type(type, report, [&](uint32_t found, const void* first, uint32_t count) {
+    for (Json& record : smbios_records_json(found, first, count)) {
+      records.push_back(std::move(record));
+    }
+  });
+  report.document["smbios"] = records;
+}
+
+void dump_smbios(std::optional<uint32_t> type, Report& report) {
+  for_each_type(type, report, dump_records);
+}
+
+void report_pci(const PciAddress& address, Report& report) {
+  Json& devices = report.document["pci"] = Json::array();
+  if (!open_smbios(report)) {
+    return;
+  }
+  if (Json device = pci_json(address); !device.is_null()) {
+    devices.push_back(std::move(device));
+  } else {
+    report.missing = "the SMBIOS table knows no PCI device " + pci_address_text(address);
+  }
+}
+
+void report_drive(const std::string& serial, Report& report) {
+  Json& drives = report.document["drives"] = Json::array();
+  if (!open_smbios(report)) {
+    return;
+  }
+  if (Json drive = drive_json(serial); !drive.is_null()) {
+    drives.push_back(std::move(drive));
+  } else {
+    report.missing = "the SMBIOS table knows no drive with serial number " + serial;
+  }
+}
+
+void report_all_pci(Report& report) {
+  Json& devices = report.document["pci"] = Json::array();
+  if (!open_smbios(report)) {
+    return;
+  }
+  for (const PciAddress& address : pci_addresses()) {
+    if (Json device = pci_json(address); !device.is_null()) {
+      devices.push_back(std::move(device));
+    }
+  }
+}
+
+void report_all_drives(Report& report) {
+  Json& drives = report.document["drives"] = Json::array();
+  if (!open_smbios(report)) {
+    return;
+  }
+  for (const std::string& serial : drive_serials()) {
+    if (Json drive = drive_json(serial); !drive.is_null()) {
+      drives.push_back(std::move(drive));
+    }
+  }
+}

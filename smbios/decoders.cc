@@ -1,0 +1,158 @@
+// Structures into records. Every field is read within the block, so a structure
+// at its end yields zeros and "Undefined" for what it lacks.
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "smbios/smbios_records.h"
+#include "smbios/smbios_table.h"
+#include "smbios/table.h"
+#include "smbios/uuid_text.h"
+
+namespace {
+
+SmbRecordHeader header_of(const uint8_t* structure) {
+  return {byte_at(structure, 0), formatted_length(structure), handle_of(structure)};
+}
+
+// Into a zero-filled field, whose last byte stays zero.
+template <size_t Size>
+void copy_text(char (&field)[Size], const char* text) {
+  memcpy(field, text, strnlen(text, Size - 1));
+}
+
+template <size_t Size>
+void copy_string(char (&field)[Size], const uint8_t* structure, size_t offset) {
+  copy_text(field, SmBiosGetCleanString(structure, formatted_length(structure),
+                                        byte_at(structure, offset)));
+}
+
+}  // namespace
+
+int SmbDecodeBiosInfo(SmbBiosInfoRec* records, const uint8_t* structure, uint32_t index) {
+  if (records == nullptr || structure == nullptr) {
+    return -1;
+  }
+  SmbBiosInfoRec& record = records[index];
+  record.header = header_of(structure);
+  copy_string(record.vendor, structure, 4);
+  copy_string(record.version, structure, 5);
+  copy_string(record.releaseDate, structure, 8);
+  record.address = word_at(structure, 6);
+  record.romSize = static_cast<uint16_t>((static_cast<int8_t>(byte_at(structure, 9)) + 1) * 64);
+  for (size_t byte = 0; byte < sizeof record.characteristics; ++byte) {
+    record.characteristics[byte] = byte_at(structure, 10 + byte);
+  }
+  if (record.header.length < 21) {
+    return 0;
+  }
+  record.extCharacteristics1 = byte_at(structure, 18);
+  record.extCharacteristics2 = byte_at(structure, 19);
+  return 0;
+}
+
+int SmbDecodeSystemInfo(SmbSystemInfoRec* records, const uint8_t* structure, uint32_t index) {
+  if (records == nullptr || structure == nullptr) {
+    return -1;
+  }
+  SmbSystemInfoRec& record = records[index];
+  record.header = header_of(structure);
+  if (record.header.length < 8) {
+    return 0;
+  }
+  copy_string(record.manufacturer, structure, 4);
+  copy_string(record.productName, structure, 5);
+  copy_string(record.version, structure, 6);
+  copy_string(record.serialNumber, structure, 7);
+  if (record.header.length < 25) {
+    return 0;
+  }
+  const auto bytes = block_from(structure);
+  copy_text(record.uuid, uuid_text(bytes.subspan(std::min<size_t>(8, bytes.size()))).data());
+  record.wakeUpType = byte_at(structure, 24);
+  if (record.header.length < 27) {
+    copy_text(record.sku, ".");
+    return 0;
+  }
+  copy_string(record.sku, structure, 25);
+  copy_string(record.family, structure, 26);
+  return 0;
+}
+
+int SmbDecodeSlot(SmbSlotRec* records, const uint8_t* structure, uint32_t index) {
+  if (records == nullptr || structure == nullptr) {
+    return -1;
+  }
+  SmbSlotRec& record = records[index];
+  record.header = header_of(structure);
+  copy_string(record.designation, structure, 4);
+  record.type = byte_at(structure, 5);
+  record.busDataWidth = byte_at(structure, 6);
+  record.currentUsage = byte_at(structure, 7);
+  record.length = byte_at(structure, 8);
+  record.id = word_at(structure, 9);
+  record.characteristics1 = byte_at(structure, 11);
+  record.characteristics2 = byte_at(structure, 12);
+  if (record.header.length < 14) {
+    return 0;
+  }
+  record.segmentGroupNum = word_at(structure, 13);
+  record.busNum = byte_at(structure, 15);
+  record.devFuncNum = byte_at(structure, 16);
+  return 0;
+}
+
+int SmbDecodeEnclosure(SmbEnclosureRec* records, const uint8_t* structure, uint32_t index) {
+  if (records == nullptr || structure == nullptr) {
+    return -1;
+  }
+  SmbEnclosureRec& record = records[index];
+  record.header = header_of(structure);
+  if (record.header.length < 11) {
+    return 0;
+  }
+  record.totalEnclosureBays = byte_at(structure, 8);
+  record.usedEnclosureBays = byte_at(structure, 9);
+  copy_string(record.rackName, structure, 4);
+  copy_string(record.enclosureName, structure, 5);
+  copy_string(record.enclosureModel, structure, 6);
+  char bay[128] = {};
+  copy_string(bay, structure, 7);
+  record.enclosureBayNumber = static_cast<uint8_t>(strtol(bay, nullptr, 10));
+  copy_string(record.enclosureSerialNumber, structure, 10);
+  return 0;
+}
+
+void SmbDecodeGbxTable(SmbGbxTableRec* records, const uint8_t* structure, uint32_t index) {
+  constexpr size_t kFirstEntry = 6;
+  constexpr size_t kEntrySize = sizeof(GbxConnectorEntry);
+  if (records == nullptr || structure == nullptr) {
+    return;
+  }
+  SmbGbxTableRec& record = records[index];
+  record.header = header_of(structure);
+  if (record.header.length < kFirstEntry) {
+    return;
+  }
+  record.GbxTableVersion = byte_at(structure, 4);
+  record.entryCount = static_cast<uint8_t>((record.header.length - kFirstEntry) / kEntrySize);
+  const size_t copied = std::min<size_t>(record.entryCount, kGbxConnectorEntries);
+  for (size_t entry = 0; entry < copied; ++entry) {
+    for (size_t port = 0; port < kGbxPortMaps; ++port) {
+      const size_t offset = kFirstEntry + entry * kEntrySize + port * sizeof(GbxPortMap);
+      record.GbxConnectorEntry[entry].portMap[port] = {byte_at(structure, offset),
+                                                       byte_at(structure, offset + 1)};
+    }
+  }
+}
+
+void SmbDecodeServerId(SmbServerIdRec* records, const uint8_t* structure, uint32_t index) {
+  if (records == nullptr || structure == nullptr) {
+    return;
+  }
+  SmbServerIdRec& record = records[index];
+  record.header = header_of(structure);
+  if (record.header.length == 5) {
+    copy_string(record.serverSystemIdStr, structure, 4);
+  }
+}

@@ -1,0 +1,55 @@
+// The port number of a NIC.
+#include "log/log.h"
+#include "smbios/device_record.h"
+#include "smbios/oem_queries.h"
+#include "smbios/table.h"
+
+namespace {
+
+constexpr uint8_t kNicInfo = 233;
+constexpr size_t kNicInfoPortOffset = 40;
+constexpr size_t kCorrelationPortOffset = 25;
+
+// 0 when the NIC is not there or its port is not given.
+uint8_t port_from_nic_info(uint8_t segment, uint8_t bus, uint8_t device_function) {
+  DebugLog("smbios: SmbGetNicPortNum: Using Type 233 record (NIC_INFO)...\n");
+  const uint8_t* nic = find_of_type(kNicInfo, [&](const uint8_t* candidate) {
+    return word_at(candidate, 4) == segment && byte_at(candidate, 6) == bus &&
+           byte_at(candidate, 7) == device_function;
+  });
+  if (nic == nullptr) {
+    return 0;
+  }
+  DebugLog("smbios: SmbGetNicPortNum: NIC FOUND in Type 233 record (NIC_INFO)...\n");
+  return byte_at(nic, kNicInfoPortOffset);
+}
+
+uint8_t port_from_correlation(uint8_t segment, uint8_t bus, uint8_t device_function) {
+  DebugLog("smbios: SmbGetNicPortNum: Using Type 203 record (DEVICE CORRELATION)...\n");
+  const uint8_t* nic = find_correlation_at(segment, bus, device_function);
+  if (nic == nullptr) {
+    return 0;
+  }
+  DebugLog("smbios: SmbGetNicPortNum: NIC FOUND in Type 203 record (DEVICE CORRELATION)...\n");
+  return byte_at(nic, kCorrelationPortOffset);
+}
+
+}  // namespace
+
+uint8_t SmbGetNicPortNum(uint8_t segment, uint8_t bus, uint8_t device_function) {
+  DebugLog("smbios: SmbGetNicPortNum: for PCI segment [0x%x] bus [0x%x] devfunc [0x%x]...\n",
+           segment, bus, device_function);
+  const uint8_t* first_correlation = next_of_type(kDeviceCorrelation, nullptr);
+  if (first_correlation == nullptr) {
+    return 0;
+  }
+  const uint8_t port = port_from_nic_info(segment, bus, device_function);
+  if (port != 0) {
+    return port;
+  }
+  DebugLog("smbios: SmbGetNicPortNum: NIC NOT FOUND in Type 233 record (NIC_INFO)!\n");
+  if (formatted_length(first_correlation) < kCorrelationWithAddress) {
+    return 0;
+  }
+  return port_from_correlation(segment, bus, device_function);
+}

@@ -1,0 +1,60 @@
+/* Inventory questions about one PCI function, NIC port or drive, answered from
+ * the maker's OEM structures: 203 (device correlation), 233 (NIC), 240 (a text of
+ * a device) and 242 (drive).
+ *
+ * All need a successful SmBiosInit (smbios/smbios_table.h), take no lock and only
+ * read the table. A miss is null or 0, whatever its reason. Unless said otherwise
+ * a result is a text in the table: valid until SmBiosTerm, not to be freed. Log
+ * lines go through DebugLog.
+ *
+ * A PCI function is found by its slot (type 9, first one on the segment and bus;
+ * device and function are not compared, kept on purpose), else by its onboard
+ * device (type 41). What is correlated with that structure's handle answers the
+ * query.
+ */
+#ifndef TVUREV_SMBIOS_OEM_QUERIES_H_
+#define TVUREV_SMBIOS_OEM_QUERIES_H_
+
+/* NOLINTNEXTLINE(modernize-deprecated-headers): also read by C compilers */
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Returns the function's PCI location in a new text that the caller frees. The
+ * log line shows the low half of the text's address, not the text (kept on
+ * purpose). */
+char* SmbGetPciLocation(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function);
+
+/* Return the function's part number and its PCI name. A function with neither
+ * slot nor onboard device is looked up by the PCI address in the type 203
+ * structures, provided the first of them is 40 bytes or longer. A function that
+ * has one, but no correlation, is a miss. A type 203 structure below 36 bytes on
+ * the way ends the search for a part number. */
+const char* SmbGetPartNumber(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function);
+const char* SmbGetPciName(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function);
+
+/* Returns the text of the type 240 structure that is linked to one of the
+ * function's type 203 structures. */
+const char* SmbGetPciLinkedString(uint8_t segment, uint8_t bus, uint8_t device, uint8_t function);
+
+/* Return the location and the further text of the first drive whose serial
+ * number begins with serial_number. The drive's serial is compared without what
+ * surrounds its first and last letter or digit, up to its first two blanks in a
+ * row; what it has beyond 63 characters is left out. SmbGetHdString gives up at
+ * the first type 242 structure below 42 bytes. */
+const char* SmbGetHdLoc(const char* serial_number);
+const char* SmbGetHdString(const char* serial_number);
+
+/* Returns the port number of the NIC at a PCI address, 0 when it is not found.
+ * device_function holds the device in bits 7..3, the function in bits 2..0. Type
+ * 233 answers first; a port of 0 there leaves it to type 203. Without any type
+ * 203 structure in the table the answer is 0. */
+uint8_t SmbGetNicPortNum(uint8_t segment, uint8_t bus, uint8_t device_function);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* TVUREV_SMBIOS_OEM_QUERIES_H_ */

@@ -1,0 +1,15 @@
+// Drive serial numbers as they are compared: without padding.
+#ifndef TVUREV_SMBIOS_SERIAL_TRIM_H_
+#define TVUREV_SMBIOS_SERIAL_TRIM_H_
+
+#include <array>
+
+// Holds a serial number and at least one zero.
+using SerialText = std::array<char, 64>;
+
+// Keeps what lies between the first and the last ASCII letter or digit, both
+// included, up to the first of two blanks in a row; zeros follow. Nothing stays
+// of a text without letters and digits.
+void SmbTrimSerial(SerialText& serial);
+
+#endif  // TVUREV_SMBIOS_SERIAL_TRIM_H_

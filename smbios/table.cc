@@ -1,0 +1,173 @@
+#include "smbios/table.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <utility>
+
+#include "log/log.h"
+#include "smbios/smbios_table.h"
+
+namespace {
+
+constexpr const char* kDevice = "/vmfs/devices/char/mem/smbios";
+constexpr size_t kReadSize = 65536;
+
+// Zeros behind what is read. They end every text, and let callers read any
+// formatted area through the pointers they were given: 255 bytes at most.
+constexpr size_t kMarginSize = 256;
+
+// Entry point: searched at these steps; its own length, and the table's.
+constexpr size_t kAnchorStep = 4;
+constexpr size_t kEntryLengthOffset = 5;
+constexpr size_t kTableLengthOffset = 22;
+
+struct FreeBlock {
+  void operator()(uint8_t* block) const { free(block); }
+};
+using Block = std::unique_ptr<uint8_t, FreeBlock>;
+
+struct Table {
+  bool initialised = false;
+  int length = 0;  // as the entry point has it
+  // The walk's bounds: never beyond what is read, whatever the entry point says.
+  const uint8_t* start = nullptr;
+  const uint8_t* end = nullptr;
+  Block block;
+  pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
+};
+
+Table g_table;
+
+// One read call, as the device gives everything at once. Null without data.
+Block read_device(int device) {
+  Block block(static_cast<uint8_t*>(calloc(kReadSize + kMarginSize, 1)));
+  if (!block || read(device, block.get(), kReadSize) < 1) {
+    return nullptr;
+  }
+  return block;
+}
+
+// Makes the block the module's table. False when it holds no entry point.
+bool adopt(Block block) {
+  const std::span<const uint8_t> bytes(block.get(), kReadSize);
+  size_t anchor = 0;
+  while (anchor < kReadSize && memcmp(&bytes[anchor], "_SM_", 4) != 0) {
+    anchor += kAnchorStep;
+  }
+  if (anchor == kReadSize) {
+    return false;
+  }
+  const size_t start = std::min(anchor + get_u8(bytes, anchor + kEntryLengthOffset), kReadSize);
+  const uint16_t length = get_u16(bytes, anchor + kTableLengthOffset);
+  g_table.length = length;
+  g_table.start = block.get() + start;
+  g_table.end = block.get() + std::min(start + length, kReadSize);
+  g_table.block = std::move(block);
+  return true;
+}
+
+}  // namespace
+
+int SmBiosInit(void) {
+  if (g_table.initialised) {
+    return 0;
+  }
+  const int device = open(kDevice, O_RDONLY | O_SYNC);
+  if (device < 0) {
+    return -1;
+  }
+  Block block = read_device(device);
+  close(device);
+  if (!block || !adopt(std::move(block))) {
+    return -1;
+  }
+  DebugLog("smbios: SmBiosInit: SmBiosTableLength is [%d]\n", g_table.length);
+  g_table.initialised = true;
+  pthread_mutex_init(&g_table.lock, nullptr);
+  return 0;
+}
+
+int SmBiosTerm(void) {
+  if (!g_table.initialised) {
+    return 0;
+  }
+  g_table.block.reset();
+  g_table.start = nullptr;
+  g_table.end = nullptr;
+  g_table.length = 0;
+  g_table.initialised = false;
+  return pthread_mutex_destroy(&g_table.lock);
+}
+
+int SmBiosNextStructure(const uint8_t** cursor) {
+  if (cursor == nullptr) {
+    return 0;
+  }
+  if (*cursor == nullptr) {
+    *cursor = g_table.start;
+  } else {
+    const auto structure = block_from(*cursor);
+    const size_t strings = std::min<size_t>(get_u8(structure, 1), structure.size());
+    const auto end_of_strings = std::search_n(structure.begin() + static_cast<ptrdiff_t>(strings),
+                                              structure.end(), 2, uint8_t{0});
+    if (end_of_strings == structure.end()) {
+      return 0;
+    }
+    *cursor += (end_of_strings - structure.begin()) + 2;
+  }
+  return *cursor < g_table.end ? 1 : 0;
+}
+
+int SmBiosFindStructure(uint8_t type, uint16_t index, const uint8_t** structure) {
+  const uint8_t* found = next_of_type(type, nullptr);
+  for (uint16_t earlier = 0; found != nullptr && earlier < index; ++earlier) {
+    found = next_of_type(type, found);
+  }
+  if (found == nullptr || structure == nullptr) {
+    return 0;
+  }
+  *structure = found;
+  return 1;
+}
+
+std::span<uint8_t> writable_block_from(const uint8_t* position) {
+  const std::less<const uint8_t*> before;
+  uint8_t* const block = g_table.block.get();
+  if (block == nullptr || before(position, block) ||
+      !before(position, block + kReadSize + kMarginSize)) {
+    return {};
+  }
+  return std::span(block, kReadSize + kMarginSize).subspan(static_cast<size_t>(position - block));
+}
+
+std::span<const uint8_t> block_from(const uint8_t* position) {
+  return writable_block_from(position);
+}
+
+const uint8_t* next_of_type(uint8_t type, const uint8_t* after) {
+  const uint8_t* structure = after;
+  while (SmBiosNextStructure(&structure) == 1) {
+    if (*structure == type) {
+      return structure;
+    }
+  }
+  return nullptr;
+}
+
+bool table_initialised() {
+  return g_table.initialised;
+}
+
+TableLock::TableLock() {
+  pthread_mutex_lock(&g_table.lock);
+}
+
+TableLock::~TableLock() {
+  pthread_mutex_unlock(&g_table.lock);
+}

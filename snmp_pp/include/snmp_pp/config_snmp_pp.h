@@ -1,0 +1,30 @@
+// Which class interface this is, and its fixed limits.
+#ifndef SNMP_PP_CONFIG_SNMP_PP_H_
+#define SNMP_PP_CONFIG_SNMP_PP_H_
+
+// The release of the SNMP++ interface that these classes follow, as numbers.
+#define SNMP_PP_VERSION 3
+#define SNMP_PP_RELEASE 4
+#define SNMP_PP_PATCHLEVEL 0
+
+// Defined here and in no SNMP++ release: the engine behind the classes is
+// Net-SNMP.
+#define SNMP_PP_OVER_NET_SNMP 1
+
+namespace Snmp_pp {
+
+// The most variable bindings a Pdu takes; further ones are dropped silently.
+inline constexpr int kMaxBindings = 25;
+
+// The most arcs of an OID that are encoded; the rest is cut off.
+inline constexpr unsigned kMaxEncodedArcs = 128;
+
+// The largest message that is sent, in octets.
+inline constexpr unsigned kMaxMessageOctets = 4096;
+
+// The port of a destination that names none: that of trap receivers.
+inline constexpr unsigned short kDefaultTrapPort = 162;
+
+}  // namespace Snmp_pp
+
+#endif  // SNMP_PP_CONFIG_SNMP_PP_H_

@@ -1,0 +1,32 @@
+#include "snmp_pp/pdu.h"
+
+#include "snmp_pp/config_snmp_pp.h"
+
+namespace Snmp_pp {
+
+Pdu& Pdu::operator+=(const Vb& binding) {
+  if (binding.valid() && get_vb_count() < kMaxBindings) {
+    bindings_.push_back(binding);
+  }
+  return *this;
+}
+
+bool Pdu::get_vb(Vb& binding, int position) const {
+  if (position < 0 || position >= get_vb_count()) {
+    return false;
+  }
+  binding = bindings_[static_cast<size_t>(position)];
+  return true;
+}
+
+bool Pdu::set_v1_trap_address(const Address& address) {
+  trap_address_ = GenAddress(address);
+  return trap_address_.valid();
+}
+
+bool Pdu::get_v1_trap_address(GenAddress& address) const {
+  address = trap_address_;
+  return address.valid();
+}
+
+}  // namespace Snmp_pp

@@ -1,0 +1,75 @@
+#!/usr/bin/env bash
+# Installs the build tree under a temporary prefix, builds the C and the C++
+# program of this folder against what was installed, by pkg-config and by
+# find_package, with the shared and with the static library, and runs them.
+#
+#   install_test.sh BUILD_DIR VERSION CC CXX LIBDIR [COMPILER_FLAG...]
+set -eu
+
+build=$1 version=$2 cc=$3 cxx=$4 libdir=$5
+shift 5
+flags=("$@")
+here=$(cd "$(dirname "$0")" && pwd)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+prefix=$work/prefix
+
+step() { echo "== $*"; }
+# The programs may meet the sanitizers of the build; leaks are reported by them.
+run() {
+  step "run $1"
+  LD_LIBRARY_PATH=$prefix/$libdir "$1" "$version"
+}
+
+step install
+cmake --install "$build" --prefix "$prefix" >"$work/install.log" || { cat "$work/install.log"; exit 1; }
+
+step "each header alone"
+strict=(-Wall -Wextra -Wpedantic -Werror)
+for header in "$prefix"/include/ortinv/*.h; do
+  name=ortinv/$(basename "$header")
+  echo "#include <$name>" >"$work/alone.c"
+  "$cc" -std=c11 "${strict[@]}" -I"$prefix/include" -fsyntax-only "$work/alone.c"
+  "$cxx" -std=c++20 "${strict[@]}" -I"$prefix/include" -fsyntax-only -x c++ "$work/alone.c"
+done
+
+step "pkg-config"
+export PKG_CONFIG_PATH=$prefix/$libdir/pkgconfig
+[ "$(pkg-config --modversion ortinv)" = "$version" ]
+read -ra cflags <<<"$(pkg-config --cflags ortinv)"
+read -ra shared <<<"$(pkg-config --libs ortinv)"
+read -ra static <<<"$(pkg-config --static --libs ortinv)"
+for i in "${!static[@]}"; do
+  [ "${static[i]}" != -lortinv ] || static[i]=-l:libortinv.a
+done
+"$cc" -std=c11 "${flags[@]}" "${strict[@]}" -Wno-cast-function-type "${cflags[@]}" \
+  "$here/consumer.c" -o "$work/shared_c" "${shared[@]}"
+"$cxx" -std=c++20 "${flags[@]}" "${strict[@]}" "${cflags[@]}" \
+  "$here/consumer.cc" -o "$work/shared_cc" "${shared[@]}"
+"$cc" -std=c11 "${flags[@]}" "${strict[@]}" -Wno-cast-function-type "${cflags[@]}" \
+  "$here/consumer.c" -o "$work/static_c" "${static[@]}"
+for program in shared_c shared_cc static_c; do
+  run "$work/$program"
+done
+
+step "find_package"
+cmake -S "$here/package" -B "$work/package" -DCMAKE_PREFIX_PATH="$prefix" \
+  -DWANTED_VERSION="$version" -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" \
+  -DCMAKE_C_FLAGS="${flags[*]}" -DCMAKE_CXX_FLAGS="${flags[*]}" >"$work/cmake.log" ||
+  { cat "$work/cmake.log"; exit 1; }
+cmake --build "$work/package" >"$work/build.log" || { cat "$work/build.log"; exit 1; }
+for program in ortinv_c ortinv_cc static_c static_cc; do
+  run "$work/package/$program"
+done
+
+step "shared object"
+soname=$(objdump -p "$prefix/$libdir/libortinv.so" | awk '/SONAME/ {print $2}')
+[ "$soname" = "libortinv.so.${version%%.*}" ]
+exported=$(nm -D --defined-only --format=posix "$prefix/$libdir/libortinv.so" |
+  awk '$2 ~ /[TWBDRV]/ && $1 !~ /asan|gcov|llvm/ {sub(/@.*/, "", $1); print $1}' | LC_ALL=C sort)
+if [ "$exported" != "$(LC_ALL=C sort "$here/../../ortinv/public_symbols.txt")" ]; then
+  echo "exported are: $exported" >&2
+  exit 1
+fi
+
+echo "install test passed"

@@ -1,0 +1,238 @@
+// The script itself: a test must not pass when a call is missing, wrong or too
+// many.
+#include "tests/support/call_script.h"
+
+#include <fcntl.h>
+#include <gtest/gtest-spi.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+
+#include "tests/support/packets.h"
+
+namespace {
+
+TEST(CallScript, AnswersTheExpectedCallsInOrder) {
+  CallScript script;
+  script.open("/dev/bmc", O_RDWR | O_EXCL).returns(7);
+  script.write(7, bytes_of("01 02")).fails(EBUSY).times(2);
+  script.write(7, bytes_of("01 02"));
+  script.ioctl(7).gives(bytes_of("0a 0b 0c"));
+  script.close(7);
+  const Bytes request = {1, 2};
+  EXPECT_EQ(open("/dev/bmc", O_RDWR | O_EXCL), 7);
+  EXPECT_EQ(write(7, request.data(), 2), -1);
+  EXPECT_EQ(errno, EBUSY);
+  EXPECT_EQ(write(7, request.data(), 2), -1);
+  EXPECT_EQ(write(7, request.data(), 2), 2);
+  std::array<uint8_t, 4096> buffer = {};
+  EXPECT_EQ(ioctl(7, 0x100, buffer.data()), 3);
+  EXPECT_EQ(hex_of(std::span(buffer).first(4)), "0a 0b 0c 00");
+  EXPECT_EQ(close(7), 0);
+}
+
+TEST(CallScript, FailsTheTestOnAWrongArgument) {
+  EXPECT_NONFATAL_FAILURE(
+      {
+        CallScript script;
+        script.close(7);
+        close(8);
+      },
+      "expected: close(7)\n      came: close(8)");
+}
+
+TEST(CallScript, FailsTheTestOnACallTooMany) {
+  EXPECT_NONFATAL_FAILURE(
+      {
+        CallScript script;
+        script.close(7);
+        close(7);
+        close(7);
+      },
+      "after: close(7)\n  expected: nothing more\n      came: close(7)");
+}
+
+TEST(CallScript, FailsTheTestOnCallsThatNeverCame) {
+  EXPECT_NONFATAL_FAILURE(
+      {
+        CallScript script;
+        script.close(7);
+        script.close(8).times(3);
+        close(7);
+        close(8);
+      },
+      "these calls never came:\n  close(8) (2 times)");
+}
+
+TEST(CallScript, FailsTheTestOnAStreamThatIsNeverClosed) {
+  FILE* stream = nullptr;
+  EXPECT_NONFATAL_FAILURE(
+      {
+        CallScript script;
+        script.fopen("/etc/x", "r");
+        stream = fopen("/etc/x", "r");
+      },
+      "never closed: /etc/x");
+  fclose(stream);
+}
+
+TEST(CallScript, FailsAnUnexpectedCall) {
+  EXPECT_NONFATAL_FAILURE(
+      {
+        CallScript script;
+        EXPECT_EQ(open("/dev/null", O_RDONLY), -1);
+        EXPECT_EQ(errno, ENOSYS);
+      },
+      "came: open(\"/dev/null\", O_RDONLY)");
+}
+
+TEST(CallScript, EndsALoopOfUnexpectedCalls) {
+  EXPECT_DEATH(
+      {
+        CallScript script;
+        for (;;) {
+          usleep(1);
+        }
+      },
+      "giving up after 1000 unexpected calls, the last: usleep\\(1\\)");
+}
+
+TEST(CallScript, PassesThroughWithoutAScript) {
+  const int fd = open("/dev/null", O_RDWR);
+  ASSERT_GE(fd, 0);
+  EXPECT_EQ(write(fd, "x", 1), 1);
+  EXPECT_EQ(close(fd), 0);
+  EXPECT_EQ(system("exit 3"), 3 << 8);
+}
+
+TEST(CallScript, ReportsPollEventsAndListsTheTimeouts) {
+  CallScript script;
+  script.poll(7, POLLIN, 10'000);
+  script.poll(7, POLLIN, 10'000).reports(POLLIN | POLLHUP);
+  script.poll(7, POLLIN, 1).fails(EINTR);
+  pollfd entry = {.fd = 7, .events = POLLIN, .revents = 0};
+  EXPECT_EQ(poll(&entry, 1, 10'000), 0);
+  EXPECT_EQ(poll(&entry, 1, 10'000), 1);
+  EXPECT_EQ(entry.revents, POLLIN | POLLHUP);
+  EXPECT_EQ(poll(&entry, 1, 1), -1);
+  EXPECT_EQ(script.waits(), Lines({"poll 10000", "poll 10000", "poll 1"}));
+}
+
+TEST(CallScript, CollectsWaitsOnRequest) {
+  CallScript script;
+  script.collect_waits();
+  sleep(10);
+  usleep(20);
+  EXPECT_EQ(script.waits(), Lines({"sleep 10", "usleep 20"}));
+}
+
+TEST(CallScript, PretendsFiles) {
+  CallScript script;
+  script.file("/tmp/a", 12);
+  script.stat("/tmp/b").fails(EACCES);
+  script.file("/tmp/b");
+  struct stat status = {};
+  EXPECT_EQ(stat("/tmp/a", &status), 0);
+  EXPECT_EQ(status.st_uid, 12U);
+  EXPECT_EQ(stat("/tmp/b", &status), -1);
+  EXPECT_EQ(errno, EACCES);
+  EXPECT_EQ(stat("/tmp/b", &status), 0);
+  EXPECT_EQ(stat("/tmp/c", &status), -1);
+  EXPECT_EQ(errno, ENOENT);
+  EXPECT_EQ(script.stats(), Lines({"/tmp/a", "/tmp/b", "/tmp/b", "/tmp/c"}));
+}
+
+TEST(CallScript, CollectsMessagesAndLeavesAnotherErrno) {
+  CallScript script;
+  openlog("who", LOG_PID, LOG_DAEMON);
+  errno = EBUSY;
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat"
+  syslog(LOG_ERR, "%s: %m", "why");
+#pragma GCC diagnostic pop
+  EXPECT_NE(errno, EBUSY);
+  closelog();
+  EXPECT_EQ(script.logs(), Lines({"3 why: Device or resource busy"}));
+  EXPECT_EQ(script.log_calls(),
+            Lines({"openlog who 1 24", "syslog 3 why: Device or resource busy", "closelog"}));
+}
+
+TEST(CallScript, RunsCommandsOnPaper) {
+  CallScript script;
+  script.popen("localcli list").prints("one\ntwo\n");
+  script.pclose("localcli list").returns(256);
+  FILE* pipe = popen("localcli list", "r");
+  std::array<char, 16> line = {};
+  EXPECT_STREQ(fgets(line.data(), line.size(), pipe), "one\n");
+  EXPECT_STREQ(fgets(line.data(), line.size(), pipe), "two\n");
+  EXPECT_EQ(fgets(line.data(), line.size(), pipe), nullptr);
+  EXPECT_EQ(pclose(pipe), 256);
+}
+
+TEST(CallScript, ReadsRewindsAndWritesPretendedFiles) {
+  CallScript script;
+  script.fopen("/etc/in", "r").prints("text\n");
+  script.fopen("/etc/out", "w");
+  FILE* in = fopen("/etc/in", "r");
+  std::array<char, 16> line = {};
+  EXPECT_STREQ(fgets(line.data(), line.size(), in), "text\n");
+  rewind(in);
+  EXPECT_STREQ(fgets(line.data(), line.size(), in), "text\n");
+  fclose(in);
+  FILE* out = fopen("/etc/out", "w");
+  fprintf(out, "Mox%d\r\n", 6);
+  fclose(out);
+  EXPECT_EQ(script.written_to("/etc/out"), "Mox6\r\n");
+}
+
+TEST(CallScript, FailsTheCallocThatIsAskedFor) {
+  CallScript script;
+  script.fail_calloc(2);
+  void* first = calloc(1, 16);
+  void* second = calloc(1, 16);
+  void* third = calloc(1, 16);
+  EXPECT_NE(first, nullptr);
+  EXPECT_EQ(second, nullptr);
+  EXPECT_NE(third, nullptr);
+  free(first);
+  free(third);
+}
+
+TEST(CallScript, PrintsTheMessagesOfAProcessThatEnds) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        script.fork().returns(0);
+        if (fork() == 0) {
+          syslog(LOG_INFO, "over\n");
+          exit(3);
+        }
+      },
+      testing::ExitedWithCode(3), "^6 over\n$");
+}
+
+TEST(CallScript, AProcessThatEndsTooEarlyHasAStatusOfItsOwn) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        script.setsid();
+        exit(0);
+      },
+      testing::ExitedWithCode(kBrokenScriptStatus), "these calls never came:\n  setsid\\(\\)");
+}
+
+TEST(OutputCapture, CatchesStandardOutputBesideAScript) {
+  const OutputCapture output;
+  const CallScript script;
+  puts("to be seen");
+  EXPECT_EQ(output.text(), "to be seen\n");
+}
+
+}  // namespace

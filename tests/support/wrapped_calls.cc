@@ -1,0 +1,471 @@
+// The replacements themselves: each writes down the call that came, lets the
+// active CallScript answer it, and passes through where there is none.
+#include "tests/support/wrapped_calls.h"
+
+#include <fcntl.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+
+#include "tests/support/call_script.h"
+#include "tests/support/call_text.h"
+
+namespace {
+
+constexpr size_t kDeviceBufferSize = 4096;
+
+int answer(const std::string& call) {
+  return static_cast<int>(CallScript::active()->meet(call).answer(0));
+}
+
+mode_t mode_argument(int flags, va_list arguments) {
+  return (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+}
+
+int wrapped_open(const char* path, int flags, mode_t mode) {
+  if (CallScript::active() == nullptr) {
+    return __real_open(path, flags, mode);
+  }
+  return answer(call_text("open", quoted(path), open_flags_text(flags)));
+}
+
+FILE* wrapped_fopen(const char* path, const char* mode) {
+  CallScript* script = CallScript::active();
+  if (script == nullptr) {
+    return __real_fopen(path, mode);
+  }
+  return script->meet_stream(call_text("fopen", quoted(path), quoted(mode)), path);
+}
+
+int wrapped_poll(pollfd* fds, nfds_t count, int timeout_ms) {
+  CallScript* script = CallScript::active();
+  if (script == nullptr) {
+    return __real_poll(fds, count, timeout_ms);
+  }
+  script->note_poll(timeout_ms);
+  if (count != 1) {
+    return answer(call_text("poll", "descriptors: " + std::to_string(count)));
+  }
+  const CallStep& step =
+      script->meet(call_text("poll", fds->fd, poll_events_text(fds->events), timeout_ms));
+  fds->revents = static_cast<short>(step.reported());
+  return static_cast<int>(step.answer(step.reported() != 0 ? 1 : 0));
+}
+
+ssize_t wrapped_readlink(const char* path, char* target, size_t size) {
+  CallScript* script = CallScript::active();
+  if (script == nullptr) {
+    return __real_readlink(path, target, size);
+  }
+  const CallStep& step = script->meet(call_text("readlink", quoted(path), size));
+  return step.answer(static_cast<long>(step.fill(target, size)));
+}
+
+ssize_t wrapped_recv(int fd, void* buffer, size_t size, int flags) {
+  CallScript* script = CallScript::active();
+  if (script == nullptr) {
+    return __real_recv(fd, buffer, size, flags);
+  }
+  const CallStep& step = script->meet(call_text("recv", fd, size, flags));
+  return step.answer(static_cast<long>(step.fill(buffer, size)));
+}
+
+int wrapped_stat(const char* path, struct stat* status) {
+  CallScript* script = CallScript::active();
+  if (script == nullptr) {
+    return __real_stat(path, status);
+  }
+  const CallStep* step = nullptr;
+  const std::optional<uid_t> owner = script->meet_stat(path, &step);
+  if (!owner.has_value()) {
+    errno = ENOENT;
+    return step == nullptr ? -1 : static_cast<int>(step->answer(-1));
+  }
+  *status = {};
+  status->st_mode = S_IFREG | 0644;
+  status->st_uid = *owner;
+  return 0;
+}
+
+[[gnu::format(printf, 2, 0)]] void wrapped_vsyslog(int priority, const char* format,
+                                                   va_list arguments) {
+  CallScript* script = CallScript::active();
+  if (script == nullptr) {
+    __real_vsyslog(priority, format, arguments);
+    return;
+  }
+  const int error = errno;
+  va_list copy;
+  va_copy(copy, arguments);
+  const int length = vsnprintf(nullptr, 0, format, copy);
+  va_end(copy);
+  std::string text(static_cast<size_t>(length), '\0');
+  errno = error;
+  vsnprintf(text.data(), text.size() + 1, format, arguments);
+  script->note_message(priority, text);
+  // As the C library's may: who needs errno afterwards has to have kept it.
+  errno = ECONNREFUSED;
+}
+
+}  // namespace
+
+extern "C" {
+
+// Declared here because --wrap alone makes them callable.
+[[noreturn]] void __wrap_abort();
+int __wrap_accept(int fd, sockaddr* address, socklen_t* length);
+int __wrap_bind(int fd, const sockaddr* address, socklen_t length);
+void* __wrap_calloc(size_t count, size_t size);
+int __wrap_close(int fd);
+int __wrap_close_range(unsigned first, unsigned last, int flags);
+void __wrap_closelog();
+[[noreturn]] void __wrap_exit(int status);
+[[noreturn]] void __wrap__exit(int status);
+int __wrap_fclose(FILE* stream);
+FILE* __wrap_fopen(const char* path, const char* mode);
+FILE* __wrap_fopen64(const char* path, const char* mode);
+pid_t __wrap_fork();
+int __wrap_getdtablesize();
+int __wrap_gettimeofday(timeval* now, void* zone);
+int __wrap_ioctl(int fd, unsigned long request, ...);
+int __wrap_kill(pid_t pid, int signal);
+int __wrap_listen(int fd, int backlog);
+int __wrap_mkdir(const char* path, mode_t mode);
+int __wrap_open(const char* path, int flags, ...);
+int __wrap_open64(const char* path, int flags, ...);
+int __wrap___open_2(const char* path, int flags);
+int __wrap___open64_2(const char* path, int flags);
+void __wrap_openlog(const char* identity, int option, int facility);
+int __wrap_pclose(FILE* stream);
+int __wrap_poll(pollfd* fds, nfds_t count, int timeout_ms);
+int __wrap___poll_chk(pollfd* fds, nfds_t count, int timeout_ms, size_t fds_size);
+FILE* __wrap_popen(const char* command, const char* mode);
+ssize_t __wrap_readlink(const char* path, char* target, size_t size);
+ssize_t __wrap___readlink_chk(const char* path, char* target, size_t size, size_t target_size);
+ssize_t __wrap_recv(int fd, void* buffer, size_t size, int flags);
+ssize_t __wrap___recv_chk(int fd, void* buffer, size_t size, size_t buffer_size, int flags);
+ssize_t __wrap_sendto(int fd, const void* bytes, size_t length, int flags, const sockaddr* address,
+                      socklen_t address_length);
+int __wrap_setlogmask(int mask);
+pid_t __wrap_setsid();
+unsigned __wrap_sleep(unsigned seconds);
+int __wrap_socket(int domain, int type, int protocol);
+int __wrap_stat(const char* path, struct stat* status);
+int __wrap_stat64(const char* path, struct stat* status);
+[[gnu::format(printf, 2, 3)]] void __wrap_syslog(int priority, const char* format, ...);
+[[gnu::format(printf, 3, 4)]] void __wrap___syslog_chk(int priority, int flag, const char* format,
+                                                       ...);
+int __wrap_system(const char* command);
+int __wrap_unlink(const char* path);
+int __wrap_usleep(useconds_t microseconds);
+[[gnu::format(printf, 2, 0)]] void __wrap_vsyslog(int priority, const char* format,
+                                                  va_list arguments);
+[[gnu::format(printf, 3, 0)]] void __wrap___vsyslog_chk(int priority, int flag, const char* format,
+                                                        va_list arguments);
+pid_t __wrap_waitpid(pid_t pid, int* status, int options);
+ssize_t __wrap_write(int fd, const void* bytes, size_t length);
+
+// The device and plain descriptors.
+
+int __wrap_open(const char* path, int flags, ...) {
+  va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = mode_argument(flags, arguments);
+  va_end(arguments);
+  return wrapped_open(path, flags, mode);
+}
+int __wrap_open64(const char* path, int flags, ...) {
+  va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = mode_argument(flags, arguments);
+  va_end(arguments);
+  return wrapped_open(path, flags, mode);
+}
+int __wrap___open_2(const char* path, int flags) {
+  return wrapped_open(path, flags, 0);
+}
+int __wrap___open64_2(const char* path, int flags) {
+  return wrapped_open(path, flags, 0);
+}
+
+int __wrap_close(int fd) {
+  return CallScript::active() == nullptr ? __real_close(fd) : answer(call_text("close", fd));
+}
+
+int __wrap_close_range(unsigned first, unsigned last, int flags) {
+  return CallScript::active() == nullptr ? __real_close_range(first, last, flags)
+                                         : answer(call_text("close_range", first, last));
+}
+
+int __wrap_getdtablesize() {
+  return CallScript::active() == nullptr ? __real_getdtablesize()
+                                         : answer(call_text("getdtablesize"));
+}
+
+int __wrap_ioctl(int fd, unsigned long request, ...) {
+  va_list arguments;
+  va_start(arguments, request);
+  void* buffer = va_arg(arguments, void*);
+  va_end(arguments);
+  CallScript* script = CallScript::active();
+  if (script == nullptr) {
+    return __real_ioctl(fd, request, buffer);
+  }
+  const CallStep& step = script->meet(call_text("ioctl", fd, request));
+  return static_cast<int>(step.answer(static_cast<long>(step.fill(buffer, kDeviceBufferSize))));
+}
+
+ssize_t __wrap_write(int fd, const void* bytes, size_t length) {
+  CallScript* script = CallScript::active();
+  if (script == nullptr) {
+    return __real_write(fd, bytes, length);
+  }
+  return script->meet_write(fd, {static_cast<const uint8_t*>(bytes), length})
+      .answer(static_cast<long>(length));
+}
+
+int __wrap_poll(pollfd* fds, nfds_t count, int timeout_ms) {
+  return wrapped_poll(fds, count, timeout_ms);
+}
+int __wrap___poll_chk(pollfd* fds, nfds_t count, int timeout_ms, size_t) {
+  return wrapped_poll(fds, count, timeout_ms);
+}
+
+// Time.
+
+unsigned __wrap_sleep(unsigned seconds) {
+  CallScript* script = CallScript::active();
+  if (script == nullptr) {
+    return __real_sleep(seconds);
+  }
+  script->meet_wait("sleep", seconds);
+  return 0;
+}
+
+int __wrap_usleep(useconds_t microseconds) {
+  CallScript* script = CallScript::active();
+  if (script == nullptr) {
+    return __real_usleep(microseconds);
+  }
+  script->meet_wait("usleep", microseconds);
+  return 0;
+}
+
+int __wrap_gettimeofday(timeval* now, void* zone) {
+  const CallScript* script = CallScript::active();
+  if (script == nullptr || !script->time().has_value()) {
+    return __real_gettimeofday(now, zone);
+  }
+  now->tv_sec = script->time()->first;
+  now->tv_usec = script->time()->second;
+  return 0;
+}
+
+// Files and streams.
+
+int __wrap_stat(const char* path, struct stat* status) {
+  return wrapped_stat(path, status);
+}
+int __wrap_stat64(const char* path, struct stat* status) {
+  return wrapped_stat(path, status);
+}
+
+int __wrap_unlink(const char* path) {
+  return CallScript::active() == nullptr ? __real_unlink(path)
+                                         : answer(call_text("unlink", quoted(path)));
+}
+
+int __wrap_mkdir(const char* path, mode_t mode) {
+  return CallScript::active() == nullptr ? __real_mkdir(path, mode)
+                                         : answer(call_text("mkdir", quoted(path), mode));
+}
+
+ssize_t __wrap_readlink(const char* path, char* target, size_t size) {
+  return wrapped_readlink(path, target, size);
+}
+ssize_t __wrap___readlink_chk(const char* path, char* target, size_t size, size_t) {
+  return wrapped_readlink(path, target, size);
+}
+
+FILE* __wrap_fopen(const char* path, const char* mode) {
+  return wrapped_fopen(path, mode);
+}
+FILE* __wrap_fopen64(const char* path, const char* mode) {
+  return wrapped_fopen(path, mode);
+}
+
+int __wrap_fclose(FILE* stream) {
+  if (CallScript::active() != nullptr) {
+    CallScript::active()->close_stream(stream);
+  }
+  return __real_fclose(stream);
+}
+
+void* __wrap_calloc(size_t count, size_t size) {
+  if (CallScript::active() != nullptr && CallScript::active()->calloc_fails()) {
+    errno = ENOMEM;
+    return nullptr;
+  }
+  return __real_calloc(count, size);
+}
+
+// Commands and processes.
+
+int __wrap_system(const char* command) {
+  return CallScript::active() == nullptr ? __real_system(command)
+                                         : answer(call_text("system", quoted(command)));
+}
+
+FILE* __wrap_popen(const char* command, const char* mode) {
+  CallScript* script = CallScript::active();
+  return script == nullptr ? __real_popen(command, mode)
+                           : script->meet_stream(call_text("popen", quoted(command)), command);
+}
+
+int __wrap_pclose(FILE* stream) {
+  CallScript* script = CallScript::active();
+  if (script == nullptr) {
+    return __real_pclose(stream);
+  }
+  const std::string command = script->close_stream(stream);
+  __real_fclose(stream);
+  return answer(call_text("pclose", quoted(command)));
+}
+
+pid_t __wrap_fork() {
+  return CallScript::active() == nullptr ? __real_fork() : answer(call_text("fork"));
+}
+
+pid_t __wrap_setsid() {
+  return CallScript::active() == nullptr ? __real_setsid() : answer(call_text("setsid"));
+}
+
+int __wrap_kill(pid_t pid, int signal) {
+  return CallScript::active() == nullptr ? __real_kill(pid, signal)
+                                         : answer(call_text("kill", pid, signal));
+}
+
+pid_t __wrap_waitpid(pid_t pid, int* status, int options) {
+  CallScript* script = CallScript::active();
+  if (script == nullptr) {
+    return __real_waitpid(pid, status, options);
+  }
+  const CallStep& step = script->meet(call_text("waitpid", pid, options));
+  if (status != nullptr) {
+    *status = step.reported();
+  }
+  return static_cast<pid_t>(step.answer(0));
+}
+
+void __wrap_exit(int status) {
+  __real_exit(CallScript::active() == nullptr ? status : CallScript::active()->end_process(status));
+}
+
+void __wrap__exit(int status) {
+  __real__exit(CallScript::active() == nullptr ? status
+                                               : CallScript::active()->end_process(status));
+}
+
+void __wrap_abort() {
+  if (CallScript::active() != nullptr) {
+    CallScript::active()->end_process(0);
+  }
+  __real_abort();
+}
+
+// Sockets.
+
+int __wrap_socket(int domain, int type, int protocol) {
+  return CallScript::active() == nullptr ? __real_socket(domain, type, protocol)
+                                         : answer(call_text("socket", domain, type, protocol));
+}
+
+int __wrap_bind(int fd, const sockaddr* address, socklen_t length) {
+  return CallScript::active() == nullptr
+             ? __real_bind(fd, address, length)
+             : answer(call_text("bind", fd, quoted(address_text(address, length)), length));
+}
+
+int __wrap_listen(int fd, int backlog) {
+  return CallScript::active() == nullptr ? __real_listen(fd, backlog)
+                                         : answer(call_text("listen", fd, backlog));
+}
+
+int __wrap_accept(int fd, sockaddr* address, socklen_t* length) {
+  return CallScript::active() == nullptr
+             ? __real_accept(fd, address, length)
+             : answer(call_text("accept", fd, length == nullptr ? 0U : *length));
+}
+
+ssize_t __wrap_recv(int fd, void* buffer, size_t size, int flags) {
+  return wrapped_recv(fd, buffer, size, flags);
+}
+ssize_t __wrap___recv_chk(int fd, void* buffer, size_t size, size_t, int flags) {
+  return wrapped_recv(fd, buffer, size, flags);
+}
+
+ssize_t __wrap_sendto(int fd, const void* bytes, size_t length, int flags, const sockaddr* address,
+                      socklen_t address_length) {
+  CallScript* script = CallScript::active();
+  if (script == nullptr) {
+    return __real_sendto(fd, bytes, length, flags, address, address_length);
+  }
+  script->note_datagram({static_cast<const uint8_t*>(bytes), length});
+  return script->meet(call_text("sendto", fd, quoted(address_text(address, address_length))))
+      .answer(static_cast<long>(length));
+}
+
+// The system log. Every call leaves a wrong errno behind.
+
+void __wrap_openlog(const char* identity, int option, int facility) {
+  CallScript* script = CallScript::active();
+  if (script == nullptr) {
+    __real_openlog(identity, option, facility);
+    return;
+  }
+  script->note_log("openlog " + std::string(identity) + " " + std::to_string(option) + " " +
+                   std::to_string(facility));
+  errno = ENOTCONN;
+}
+
+void __wrap_closelog() {
+  CallScript* script = CallScript::active();
+  if (script == nullptr) {
+    __real_closelog();
+    return;
+  }
+  script->note_log("closelog");
+  errno = EBADF;
+}
+
+int __wrap_setlogmask(int mask) {
+  CallScript* script = CallScript::active();
+  if (script == nullptr) {
+    return __real_setlogmask(mask);
+  }
+  script->note_log("setlogmask " + std::to_string(mask));
+  return 0xFF;
+}
+
+void __wrap_syslog(int priority, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  wrapped_vsyslog(priority, format, arguments);
+  va_end(arguments);
+}
+void __wrap___syslog_chk(int priority, int, const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  wrapped_vsyslog(priority, format, arguments);
+  va_end(arguments);
+}
+void __wrap_vsyslog(int priority, const char* format, va_list arguments) {
+  wrapped_vsyslog(priority, format, arguments);
+}
+void __wrap___vsyslog_chk(int priority, int, const char* format, va_list arguments) {
+  wrapped_vsyslog(priority, format, arguments);
+}
+
+}  // extern "C"

@@ -1,0 +1,242 @@
+// The socket proxy: its set-up and service in the child (which ends by exit, so
+// those tests run in a process of their own), and what one receive leads to.
+#include "daemon/agent_socket.h"
+
+#include <sys/socket.h>
+
+#include <string>
+
+#include "tests/unit/daemon/daemon_fixture.h"
+
+namespace {
+
+constexpr int kListener = 1;
+constexpr int kClient = 2;
+constexpr const char* kSocketPath = "/opt/ortdv/sockets/agentx/tvud";
+constexpr const char* kRunning = "/opt/ortdv/tmp/tvurevrunning.text";
+constexpr const char* kStop = "/opt/ortdv/tmp/tvurevortstop.text";
+constexpr const char* kTouch = "touch /opt/ortdv/tmp/tvurevrunning.text";
+constexpr const char* kAddresses = "localcli network ip interface ipv4 get";
+
+using testing::ExitedWithCode;
+
+class SocketProxy : public Daemon {
+ protected:
+  void SetUp() override {
+    Daemon::SetUp();
+    proxy_running = 1;
+    g_daemon_debug_flag = 1;
+  }
+};
+
+void expect_detaching(CallScript& script) {
+  script.fork().returns(0);
+  script.setsid().returns(1);
+  script.close(0);
+  script.close(1);
+  script.close(2);
+  script.open("/dev/null", O_RDWR).returns(0);
+}
+
+void expect_listening(CallScript& script) {
+  expect_detaching(script);
+  script.socket(AF_UNIX, SOCK_STREAM, 0).returns(kListener);
+  script.unlink(kSocketPath).fails(ENOENT);
+  script.bind(kListener, kSocketPath, 32);  // 30 characters and 2
+  script.listen(kListener, 5);
+  script.popen(kAddresses).prints("title\nrule\nvmk0 192.0.2.1\n");
+  script.pclose(kAddresses);
+}
+
+void expect_client(CallScript& script) {
+  script.system(kTouch);
+  script.accept(kListener, 110).returns(kClient);
+}
+
+void expect_stop(CallScript& script) {
+  script.stat(kStop);
+  script.unlink(kStop);
+}
+
+[[noreturn]] void run() {
+  start_socket_proxy();
+  _exit(99);
+}
+
+TEST_F(SocketProxy, ForksAndReturnsInTheParent) {
+  CallScript script;
+  script.fork().returns(123);
+  start_socket_proxy();
+}
+
+TEST_F(SocketProxy, EndsWhenThereIsNoSocket) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_detaching(script);
+        script.socket(AF_UNIX, SOCK_STREAM, 0).fails(EMFILE);
+        run();
+      },
+      ExitedWithCode(1), "6 reverse_mode open socket failed.\n");
+}
+
+TEST_F(SocketProxy, EndsWhenItCannotBind) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_detaching(script);
+        script.socket(AF_UNIX, SOCK_STREAM, 0).returns(kListener);
+        script.unlink(kSocketPath);
+        script.bind(kListener, kSocketPath, 32).fails(ENOENT);
+        script.close(kListener);
+        run();
+      },
+      ExitedWithCode(1), "6 reverse_mode socket bind failed.\n");
+}
+
+TEST_F(SocketProxy, EndsWhenItCannotListen) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_detaching(script);
+        script.socket(AF_UNIX, SOCK_STREAM, 0).returns(kListener);
+        script.unlink(kSocketPath);
+        script.bind(kListener, kSocketPath, 32);
+        script.listen(kListener, 5).fails(EADDRINUSE);
+        script.close(kListener);
+        run();
+      },
+      ExitedWithCode(1), "6 reverse_mode socket listen failed.\n");
+}
+
+TEST_F(SocketProxy, EndsWhenAcceptFails) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_listening(script);
+        script.system(kTouch);
+        script.accept(kListener, 110).fails(EMFILE);
+        script.close(kListener);
+        run();
+      },
+      ExitedWithCode(1),
+      "6 get_host_ipaddress\\(\\): Found vmk0! IPaddress is .192.0.2.1.\n"
+      "(.*\n)*6  main TVUD reverse_mode loop\n"
+      "(.*\n)*6  reverse mode:  Waiting for a connection with forward mode ORT...\n"
+      "(.*\n)*6 reverse_mode socket accept failed.\n");
+}
+
+TEST_F(SocketProxy, StopsWithStatus1WhileAClientIsConnected) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_listening(script);
+        expect_client(script);
+        script.poll(kClient, POLLIN, 1'000).returns(0);
+        script.stat(kStop).fails(ENOENT);
+        script.poll(kClient, POLLIN, 1'000).returns(0);
+        expect_stop(script);
+        run();
+      },
+      ExitedWithCode(1),
+      "6 .tvud.: TVU Reverse Proxy Connected.\n+6 tvud: TVU Reverse Proxy: numfds .1..\n"
+      "(.*\n)*6 tvu_rev_proxy: Detected request to disable and stop TVU Reverse mode for ORT.\n"
+      "(.*\n)*6 .tvud.: TVU Reverse Proxy Service shutting down...\n");
+}
+
+TEST_F(SocketProxy, DropsAClientThatHangsUpAndWaits30Seconds) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_listening(script);
+        expect_client(script);
+        script.poll(kClient, POLLIN, 1'000).reports(POLLIN | POLLHUP);
+        script.recv(kClient, 4080, 0).returns(0);
+        script.close(kClient);
+        script.unlink(kRunning);
+        script.sleep(30).returns(0);
+        expect_stop(script);
+        run();
+      },
+      ExitedWithCode(1), "6 reverse mode: tvu_rev_proxy_ort: HUP exit. socket exit\n");
+}
+
+TEST_F(SocketProxy, TakesTheNextClientAfterThePause) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_listening(script);
+        expect_client(script);
+        script.poll(kClient, POLLIN, 1'000).reports(POLLHUP);
+        script.close(kClient);
+        script.unlink(kRunning);
+        script.sleep(30).returns(0);
+        script.stat(kStop).fails(ENOENT);
+        expect_client(script);
+        script.poll(kClient, POLLIN, 1'000).returns(0);
+        expect_stop(script);
+        run();
+      },
+      ExitedWithCode(1), "");
+}
+
+TEST_F(SocketProxy, CarriesOnAfterAReceiveErrorAndAPollError) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_listening(script);
+        expect_client(script);
+        script.poll(kClient, POLLIN, 1'000).reports(POLLIN);
+        script.recv(kClient, 4080, 0).fails(ECONNRESET);
+        script.stat(kStop).fails(ENOENT);
+        script.poll(kClient, POLLIN, 1'000).reports(POLLERR);
+        expect_stop(script);
+        run();
+      },
+      ExitedWithCode(1),
+      "6  proxy_ortd_trap socket recv\\(\\) error.  Return -1.\n"
+      "(.*\n)*6 reverse mode: proxy_ortd_trap exit\n");
+}
+
+TEST_F(SocketProxy, NoLongerAsksForInputOnceTheClientClosedItsSendingSide) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_listening(script);
+        expect_client(script);
+        script.poll(kClient, POLLIN, 1'000).reports(POLLIN);
+        script.recv(kClient, 4080, 0).returns(0);
+        script.stat(kStop).fails(ENOENT);
+        script.poll(kClient, 0, 1'000).returns(0);
+        expect_stop(script);
+        run();
+      },
+      ExitedWithCode(1), "");
+}
+
+TEST_F(SocketProxy, RelaysWhateverWasReceivedAsOneNotification) {
+  snmp_enabled_flag = 1;
+  g_daemon_debug_flag = 0;
+  CallScript script;
+  Bytes pdu = bmc_reset();
+  pdu[1] = 13;  // the type is not looked at
+  script.recv(kClient, 4080, 0).gives(pdu);
+  EXPECT_EQ(proxy_ortd_trap(kClient), 0);
+  EXPECT_EQ(script.logs(), Lines({"3 tvurev: no trap destinations defined!\n"}));
+}
+
+TEST_F(SocketProxy, FollowsANotificationWithDebugLines) {
+  g_agentx_dump_flag = 1;
+  CallScript script;
+  script.recv(kClient, 4080, 0).gives(bytes_of("010c0000 00000000 00000000 00000000 00000000"));
+  EXPECT_EQ(proxy_ortd_trap(kClient), 0);
+  EXPECT_EQ(script.logs(),
+            Lines({"6  proxy_ortd_trap\n", "6 proxy_ortd_trap: received 20 bytes . . .\n",
+                   "6 BMC_RECV AgentX packet\n", "6 dump_agentx()\n",
+                   "6 AgentX: version = 1 type = 12 flags = 0 payload_length = 0\n"
+                   "sessionID=       0 transactionID =        0 packetID =        0\n",
+                   "6 sending 20 bytes\n",
+                   "3 send_trap_to_host(): Host SNMP Disabled. Cannot send trap thru Host.\n"}));
+}
+
+}  // namespace

@@ -1,0 +1,267 @@
+// The BMC loop from one cycle to the next: what it waits for and how it comes
+// back. The loop only ends by exit, so each test ends it with the stop file and
+// runs in a process of its own; messages come out on standard error.
+#include "daemon/bmc_loop.h"
+
+#include "tests/unit/daemon/daemon_fixture.h"
+
+namespace {
+
+constexpr int kFd = 5;
+constexpr short kLoopEvents = POLLIN | POLLERR | POLLHUP;
+constexpr const char* kStop = "/opt/ortdv/tmp/tvurevbmcstop.text";
+constexpr const char* kChannel = "/vmfs/devices/char/vmkdriver/zemox-d0ccb15";
+
+using testing::ExitedWithCode;
+
+class BmcLoop : public Daemon {
+ protected:
+  void SetUp() override {
+    Daemon::SetUp();
+    proxy_running = 1;
+    snmp_enabled_flag = 1;
+  }
+};
+
+void expect_open(CallScript& script) {
+  script.open(kChannel, O_RDWR | O_EXCL).returns(kFd);
+  script.usleep(10'000);
+}
+
+void expect_hello_write(CallScript& script, uint16_t seqno) {
+  script.write(kFd, ChifBuilder(0x0193).seqno(seqno).svc(13).u16_at(8, 1).sized(16).bytes());
+  script.usleep(10'000);
+}
+
+void expect_connect_write(CallScript& script) {
+  script.write(kFd, ChifBuilder(0x0193).svc(13).u16_at(8, 3).sized(16).bytes());
+  script.usleep(10'000);
+}
+
+void expect_reply(CallScript& script, uint16_t seqno) {
+  script.poll(kFd, POLLIN, 10'000).reports(POLLIN);
+  script.ioctl(kFd).gives(ChifBuilder(0x8193).seqno(seqno).sized(17).bytes());
+}
+
+void expect_connection(CallScript& script, uint16_t hello_seqno) {
+  expect_open(script);
+  expect_hello_write(script, hello_seqno);
+  expect_reply(script, hello_seqno);
+  expect_connect_write(script);
+  expect_reply(script, 0);
+}
+
+void expect_goodbye(CallScript& script) {
+  script.write(kFd, ChifBuilder(0x0193).svc(13).u16_at(8, 2).sized(16).bytes());
+  script.usleep(1'000);
+  script.poll(kFd, POLLIN, 1'000'000).returns(0);
+  script.close(kFd);
+}
+
+void expect_poll(CallScript& script, short revents) {
+  script.poll(kFd, kLoopEvents, 1'000).reports(revents);
+}
+
+// The stop file is looked for after each poll.
+void expect_no_stop(CallScript& script) {
+  script.stat(kStop).fails(ENOENT);
+}
+
+void expect_stop(CallScript& script, bool connected) {
+  script.stat(kStop);
+  script.unlink(kStop);
+  if (connected) {
+    expect_goodbye(script);
+  }
+}
+
+[[noreturn]] void run() {
+  run_bmc_loop();
+  _exit(99);
+}
+
+TEST_F(BmcLoop, StopsWithStatus1AndAGoodbye) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_connection(script, 0);
+        expect_poll(script, 0);
+        expect_no_stop(script);
+        expect_poll(script, 0);
+        expect_stop(script, true);
+        run();
+      },
+      ExitedWithCode(1),
+      "6 .tvud.: BMC Reverse Proxy Connected.\n+.*6 .tvud.: BMC Reverse channel is .5..\n"
+      "+.*6 proxy_bmc_rev: Detected request to disable and stop TVU Reverse mode for Mox.\n"
+      "+.*6 tvud: BMC Reverse Proxy Service shutting down...\n");
+}
+
+TEST_F(BmcLoop, RetriesAFailedOpenEvery10Seconds) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        for (int sweep = 0; sweep < 5; ++sweep) {
+          for (int channel = 15; channel >= 0; --channel) {
+            script
+                .open("/vmfs/devices/char/vmkdriver/zemox-d0ccb" + std::to_string(channel),
+                      O_RDWR | O_EXCL)
+                .fails(EBUSY);
+          }
+          script.usleep(100'000);
+        }
+        script.sleep(10).returns(0);
+        expect_connection(script, 0);
+        expect_poll(script, 0);
+        expect_stop(script, true);
+        run();
+      },
+      ExitedWithCode(1), "no available Qel Mox channels");
+}
+
+TEST_F(BmcLoop, GivesUpAfterThreeHellosAndConnectsOnTheClosedChannelOnPurpose) {
+  g_daemon_debug_flag = 1;
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_open(script);
+        for (uint16_t hello = 0; hello < 3; ++hello) {
+          expect_hello_write(script, hello);
+          script.poll(kFd, POLLIN, 10'000).fails(EIO);
+          if (hello == 2) {
+            script.close(kFd);
+          }
+          script.sleep(10).returns(0);
+        }
+        script.write(kFd, ChifBuilder(0x0193).svc(13).u16_at(8, 3).sized(16).bytes()).fails(EBADF);
+        script.usleep(10'000);
+        script.close(kFd).fails(EBADF);
+        script.sleep(15).returns(0);
+        expect_connection(script, 3);
+        expect_poll(script, 0);
+        expect_stop(script, true);
+        run();
+      },
+      ExitedWithCode(1),
+      "6 no Reverse mode Mox hello,  retries .0.\n(.*\n)+6 no Reverse mode Mox hello,  retries "
+      ".1.\n"
+      "(.*\n)+6 no Reverse mode Mox hello,  retries .2.\n"
+      "(.*\n)*6 Max hello_rev retries. Close BMC.\n"
+      "(.*\n)*6 reverse mode: Successful with reverse Mox Hello.\n");
+}
+
+TEST_F(BmcLoop, ReopensTheChannel15SecondsAfterAFailedConnect) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_open(script);
+        expect_hello_write(script, 0);
+        expect_reply(script, 0);
+        expect_connect_write(script);
+        script.poll(kFd, POLLIN, 10'000).fails(EIO);
+        script.close(kFd);
+        script.sleep(15).returns(0);
+        expect_connection(script, 1);
+        expect_poll(script, 0);
+        expect_stop(script, true);
+        run();
+      },
+      ExitedWithCode(1), "do_connect_rev\\(\\): Failed: poll\\(\\) error=5");
+}
+
+TEST_F(BmcLoop, SaysGoodbyeAndReconnects10SecondsAfterAReset) {
+  g_daemon_debug_flag = 1;
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_connection(script, 0);
+        expect_poll(script, POLLIN);
+        script.ioctl(kFd).gives(ChifBuilder(1).agentx(bmc_reset()).bytes());
+        expect_goodbye(script);
+        script.sleep(10).returns(0);
+        expect_no_stop(script);
+        expect_connection(script, 1);
+        expect_poll(script, 0);
+        expect_stop(script, true);
+        run();
+      },
+      ExitedWithCode(1),
+      "6 reverse mode: proxy_bmc_trap returns recvd Mox reset trap\n"
+      "(.*\n)*6 reverse mode: performing disconnect and reconnect to Mox\n"
+      "(.*\n)*6  main BMC reverse proxy loop\n");
+}
+
+TEST_F(BmcLoop, SaysASecondGoodbyeOnNoChannelWhenTheResetCameWithAHangUp) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_connection(script, 0);
+        expect_poll(script, POLLIN | POLLHUP);
+        script.ioctl(kFd).gives(ChifBuilder(1).agentx(bmc_reset()).bytes());
+        expect_goodbye(script);
+        script.sleep(10).returns(0);
+        script.write(-1, ChifBuilder(0x0193).svc(13).u16_at(8, 2).sized(16).bytes()).fails(EBADF);
+        script.usleep(1'000);
+        expect_stop(script, false);
+        run();
+      },
+      ExitedWithCode(1), "3 go_bye\\(\\): Failed: Writing SNMP_HELLO_BYE send=-1 errno =9\n");
+}
+
+TEST_F(BmcLoop, ReconnectsAtOnceAfterAHangUp) {
+  for (const short event : {short{POLLHUP}, short{POLLERR}}) {
+    EXPECT_EXIT(
+        {
+          CallScript script;
+          expect_connection(script, 0);
+          expect_poll(script, event);
+          expect_goodbye(script);
+          expect_no_stop(script);
+          expect_connection(script, 1);
+          expect_poll(script, 0);
+          expect_stop(script, true);
+          run();
+        },
+        ExitedWithCode(1), "BMC Reverse Proxy Connected");
+  }
+}
+
+TEST_F(BmcLoop, RelaysPacketAfterPacket) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_connection(script, 0);
+        for (int packet = 0; packet < 3; ++packet) {
+          expect_poll(script, POLLIN);
+          script.ioctl(kFd).gives(ChifBuilder(1).agentx(fan_failure()).bytes());
+          expect_no_stop(script);
+        }
+        expect_poll(script, 0);
+        expect_stop(script, true);
+        run();
+      },
+      ExitedWithCode(1), "(3 tvurev: no trap destinations defined!\n+){3}");
+}
+
+TEST_F(BmcLoop, DoesNotReadAgainOnTheEventsOfAFailedPoll) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_connection(script, 0);
+        expect_poll(script, POLLIN);
+        script.ioctl(kFd).gives(ChifBuilder(1).agentx(fan_failure()).bytes());
+        expect_no_stop(script);
+        script.poll(kFd, kLoopEvents, 1'000).fails(EINTR);
+        expect_stop(script, true);
+        run();
+      },
+      ExitedWithCode(1), "");
+}
+
+TEST_F(BmcLoop, ReturnsZeroWhenItMayNotRun) {
+  proxy_running = 0;
+  const CallScript script;
+  EXPECT_EQ(run_bmc_loop(), 0);
+}
+
+}  // namespace

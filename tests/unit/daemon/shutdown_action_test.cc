@@ -1,0 +1,122 @@
+// The shutdown timer: in the daemon's process what is kept of it, in its own
+// what it waits for and runs. The timer's side ends in exit, so those tests run
+// in a process of their own; its messages come out on standard error.
+#include "daemon/shutdown_action.h"
+
+#include <sys/wait.h>
+
+#include <csignal>
+
+#include "tests/unit/daemon/daemon_fixture.h"
+
+namespace {
+
+using ShutdownAction = Daemon;
+using testing::ExitedWithCode;
+
+TEST_F(ShutdownAction, KeepsTheTimersPid) {
+  g_daemon_debug_flag = 1;
+  CallScript script;
+  script.waitpid(-1, WNOHANG).fails(ECHILD);
+  script.fork().returns(4711);
+  EXPECT_EQ(do_shutdown(1, 30, "fans"), 0);
+  EXPECT_EQ(shutdown_timer_pid, 4711);
+  EXPECT_EQ(script.logs(), Lines({"6 Shutdown timer PID is [4711].\n"}));
+}
+
+TEST_F(ShutdownAction, KeepsTheResultOfAFailedForkUnchecked) {
+  CallScript script;
+  script.waitpid(-1, WNOHANG).fails(ECHILD);
+  script.fork().fails(EAGAIN);
+  EXPECT_EQ(do_shutdown(1, 30, "fans"), 0);
+  EXPECT_EQ(shutdown_timer_pid, -1);
+}
+
+TEST_F(ShutdownAction, ReapsFinishedTimersOnlyWhenItReplacesTheKeptPid) {
+  shutdown_timer_pid = 10;
+  CallScript script;
+  script.waitpid(-1, WNOHANG).returns(10);
+  script.waitpid(-1, WNOHANG).returns(0);
+  script.fork().returns(11);
+  do_shutdown(1, 30, "fans");
+  EXPECT_EQ(shutdown_timer_pid, 11);
+}
+
+TEST_F(ShutdownAction, AnAbortKillsTheTimerAndForgetsIt) {
+  shutdown_timer_pid = 4711;
+  CallScript script;
+  script.kill(4711, SIGKILL);
+  abort_shutdown();
+  EXPECT_EQ(shutdown_timer_pid, 0);
+  EXPECT_EQ(script.log_calls(), Lines({"syslog 6 Terminating Shutdown timer ( PID [4711])...\n"}));
+}
+
+TEST_F(ShutdownAction, AnAbortAfterTheTimerEndedIgnoresTheFailingKill) {
+  shutdown_timer_pid = 4711;
+  CallScript script;
+  script.kill(4711, SIGKILL).fails(ESRCH);
+  abort_shutdown();
+  EXPECT_EQ(shutdown_timer_pid, 0);
+}
+
+TEST_F(ShutdownAction, AnAbortAfterAFailedForkKillsNobody) {
+  shutdown_timer_pid = -1;
+  CallScript script;
+  abort_shutdown();
+  EXPECT_EQ(shutdown_timer_pid, 0);
+  EXPECT_EQ(script.logs(), Lines({"6 Terminating Shutdown timer ( PID [-1])...\n"}));
+}
+
+TEST_F(ShutdownAction, AnAbortWithoutATimerOnlyLogs) {
+  g_daemon_debug_flag = 1;
+  CallScript script;
+  abort_shutdown();
+  EXPECT_EQ(script.logs(), Lines({"6 Shutdown timer PID is 0.  Nothing to terminate.\n"}));
+}
+
+// Runs the timer's side of do_shutdown: fork returns 0 and a session is made,
+// then come the given number of 5-second steps and the command.
+[[noreturn]] void run_timer(uint32_t action, int32_t delay, int steps, const char* command) {
+  CallScript script;
+  script.waitpid(-1, WNOHANG).fails(ECHILD);
+  script.fork().returns(0);
+  script.setsid().returns(1);
+  if (steps > 0) {
+    script.sleep(5).returns(0).times(steps);
+  }
+  script.system(command).returns(0);
+  do_shutdown(action, delay, "fan %n lost");
+  _exit(1);
+}
+
+using ShutdownTimer = ShutdownAction;
+
+TEST_F(ShutdownTimer, WithDelay7Waits10SecondsAndReboots) {
+  EXPECT_EXIT(run_timer(1, 7, 2, "reboot"), ExitedWithCode(0),
+              "6 Shutdown timer started.\n+.*1 The host is being rebooted due to fan %n lost.\n");
+}
+
+TEST_F(ShutdownTimer, WithDelay0ActsAtOnce) {
+  EXPECT_EXIT(run_timer(1, 0, 0, "reboot"), ExitedWithCode(0), "rebooted due to");
+}
+
+TEST_F(ShutdownTimer, WithANegativeDelayActsAtOnce) {
+  EXPECT_EXIT(run_timer(1, -100, 0, "reboot"), ExitedWithCode(0), "rebooted due to");
+}
+
+TEST_F(ShutdownTimer, WithAction0AndDelay5PowersOffAfter5Seconds) {
+  EXPECT_EXIT(run_timer(0, 5, 1, "poweroff"), ExitedWithCode(0),
+              "1 The host is being shutdown due to fan %n lost.\n");
+}
+
+TEST_F(ShutdownTimer, RebootsForAnyActionButZero) {
+  EXPECT_EXIT(run_timer(4, 1, 1, "reboot"), ExitedWithCode(0), "rebooted due to");
+}
+
+TEST_F(ShutdownTimer, LogsTheCommandsStatusForDebugging) {
+  g_daemon_debug_flag = 1;
+  EXPECT_EXIT(run_timer(0, 0, 0, "poweroff"), ExitedWithCode(0),
+              "6 do_shutdown: system command returns \\[0\\]\n");
+}
+
+}  // namespace

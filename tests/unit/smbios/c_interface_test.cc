@@ -1,0 +1,18 @@
+// The library called from C.
+#include "tests/unit/smbios/c_interface.h"
+
+#include "tests/support/smbios/sample_host.h"
+#include "tests/unit/smbios/loaded_table.h"
+
+namespace {
+
+class CInterface : public LoadedTable {};
+
+TEST_F(CInterface, WalksDecodesAndAnswers) {
+  load(sample_host_table());
+  EXPECT_EQ(count_slots_from_c(), 8U);
+  EXPECT_EQ(count_structures_from_c(), 35U);
+  EXPECT_STREQ(pci_name_from_c(0, 0x14), "Eight-Port SAS Adapter");
+}
+
+}  // namespace
