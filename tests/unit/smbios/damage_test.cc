@@ -183,7 +183,8 @@ std::vector<uint32_t> walk() {
       for (size_t offset = 0; offset < 256; ++offset) {
         sum += structure[offset];
       }
-      for (const uint16_t number : {0, 1, 2, 200, 65535}) {
+      constexpr uint16_t kNumbers[] = {0, 1, 2, 200, 65535};
+      for (const uint16_t number : kNumbers) {
         EXPECT_TRUE(ends(SmBiosGetString(structure, number)));
       }
     }

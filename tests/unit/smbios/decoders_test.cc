@@ -50,12 +50,12 @@ TEST_F(BiosInfo, HasAllFields) {
   const auto record = decode<SmbBiosInfoRec>(bios(24));
   EXPECT_EQ(record.header.type, 0);
   EXPECT_EQ(record.header.length, 24);
-  EXPECT_EQ(record.header.handle, 0x1234);
+  EXPECT_EQ(+record.header.handle, 0x1234);
   EXPECT_STREQ(record.vendor, "Vendor");
   EXPECT_STREQ(record.version, "Version 1");
   EXPECT_STREQ(record.releaseDate, "01/02/2024");
-  EXPECT_EQ(record.address, 0xE800U);
-  EXPECT_EQ(record.romSize, 1024);
+  EXPECT_EQ(+record.address, 0xE800U);
+  EXPECT_EQ(+record.romSize, 1024);
   EXPECT_EQ(bytes_of(record.characteristics, 8),
             std::vector<uint8_t>({0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88}));
   EXPECT_EQ(record.extCharacteristics1, 0x99);
@@ -82,7 +82,7 @@ TEST_F(BiosInfo, ReadsTheRomSizeAsSigned) {
 }
 
 TEST_F(BiosInfo, HasNoAddressForZero) {
-  EXPECT_EQ(decode<SmbBiosInfoRec>(bios(24).u16(6, 0)).address, 0U);
+  EXPECT_EQ(+decode<SmbBiosInfoRec>(bios(24).u16(6, 0)).address, 0U);
 }
 
 // All fields but the last two are read whatever the length: here from the
@@ -92,7 +92,7 @@ TEST_F(BiosInfo, ReadsFieldsBehindAShortFormattedArea) {
       {0, 6, 1, 0, 1, 2, 'A', 'B', 1, 3, 'C', 'D', 0, 'E', 'F', 'G', 'H', 'I', 'J', 0, 0});
   EXPECT_STREQ(record.vendor, "AB..CD");
   EXPECT_STREQ(record.version, "EFGHIJ");
-  EXPECT_EQ(record.address, 0x4241U);
+  EXPECT_EQ(+record.address, 0x4241U);
   EXPECT_EQ(bytes_of(record.characteristics, 8),
             std::vector<uint8_t>({'C', 'D', 0, 'E', 'F', 'G', 'H', 'I'}));
 }
@@ -102,8 +102,8 @@ TEST_F(BiosInfo, IsZeroBehindTheBlocksEnd) {
   EXPECT_STREQ(record.vendor, "Undefined");
   EXPECT_STREQ(record.version, "Undefined");
   EXPECT_STREQ(record.releaseDate, "Undefined");
-  EXPECT_EQ(record.address, 0x00FFU);
-  EXPECT_EQ(record.romSize, 64);
+  EXPECT_EQ(+record.address, 0x00FFU);
+  EXPECT_EQ(+record.romSize, 64);
   EXPECT_EQ(bytes_of(record.characteristics, 8), std::vector<uint8_t>(8));
   EXPECT_EQ(record.extCharacteristics1, 0);
 }
@@ -137,7 +137,7 @@ TEST_F(SystemInfo, HasAllFields) {
   const auto record = decode<SmbSystemInfoRec>(system_info(27));
   EXPECT_EQ(record.header.type, 1);
   EXPECT_EQ(record.header.length, 27);
-  EXPECT_EQ(record.header.handle, 0x0100);
+  EXPECT_EQ(+record.header.handle, 0x0100);
   EXPECT_STREQ(record.manufacturer, "Maker");
   EXPECT_STREQ(record.productName, "Product");
   EXPECT_STREQ(record.version, "Rev");
@@ -173,7 +173,7 @@ TEST_F(SystemInfo, HasTheFirstFourTextsOnlyBelowLength25) {
 TEST_F(SystemInfo, HasTheHeaderOnlyBelowLength8) {
   const auto record = decode<SmbSystemInfoRec>(system_info(7));
   EXPECT_EQ(record.header.length, 7);
-  EXPECT_EQ(record.header.handle, 0x0100);
+  EXPECT_EQ(+record.header.handle, 0x0100);
   EXPECT_STREQ(record.manufacturer, "");
   EXPECT_STREQ(record.productName, "");
 }
@@ -239,16 +239,16 @@ TEST_F(SlotInfo, HasAllFields) {
   const auto record = decode<SmbSlotRec>(slot(17));
   EXPECT_EQ(record.header.type, 9);
   EXPECT_EQ(record.header.length, 17);
-  EXPECT_EQ(record.header.handle, 0x0901);
+  EXPECT_EQ(+record.header.handle, 0x0901);
   EXPECT_STREQ(record.designation, "PCI-E Slot 1");
   EXPECT_EQ(record.type, 0xA5);
   EXPECT_EQ(record.busDataWidth, 0x0B);
   EXPECT_EQ(record.currentUsage, 4);
   EXPECT_EQ(record.length, 3);
-  EXPECT_EQ(record.id, 0x0102);
+  EXPECT_EQ(+record.id, 0x0102);
   EXPECT_EQ(record.characteristics1, 0x0C);
   EXPECT_EQ(record.characteristics2, 0x05);
-  EXPECT_EQ(record.segmentGroupNum, 0x8001);
+  EXPECT_EQ(+record.segmentGroupNum, 0x8001);
   EXPECT_EQ(record.busNum, 0x2F);
   EXPECT_EQ(record.devFuncNum, 0xE9);
   EXPECT_EQ(record.SegmentNum, 0);
@@ -257,7 +257,7 @@ TEST_F(SlotInfo, HasAllFields) {
 TEST_F(SlotInfo, HasNoPciAddressBelowLength14) {
   const auto record = decode<SmbSlotRec>(slot(13));
   EXPECT_EQ(record.characteristics2, 0x05);
-  EXPECT_EQ(record.segmentGroupNum, 0);
+  EXPECT_EQ(+record.segmentGroupNum, 0);
   EXPECT_EQ(record.busNum, 0);
   EXPECT_EQ(record.devFuncNum, 0);
 }
@@ -265,7 +265,7 @@ TEST_F(SlotInfo, HasNoPciAddressBelowLength14) {
 // Bytes 14 to 16 are then the first letters of the string.
 TEST_F(SlotInfo, HasAPciAddressFromLength14On) {
   const auto record = decode<SmbSlotRec>(slot(14));
-  EXPECT_EQ(record.segmentGroupNum, 'P' << 8 | 0x01);
+  EXPECT_EQ(+record.segmentGroupNum, 'P' << 8 | 0x01);
   EXPECT_EQ(record.busNum, 'C');
   EXPECT_EQ(record.devFuncNum, 'I');
 }
@@ -285,7 +285,7 @@ TEST_F(EnclosureInfo, HasAllFields) {
   const auto record = decode<SmbEnclosureRec>(enclosure("07"));
   EXPECT_EQ(record.header.type, 204);
   EXPECT_EQ(record.header.length, 11);
-  EXPECT_EQ(record.header.handle, 0xCC00);
+  EXPECT_EQ(+record.header.handle, 0xCC00);
   EXPECT_STREQ(record.rackName, "Rack");
   EXPECT_STREQ(record.enclosureName, "Enclosure");
   EXPECT_STREQ(record.enclosureModel, "Model");
@@ -315,7 +315,7 @@ TEST_F(EnclosureInfo, HasBayZeroWithoutBayText) {
 TEST_F(EnclosureInfo, HasTheHeaderOnlyBelowLength11) {
   const auto record =
       decode<SmbEnclosureRec>(SmbiosStructure(204, 0xCC00, 10).string(4, "Rack").u8(8, 16));
-  EXPECT_EQ(record.header.handle, 0xCC00);
+  EXPECT_EQ(+record.header.handle, 0xCC00);
   EXPECT_STREQ(record.rackName, "");
   EXPECT_EQ(record.totalEnclosureBays, 0);
 }
@@ -360,7 +360,7 @@ TEST_F(GbxTable, HasItsVersionAndEntries) {
   const auto record = decode<SmbGbxTableRec>(gbx_table(38));
   EXPECT_EQ(record.header.type, 222);
   EXPECT_EQ(record.header.length, 38);
-  EXPECT_EQ(record.header.handle, 0xDE00);
+  EXPECT_EQ(+record.header.handle, 0xDE00);
   EXPECT_EQ(record.GbxTableVersion, 3);
   EXPECT_EQ(record.entryCount, 2);
   EXPECT_EQ(filled_entries(record), 2U);
@@ -385,7 +385,7 @@ TEST_F(GbxTable, CopiesNoMoreThanFourEntries) {
 
 TEST_F(GbxTable, HasTheHeaderOnlyBelowLength6) {
   const auto record = decode_raw<SmbGbxTableRec>({222, 5, 0, 0xDE, 9, 0, 0});
-  EXPECT_EQ(record.header.handle, 0xDE00);
+  EXPECT_EQ(+record.header.handle, 0xDE00);
   EXPECT_EQ(record.GbxTableVersion, 0);
   EXPECT_EQ(record.entryCount, 0);
 }
@@ -402,7 +402,7 @@ TEST_F(ServerId, HasItsTextForLength5Only) {
   const auto record = decode<SmbServerIdRec>(SmbiosStructure(195, 0xC300, 5).string(4, "SERVER-1"));
   EXPECT_EQ(record.header.type, 195);
   EXPECT_EQ(record.header.length, 5);
-  EXPECT_EQ(record.header.handle, 0xC300);
+  EXPECT_EQ(+record.header.handle, 0xC300);
   EXPECT_STREQ(record.serverSystemIdStr, "SERVER-1");
   const auto longer = decode<SmbServerIdRec>(SmbiosStructure(195, 1, 6).string(4, "SERVER-1"));
   EXPECT_STREQ(longer.serverSystemIdStr, "");

@@ -1,9 +1,10 @@
 // Types 0, 1 and 9 as dmidecode reads them from the same tables: a check of our
 // reading of the standard structures against another program's.
-#include <stdio.h>
 #include <sys/wait.h>
 
 #include <bit>
+#include <cstdarg>
+#include <cstdio>
 #include <map>
 #include <sstream>
 #include <string>
@@ -17,7 +18,7 @@ namespace {
 // One structure of dmidecode's output: its fields by name. Lines of a list are
 // counted under the list's name.
 struct Decoded {
-  int handle = 0;
+  unsigned handle = 0;
   int type = 0;
   int length = 0;
   std::map<std::string, std::string> fields;
@@ -46,8 +47,8 @@ std::vector<Decoded> decoded_by_dmidecode(const SmbiosTable& table) {
   std::string list;
   for (std::string line; std::getline(lines, line);) {
     Decoded header;
-    if (sscanf(line.c_str(), "Handle 0x%x, DMI type %d, %d bytes",
-               reinterpret_cast<unsigned*>(&header.handle), &header.type, &header.length) == 3) {
+    if (sscanf(line.c_str(), "Handle 0x%x, DMI type %d, %d bytes", &header.handle, &header.type,
+               &header.length) == 3) {
       structures.push_back(header);
     } else if (line.starts_with("\t\t")) {
       ++structures.back().lists[list];
@@ -74,18 +75,19 @@ std::string text(const char* ours) {
   return std::string(ours) == "Undefined" ? "Not Specified" : ours;
 }
 
-std::string formatted(const char* format, unsigned a, unsigned b = 0, unsigned c = 0,
-                      unsigned d = 0) __attribute__((format(printf, 1, 0)));
-std::string formatted(const char* format, unsigned a, unsigned b, unsigned c, unsigned d) {
+[[gnu::format(printf, 1, 2)]] std::string formatted(const char* format, ...) {
   char buffer[64] = {};
-  snprintf(buffer, sizeof buffer, format, a, b, c, d);
+  va_list arguments;
+  va_start(arguments, format);
+  vsnprintf(buffer, sizeof buffer, format, arguments);
+  va_end(arguments);
   return buffer;
 }
 
 void expect_header(const SmbRecordHeader& header, const Decoded& decoded) {
   EXPECT_EQ(header.type, decoded.type);
   EXPECT_EQ(header.length, decoded.length);
-  EXPECT_EQ(header.handle, decoded.handle);
+  EXPECT_EQ(0U + header.handle, decoded.handle);
 }
 
 void expect_same(const SmbBiosInfoRec& record, const Decoded& decoded) {

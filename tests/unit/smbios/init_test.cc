@@ -57,7 +57,8 @@ TEST_F(Init, FindsTheTableByTheEntryPointsOwnLength) {
 
 TEST_F(Init, ChecksNeitherChecksumsNorVersionNorAddressNorCount) {
   auto image = one_structure().device_image();
-  for (const size_t offset : {4, 6, 7, 8, 16, 21, 24, 25, 28, 29, 30}) {
+  constexpr size_t kUnread[] = {4, 6, 7, 8, 16, 21, 24, 25, 28, 29, 30};
+  for (const size_t offset : kUnread) {
     image[offset] ^= 0xFF;
   }
   ASSERT_EQ(init_from(image), 0);

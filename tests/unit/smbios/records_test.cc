@@ -32,7 +32,7 @@ TEST_F(Records, HaveTheHeaderOfTheirStructure) {
     ASSERT_EQ(found.size(), 1U) << header.type;
     EXPECT_EQ(found[0].type, header.type);
     EXPECT_EQ(found[0].length, header.length);
-    EXPECT_EQ(found[0].handle, header.handle);
+    EXPECT_EQ(+found[0].handle, +header.handle);
   }
 }
 

@@ -56,8 +56,7 @@ TEST(OctetStr, WithoutMemoryItIsEmptyAndInvalid) {
   const OctetStr string(&octet, ULONG_MAX);
   EXPECT_FALSE(string.valid());
   EXPECT_EQ(string.len(), 0U);
-  const OctetStr copy(string);
-  EXPECT_FALSE(copy.valid());
+  EXPECT_FALSE(OctetStr(string).valid());
   OctetStr assigned("text");
   assigned = string;
   EXPECT_FALSE(assigned.valid());
