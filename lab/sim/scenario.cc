@@ -405,7 +405,13 @@ Scenario parse_scenario(std::string_view text, const std::string& name) {
   scenario.name = name;
   std::istringstream lines{std::string(text)};
   std::string line;
-  for (int number = 1; std::getline(lines, line); ++number) {
+  for (int next = 1; std::getline(lines, line); ++next) {
+    const int number = next;
+    std::string more;
+    while (line.ends_with('\\') && std::getline(lines, more)) {
+      line.replace(line.size() - 1, 1, " " + more);
+      ++next;
+    }
     ParsedEvent parsed = parse_event(line);
     if (!parsed.error.empty()) {
       scenario.error = name + ":" + std::to_string(number) + ": " + parsed.error;

@@ -1,6 +1,6 @@
 // The language of scenarios: text files with one event a line, "#" for
-// comments. man/mox-sim.1 describes it for users. The parser only builds
-// records (lab/sim/events.h); the player runs them.
+// comments; a line that ends with a backslash goes on in the next. man/mox-sim.1 describes it for
+// users. The parser only builds records (lab/sim/events.h); the player runs them.
 #ifndef TVUREV_LAB_SIM_SCENARIO_H_
 #define TVUREV_LAB_SIM_SCENARIO_H_
 

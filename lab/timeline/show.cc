@@ -200,7 +200,7 @@ void play_agent(Show* show) {
   if (show->notifications_sent < show->settings.agent_notifications.size() && !show->agent) {
     show->agent =
         OwnedFd(send_as_agent(show->settings.agent_notifications[show->notifications_sent]));
-    show->notifications_sent += show->agent ? 1 : 0;
+    show->notifications_sent += show->agent ? 1U : 0U;
   }
 }
 

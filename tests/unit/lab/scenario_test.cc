@@ -218,6 +218,13 @@ TEST(ParseScenario, KeepsLineNumbers) {
   EXPECT_EQ(scenario.lines[1].text, "log x");
 }
 
+TEST(ParseScenario, ABackslashJoinsTheNextLine) {
+  const Scenario scenario = parse_scenario("log \\\n  x\nnvram \\\nA=01 \\\n# end\nwrong\n", "s");
+  ASSERT_THAT(scenario.lines, SizeIs(2));
+  EXPECT_EQ(scenario.lines[1].number, 3);
+  EXPECT_EQ(scenario.error, "s:6: unknown event: wrong");
+}
+
 TEST(ParseScenario, NamesFileAndLineOfTheFirstError) {
   EXPECT_EQ(parse_scenario("log x\nlogg x\nfoo\n", "a.scenario").error,
             "a.scenario:2: unknown event: logg");
