@@ -57,7 +57,8 @@ Json memory_json(Report& report) {
   update_mem_info(&memory);
   if (memory.total_physical <= 0) {
     report.add_problem(
-        "vsish", "\"vsish -e get /memory/comprehensive\" gave no memory size; run it by hand");
+        "vsish",
+        "\"vsish -e get /memory/comprehensive\" gave no usable memory size; run it by hand");
     return {};
   }
   return {{"total_physical_mb", memory.total_physical},

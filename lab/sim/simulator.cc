@@ -346,11 +346,13 @@ bool Simulator::drained() const {
 
 bool Simulator::push(int number, std::span<const uint8_t> packet) {
   Channel* channel = find_channel(number);
-  if (channel == nullptr || !send_packet(channel, packet)) {
+  if (channel == nullptr) {
     return false;
   }
+  // Reported first, so that a list of what happens never shows the host's
+  // reaction before its cause.
   report({Happening::What::kSent, number, {packet.begin(), packet.end()}, ""});
-  return true;
+  return send_packet(channel, packet);
 }
 
 void Simulator::report(Happening happening) {

@@ -17,6 +17,8 @@
  *                           unset: shells and tools that inherit the preload
  *                           keep theirs, and write nothing.
  *   TESTCLOCK_SOCKET        where to write, "/dev/log" if unset.
+ *   TESTCLOCK_HOLD          a file: while it exists no sleep ends, so that a test
+ *                           can act in the middle of one.
  *
  * Keeps no descriptor open (the daemon closes them all) and leaves errno as the
  * real call would. */
@@ -113,6 +115,16 @@ static void pause_shortly(void) {
   real(CLOCK_MONOTONIC, 0, &kPause, NULL);
 }
 
+/* Keeps errno. */
+static void stay_while_held(void) {
+  const int error = errno;
+  const char* file = getenv("TESTCLOCK_HOLD");
+  while (file != NULL && access(file, F_OK) == 0) {
+    pause_shortly();
+  }
+  errno = error;
+}
+
 unsigned sleep(unsigned seconds) {
   if (!is_our_program()) {
     REAL(sleep_function, "sleep")
@@ -120,6 +132,7 @@ unsigned sleep(unsigned seconds) {
   }
   record("sleep", "%u", seconds);
   pause_shortly();
+  stay_while_held();
   return 0;
 }
 

@@ -12,7 +12,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -46,6 +48,8 @@ class Clock : public testing::Test {
   void set(const std::string& name, const std::string& value) {
     environment_ += name + "='" + value + "' ";
   }
+
+  const std::string& directory() const { return directory_; }
 
   // What the probe printed, with the clock preloaded.
   std::string run_probe() const { return run(CLOCK_PROBE); }
@@ -122,6 +126,24 @@ TEST_F(Clock, DividesPollTimeouts) {
   set("TESTCLOCK_RECORD", "poll");
   run_probe();
   EXPECT_EQ(recorded(), Lines({"poll 1000000000 -> 0", "poll 0 -> -1"}));
+}
+
+TEST_F(Clock, HoldsASleepWhileTheFileExists) {
+  const std::string hold = directory() + "/hold";
+  set("TESTCLOCK_HOLD", hold);
+  set("TESTCLOCK_RECORD", "sleep,usleep");
+  ASSERT_TRUE(std::ofstream(hold).is_open());
+  Lines while_held;
+  std::thread release([&] {
+    while (while_held.empty()) {
+      while_held = recorded();
+    }
+    std::filesystem::remove(hold);
+  });
+  run_probe();
+  release.join();
+  EXPECT_EQ(while_held, Lines({"sleep 86400"}));
+  EXPECT_EQ(recorded(), Lines({"usleep 900000000"}));
 }
 
 TEST_F(Clock, IsHarmlessWithoutALogSocket) {

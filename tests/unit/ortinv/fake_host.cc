@@ -1,0 +1,426 @@
+#include "tests/unit/ortinv/fake_host.h"
+
+#include <dirent.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+
+#include "bmc/channel.h"
+#include "bmc/interval.h"
+#include "bmc/network_address.h"
+#include "bmc/nvram.h"
+#include "bmc/rev_mode.h"
+#include "hostinfo/entity_mib.h"
+#include "hostinfo/entity_mib_path.h"
+#include "smbios/oem_queries.h"
+#include "smbios/smbios_records.h"
+#include "smbios/smbios_table.h"
+
+FakeHost g_host;
+
+namespace {
+
+constexpr int kFd = 100;
+
+template <size_t size>
+void set_text(char (&field)[size], const std::string& text) {
+  snprintf(field, size, "%s", text.c_str());
+}
+
+SwInstalledRec package(const std::string& name, const std::string& version) {
+  SwInstalledRec record = {};
+  set_text(record.name, name);
+  set_text(record.version, version);
+  set_text(record.vendor, "Example");
+  set_text(record.summary, "Summary of " + name);
+  set_text(record.releaseDate, "2023-03-27");
+  return record;
+}
+
+const FakePciDevice* find_device(uint32_t segment, uint32_t bus, uint32_t device,
+                                 uint32_t function) {
+  std::array<char, 32> address = {};
+  snprintf(address.data(), address.size(), "%04x:%02x:%02x.%x", segment & 0xFFFF, bus & 0xFF,
+           device & 0x1F, function & 7);
+  const auto found = g_host.pci.find(address.data());
+  return g_host.has_smbios && found != g_host.pci.end() ? &found->second : nullptr;
+}
+
+const char* text_of(const std::string& text) {
+  return text.empty() ? nullptr : text.c_str();
+}
+
+const FakeDrive* find_drive(const std::string& serial) {
+  for (const FakeDrive& drive : g_host.drives) {
+    if (drive.serial.find(serial) != std::string::npos) {
+      return &drive;
+    }
+  }
+  return nullptr;
+}
+
+// The structures that tell which devices and drives there are.
+using Structure = std::vector<uint8_t>;
+
+Structure pci_structure(uint8_t type, size_t length, size_t segment_at,
+                        const std::string& address) {
+  unsigned segment = 0;
+  unsigned bus = 0;
+  unsigned device = 0;
+  unsigned function = 0;
+  sscanf(address.c_str(), "%x:%x:%x.%x", &segment, &bus, &device, &function);
+  Structure structure(256);
+  structure[0] = type;
+  structure[1] = static_cast<uint8_t>(length);
+  structure[segment_at] = static_cast<uint8_t>(segment);
+  structure[segment_at + 1] = static_cast<uint8_t>(segment >> 8);
+  structure[segment_at + 2] = static_cast<uint8_t>(bus);
+  structure[segment_at + 3] = static_cast<uint8_t>(device << 3 | function);
+  return structure;
+}
+
+std::vector<Structure> all_structures() {
+  std::vector<Structure> structures;
+  for (const auto& [address, device] : g_host.pci) {
+    structures.push_back(pci_structure(9, 17, 0x0D, address));
+    structures.push_back(pci_structure(41, 11, 7, address));
+    structures.push_back(pci_structure(203, 40, 36, address));
+    structures.push_back(pci_structure(233, 41, 4, address));
+  }
+  // Not to be taken for devices: an empty slot, and one without an address.
+  structures.push_back(pci_structure(9, 17, 0x0D, "0000:ff:1f.7"));
+  structures.push_back(pci_structure(9, 13, 0x0D, "0000:99:00.0"));
+  for (const FakeDrive& drive : g_host.drives) {
+    Structure structure(256);
+    structure[0] = 242;
+    structure[1] = 43;
+    structure[39] = 1;
+    memcpy(&structure[100], drive.serial.data(), std::min<size_t>(drive.serial.size(), 155));
+    structures.push_back(structure);
+  }
+  return structures;
+}
+
+template <typename Record>
+void* one_record(uint8_t type, void (*fill)(Record&)) {
+  auto* record = static_cast<Record*>(calloc(1, sizeof(Record)));
+  record->header = {type, 4, 0x1234};
+  fill(*record);
+  return record;
+}
+
+void* make_record(uint32_t type) {
+  switch (type) {
+    case 0:
+      return one_record<SmbBiosInfoRec>(0, [](SmbBiosInfoRec& record) {
+        set_text(record.vendor, "Example BIOS");
+        record.romSize = 8192;
+      });
+    case 1:
+      return one_record<SmbSystemInfoRec>(1, [](SmbSystemInfoRec& record) {
+        set_text(record.productName, "Example Server");
+        set_text(record.serialNumber, "SN1");
+      });
+    case 9:
+      return one_record<SmbSlotRec>(9, [](SmbSlotRec& record) {
+        set_text(record.designation, "PCI-E Slot 1");
+        record.busNum = 3;
+      });
+    case 195:
+      return one_record<SmbServerIdRec>(
+          195, [](SmbServerIdRec& record) { set_text(record.serverSystemIdStr, "ID1"); });
+    case 204:
+      return one_record<SmbEnclosureRec>(
+          204, [](SmbEnclosureRec& record) { set_text(record.rackName, "Rack 1"); });
+    default:
+      return one_record<SmbGbxTableRec>(222, [](SmbGbxTableRec& record) {
+        record.entryCount = 1;
+        record.GbxConnectorEntry[0].portMap[0] = {0x11, 0x80};
+      });
+  }
+}
+
+const char* variable_of(int selector) {
+  return selector == 8 ? "KXHVM8" : (selector == 9 ? "KXHVM9" : "KXHVMA");
+}
+
+uint32_t variable_value(const std::string& name) {
+  const auto found = g_host.variables.find(name);
+  return found == g_host.variables.end() ? 0 : found->second;
+}
+
+int write_variable(const std::string& name, uint32_t value) {
+  if (!g_host.takes_values) {
+    return 1;
+  }
+  ++g_host.writes;
+  g_host.variables[name] = value;
+  return 0;
+}
+
+int address_result() {
+  return !g_host.has_channel ? 1 : (g_host.answers ? 0 : -1);
+}
+
+}  // namespace
+
+FakeHost full_host() {
+  FakeHost host;
+  host.pci["0000:03:00.0"] = {"PCI-E Slot 1", "Network adapter", "P12345-001", "Linked", 2};
+  host.pci["0000:5e:1f.7"] = {"Embedded", "", "", "", 0};
+  host.drives = {{"  ABC123  ", "Port=1I:Box=1:Bay=1", "SAS"}, {"XYZ", "Port=1I:Box=1:Bay=2", ""}};
+  set_text(host.identity.product, "VMware ESXi");
+  set_text(host.identity.version, "VMware ESXi 8.0.2 Build-1234 Update 2");
+  set_text(host.identity.full_version, "VMware ESXi 8.0.2 Build-1234 Update 2");
+  set_text(host.identity.short_version, "8.0.2 Build-1234 Update 2");
+  set_text(host.identity.system_type, "Server");
+  set_text(host.identity.system_subtype, "Server_3");
+  set_text(host.identity.sysDescr, "VMkernel esx1 8.0.2");
+  host.identity.build = 1234;
+  host.components = {package("Example-driver", "4.1.9"), package("", "")};
+  host.bulletins = {package("", ""), package("tools", "1.0")};
+  set_text(host.bulletins[1].kind, "module");
+  set_text(host.bulletins[1].installDate, "2024-01-02");
+  host.registration = "198.51.100.1";
+  return host;
+}
+
+FakeHost bare_host() {
+  FakeHost host;
+  host.has_smbios = false;
+  host.commands.clear();
+  set_text(host.identity.system_type, "Server");
+  set_text(host.identity.system_subtype, "Server_3");
+  host.has_image_database = false;
+  host.has_bmc_driver = false;
+  host.has_channel = false;
+  return host;
+}
+
+FakeHost odd_host() {
+  FakeHost host = full_host();
+  const std::string odd = "\xFF\xC3\x28 \x1B[31m\t\"\\";
+  host.pci["ffff:ff:1f.7"] = {odd, odd, odd, odd, 255};
+  host.pci["0000:03:00.0"] = {odd, odd, odd, odd, 255};
+  host.drives = {{"ABC123" + std::string(100, 'x'), odd, odd}};
+  set_text(host.identity.product, odd);
+  host.major_version = '\x1B';
+  host.memory = {-1, -1, -1, -1};
+  host.components = {package(odd, odd), package(std::string(200, 'n'), "")};
+  host.ipv4 = "0.0.0.0";
+  host.variables = {{"KXHVM6", 255}, {"KXHVM8", UINT32_MAX}};
+  host.registration = odd;
+  return host;
+}
+
+// --- the SMBIOS table ---
+
+int SmBiosInit() {
+  return g_host.has_smbios ? 0 : -1;
+}
+
+int SmBiosFindStructure(uint8_t type, uint16_t index, const uint8_t** structure) {
+  static std::vector<Structure> structures;
+  if (index == 0) {
+    structures = all_structures();
+  }
+  for (const Structure& candidate : structures) {
+    if (candidate[0] == type && index-- == 0) {
+      *structure = candidate.data();
+      return 1;
+    }
+  }
+  return 0;
+}
+
+const char* SmBiosGetString(const uint8_t* structure, uint16_t number) {
+  return number == 0 ? "" : reinterpret_cast<const char*>(structure + 100);
+}
+
+int SmBiosGetRecords(uint32_t type, void** records, uint32_t* count) {
+  const auto& types = g_host.record_types;
+  const bool found = std::find(types.begin(), types.end(), type) != types.end();
+  *records = found ? make_record(type) : nullptr;
+  *count = found ? 1 : 0;
+  return found ? 0 : -1;
+}
+
+char* SmbGetPciLocation(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function) {
+  const FakePciDevice* found = find_device(segment, bus, device, function);
+  return found != nullptr && !found->location.empty() ? strdup(found->location.c_str()) : nullptr;
+}
+
+const char* SmbGetPartNumber(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function) {
+  const FakePciDevice* found = find_device(segment, bus, device, function);
+  return found != nullptr ? text_of(found->part_number) : nullptr;
+}
+
+const char* SmbGetPciName(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function) {
+  const FakePciDevice* found = find_device(segment, bus, device, function);
+  return found != nullptr ? text_of(found->name) : nullptr;
+}
+
+const char* SmbGetPciLinkedString(uint8_t segment, uint8_t bus, uint8_t device, uint8_t function) {
+  const FakePciDevice* found = find_device(segment, bus, device, function);
+  return found != nullptr ? text_of(found->linked_text) : nullptr;
+}
+
+uint8_t SmbGetNicPortNum(uint8_t segment, uint8_t bus, uint8_t device_function) {
+  const FakePciDevice* found = find_device(segment, bus, device_function >> 3, device_function & 7);
+  return found != nullptr ? found->nic_port : uint8_t{0};
+}
+
+const char* SmbGetHdLoc(const char* serial_number) {
+  const FakeDrive* found = find_drive(serial_number);
+  return found != nullptr ? text_of(found->location) : nullptr;
+}
+
+const char* SmbGetHdString(const char* serial_number) {
+  const FakeDrive* found = find_drive(serial_number);
+  return found != nullptr ? text_of(found->text) : nullptr;
+}
+
+// --- the hypervisor ---
+
+void getDistro(HostIdentity* record) {
+  *record = g_host.identity;
+}
+char get_distro() {
+  return g_host.major_version;
+}
+void update_mem_info(HostMemInfo* record) {
+  *record = g_host.memory;
+}
+long HostUptime() {
+  return 3600;
+}
+
+void init_sw_installed_table() {}
+int SwDestroyTable() {
+  return 0;
+}
+
+SwInstalledRec* get_software_installed_table(uint32_t* count) {
+  *count = static_cast<uint32_t>(g_host.components.size());
+  return g_host.components.data();
+}
+
+int SwFindInstalled(const char* name, SwInstalledRec* record) {
+  for (const SwInstalledRec& component : g_host.components) {
+    if (strcmp(component.name, name) == 0) {
+      *record = component;
+      return 1;
+    }
+  }
+  return 0;
+}
+
+int SwParseBulletins(dirent** /*entries*/, int entry_count, SwInstalledRec* records,
+                     const char* /*directory*/) {
+  for (int i = 0; i < entry_count; ++i) {
+    records[i] = g_host.bulletins[static_cast<size_t>(i)];
+  }
+  return 0;
+}
+
+// --- the BMC ---
+
+int mox_chrdev(const char* /*name*/) {
+  return g_host.has_channel ? kFd : -1;
+}
+void close_channel(int /*fd*/) {}
+
+int OsGetEV(int /*fd*/, const char* name, uint8_t* /*value*/, uint16_t /*capacity*/,
+            uint8_t* status, uint16_t* /*length*/) {
+  *status = g_host.variables.contains(name) ? g_host.variable_status : kEvNotFound;
+  return g_host.answers ? 0 : 1;
+}
+
+int getRevModeConfig() {
+  return static_cast<int>(variable_value("KXHVM6"));
+}
+int setRevModeConfig(uint8_t value) {
+  return write_variable("KXHVM6", value);
+}
+
+// The two print on standard output, as the library's do.
+uint32_t getIntervalEV(int selector) {
+  puts("noise");
+  return variable_value(variable_of(selector));
+}
+int setIntervalEV(int selector, uint32_t value) {
+  puts("noise");
+  return write_variable(variable_of(selector), value);
+}
+
+int get_Mox_IPv4(char* address) {
+  if (address_result() == 0) {
+    strcpy(address, g_host.ipv4.c_str());
+  }
+  return address_result();
+}
+
+int get_Mox_IPv6(char* address, int* ipv6_enabled, int* ipv4_enabled) {
+  if (address_result() != 0 || !g_host.answers_ipv6) {
+    return g_host.answers_ipv6 ? address_result() : -1;
+  }
+  if (address != nullptr) {
+    strcpy(address, g_host.ipv6.c_str());
+    *ipv6_enabled = g_host.ipv6.empty() ? 0 : 1;
+    *ipv4_enabled = 1;
+  }
+  return 0;
+}
+
+const char* g_entity_mib_path = "/etc/config/ent_mib/ort.xml";
+
+int update_ent_mib_xml() {
+  if (!g_host.can_register) {
+    return 1;
+  }
+  std::ofstream(g_entity_mib_path) << "<TAddress>" << g_host.ipv4 << "</TAddress>\n";
+  return 0;
+}
+
+// --- what the host's files tell ---
+
+extern "C" {
+int __wrap_access(const char* path, int mode);
+DIR* __real_opendir(const char* path);
+DIR* __wrap_opendir(const char* path);
+using DirectoryFilter = int (*)(const dirent*);
+using DirectoryOrder = int (*)(const dirent**, const dirent**);
+int __wrap_scandir(const char* directory, dirent*** entries, DirectoryFilter filter,
+                   DirectoryOrder order);
+}
+
+int __wrap_access(const char* path, int /*mode*/) {
+  const std::string text = path;
+  const bool there =
+      text.starts_with("/vmfs/")
+          ? g_host.has_bmc_driver
+          : std::any_of(g_host.commands.begin(), g_host.commands.end(),
+                        [&](const std::string& command) { return text == "/bin/" + command; });
+  return there ? 0 : -1;
+}
+
+DIR* __wrap_opendir(const char* /*path*/) {
+  errno = ENOENT;
+  return g_host.has_image_database ? __real_opendir("/") : nullptr;
+}
+
+int __wrap_scandir(const char* /*directory*/, dirent*** entries, DirectoryFilter /*filter*/,
+                   DirectoryOrder /*order*/) {
+  const size_t count = g_host.bulletins.size();
+  *entries = static_cast<dirent**>(calloc(count, sizeof(dirent*)));
+  for (size_t i = 0; i < count; ++i) {
+    (*entries)[i] = static_cast<dirent*>(calloc(1, sizeof(dirent)));
+  }
+  return static_cast<int>(count);
+}

@@ -1,0 +1,22 @@
+// ortinv on a made-up host, for the check of its documents: the first argument
+// names the host, the rest is the command line.
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+#include "hostinfo/entity_mib_path.h"
+#include "ortinv/command_line.h"
+#include "tests/unit/ortinv/fake_host.h"
+
+int main(int argc, char** argv) {
+  const std::string host = argc > 1 ? argv[1] : "";
+  g_host = host == "full" ? full_host() : (host == "odd" ? odd_host() : bare_host());
+  setenv("PATH", "/bin", 1);
+  std::string path = "/tmp/fake_ortinv_XXXXXX";
+  mkstemp(path.data());
+  g_entity_mib_path = path.c_str();
+  std::ofstream(path) << "<TAddress>" << g_host.registration << "</TAddress>\n";
+  const int status = run_ortinv(argc - 1, argv + 1);
+  remove(path.c_str());
+  return status;
+}

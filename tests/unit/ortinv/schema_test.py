@@ -1,0 +1,82 @@
+#!/usr/bin/env python3
+"""Runs ortinv on three made-up hosts with every command, and checks each
+document against the schema and each exit status against the document.
+
+    schema_test.py SCHEMA FAKE_ORTINV ORTINV
+"""
+import json
+import subprocess
+import sys
+
+import jsonschema
+
+COMMANDS = [
+    ["smbios"],
+    *(["smbios", "--type", str(number)] for number in (0, 1, 9, 195, 204, 222)),
+    ["pci", "0000:03:00.0"],
+    ["pci", "0000:04:00.0"],
+    ["pci", "ffff:ff:1f.7"],
+    ["drive", "ABC123"],
+    ["drive", "nothing"],
+    ["host"],
+    ["software"],
+    ["software", "tools"],
+    ["software", "nothing"],
+    ["bmc", "address"],
+    ["bmc", "mode"],
+    ["bmc", "mode", "on"],
+    ["bmc", "mode", "off"],
+    *(["bmc", "interval", number] for number in ("8", "9", "10")),
+    ["bmc", "interval", "9", "4294967295"],
+    ["entity-mib"],
+    ["entity-mib", "--write"],
+    ["all"],
+]
+
+
+def expected_status(document):
+    if document["problems"]:
+        return 3
+    return 1 if document["missing"] is not None else 0
+
+
+def check(validator, command):
+    run = subprocess.run(command, capture_output=True, check=False)
+    name = " ".join(command[1:])
+    try:
+        document = json.loads(run.stdout)
+    except ValueError as error:
+        return [f"{name}: no document: {error}\n{run.stderr.decode(errors='replace')}"]
+    faults = [f"{name}: {error.json_path}: {error.message}" for error in validator.iter_errors(document)]
+    if run.returncode != expected_status(document):
+        faults.append(f"{name}: exit status {run.returncode}")
+    lines = run.stderr.splitlines()
+    wanted = len(document["problems"]) or (1 if document["missing"] is not None else 0)
+    if len(lines) != wanted:
+        faults.append(f"{name}: {len(lines)} lines on standard error instead of {wanted}")
+    return faults
+
+
+def main():
+    schema_file, fake_ortinv, ortinv = sys.argv[1:]
+    with open(schema_file, encoding="utf-8") as file:
+        schema = json.load(file)
+    jsonschema.Draft7Validator.check_schema(schema)
+    validator = jsonschema.Draft7Validator(schema)
+    programs = [[fake_ortinv, host] for host in ("full", "odd", "bare")]
+    faults = []
+    for program in programs:
+        for command in COMMANDS:
+            faults += check(validator, program + command + ["--json"])
+    # The real program, on whatever this machine is; nothing is changed.
+    for command in (["host"], ["software"], ["smbios"], ["entity-mib"]):
+        faults += check(validator, [ortinv] + command + ["--json"])
+    # The check itself must be able to fail.
+    if validator.is_valid({"schema": "ortinv/1", "missing": None, "problems": [{"source": ""}]}):
+        faults.append("the schema accepts anything")
+    print("\n".join(faults) or f"{len(programs) * len(COMMANDS) + 4} documents are valid")
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
