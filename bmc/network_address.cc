@@ -45,6 +45,10 @@ bool is_zero_group(std::span<const uint8_t> address, size_t group) {
   return get_u16(address, group * kGroupSize) == 0;
 }
 
+void copy_text(const AddressText& text, char* destination) {
+  memcpy(destination, text.data(), strlen(text.data()) + 1);
+}
+
 AddressText ipv6_text(std::span<const uint8_t> address) {
   AddressText text = {};
   size_t used = 0;
@@ -101,7 +105,7 @@ int get_Mox_IPv4(char* address) {
            get_u8(response, kIpv4LastOctet));
   DebugLog("utils: get_Mox_IPv4(): Mox IPv4 address is [%s]\n", text.data());
   if (address != nullptr) {
-    strcpy(address, text.data());
+    copy_text(text, address);
   }
   return 0;
 }
@@ -131,7 +135,7 @@ int get_Mox_IPv6(char* address, int* ipv6_enabled, int* ipv4_enabled) {
   }
   const AddressText text = has_ipv6 != 0 ? first_usable_address(response) : AddressText{};
   if (address != nullptr) {
-    strcpy(address, text.data());
+    copy_text(text, address);
   }
   return 0;
 }

@@ -31,10 +31,10 @@ GetUniqueSystemVersion find_platform_call() {
 }  // namespace
 
 HostVersion read_host_version() {
-  static const GetUniqueSystemVersion kPlatformCall = find_platform_call();
+  static const GetUniqueSystemVersion platform_call = find_platform_call();
   HostVersion version = {};
-  if (kPlatformCall != nullptr) {
-    kPlatformCall(&version);
+  if (platform_call != nullptr) {
+    platform_call(&version);
   }
   terminate(version.Product);
   terminate(version.ProductVersion);

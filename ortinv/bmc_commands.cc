@@ -1,11 +1,13 @@
 #include "ortinv/bmc_commands.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
-#include <fstream>
+#include <functional>
 #include <string>
+#include <string_view>
 
 #include "bmc/channel.h"
 #include "bmc/interval.h"
@@ -96,12 +98,6 @@ Json flag_or_null(int flag) {
   return flag == -1 ? Json() : Json(flag != 0);
 }
 
-Json interval_json(int selector, Json value) {
-  return {{"selector", selector},
-          {"variable", interval_variable(selector)},
-          {"value", std::move(value)}};
-}
-
 uint32_t read_interval(int selector) {
   const QuietStdout quiet;
   return getIntervalEV(selector);
@@ -112,17 +108,38 @@ int write_interval(int selector, uint32_t value) {
   return setIntervalEV(selector, value);
 }
 
+// Writes a variable. Returns its value, or null after adding a problem.
+Json change_variable(const char* name, const std::string& what, const Json& before, uint32_t after,
+                     const std::function<int(uint32_t)>& write, Report& report) {
+  if (write(after) != 0) {
+    report.add_problem(kBmc, std::string("did not take the new value of ") + name + "; try again");
+    return {};
+  }
+  report.add_change(what, before, after);
+  return after;
+}
+
 // The address in the registration file, or null without a file or an address.
+// Whatever else lies there, a little of it is enough, and a pipe must not hold
+// us up.
 Json registered_address() {
   constexpr std::string_view kTag = "<TAddress>";
-  std::ifstream file(g_entity_mib_path);
-  for (std::string line; std::getline(file, line);) {
-    const size_t end = line.find("</TAddress>");
-    if (line.starts_with(kTag) && end != std::string::npos) {
-      return line.substr(kTag.size(), end - kTag.size());
-    }
+  std::array<char, 4096> content = {};
+  const int fd = open(g_entity_mib_path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd == -1) {
+    return {};
   }
-  return {};
+  const ssize_t length = read(fd, content.data(), content.size());
+  close(fd);
+  std::string_view text(content.data(), length > 0 ? static_cast<size_t>(length) : 0);
+  const size_t start = text.find(kTag);
+  const size_t end = text.find("</TAddress>", start);
+  if (start == std::string_view::npos || end == std::string_view::npos) {
+    return {};
+  }
+  text = text.substr(0, end);
+  text.remove_prefix(start + kTag.size());
+  return std::string(text);
 }
 
 // Returns whether there is an address to register.
@@ -163,73 +180,55 @@ void report_bmc_address(Report& report) {
   AddressText ipv6 = {};
   int ipv6_enabled = -1;
   int ipv4_enabled = -1;
-  Json& address = report.document["bmc"]["address"] = Json();
-  if (!succeeded(get_Mox_IPv4(ipv4.data()), report) ||
-      !succeeded(get_Mox_IPv6(ipv6.data(), &ipv6_enabled, &ipv4_enabled), report)) {
-    return;
+  Json address;
+  if (succeeded(get_Mox_IPv4(ipv4.data()), report) &&
+      succeeded(get_Mox_IPv6(ipv6.data(), &ipv6_enabled, &ipv4_enabled), report)) {
+    const bool has_ipv4 = strcmp(ipv4.data(), kNoAddress) != 0;
+    address = {{"ipv4", has_ipv4 ? Json(ipv4.data()) : Json()},
+               {"ipv6", text_or_null(ipv6.data())},
+               {"ipv4_enabled", flag_or_null(ipv4_enabled)},
+               {"ipv6_enabled", flag_or_null(ipv6_enabled)}};
+    if (!has_ipv4 && ipv6[0] == '\0') {
+      report.missing = "the BMC has no address";
+    }
   }
-  const bool has_ipv4 = strcmp(ipv4.data(), kNoAddress) != 0;
-  address = {{"ipv4", has_ipv4 ? Json(ipv4.data()) : Json()},
-             {"ipv6", text_or_null(ipv6.data())},
-             {"ipv4_enabled", flag_or_null(ipv4_enabled)},
-             {"ipv6_enabled", flag_or_null(ipv6_enabled)}};
-  if (!has_ipv4 && ipv6[0] == '\0') {
-    report.missing = "the BMC has no address";
-  }
+  report.document["bmc"]["address"] = address;
 }
 
 void report_bmc_mode(std::optional<bool> enabled, Report& report) {
-  Json& mode = report.document["bmc"]["mode"] = Json();
   const Variable variable = probe(kModeVariable, report);
-  if (variable == Variable::kUnknown) {
-    return;
-  }
-  Json before;
-  if (variable == Variable::kThere) {
-    before = getRevModeConfig();
-  }
-  if (enabled.has_value()) {
-    const uint8_t value = *enabled ? 1 : 0;
-    if (setRevModeConfig(value) != 0) {
-      report.add_problem(
-          kBmc, std::string("did not take the new value of ") + kModeVariable + "; try again");
-      return;
-    }
-    report.add_change("bmc mode", before, value);
-    before = value;
-  } else if (before.is_null()) {
+  Json value = variable == Variable::kThere ? Json(getRevModeConfig()) : Json();
+  if (enabled.has_value() && variable != Variable::kUnknown) {
+    value = change_variable(
+        kModeVariable, "bmc mode", value, *enabled ? 1 : 0,
+        [](uint32_t mode) { return setRevModeConfig(static_cast<uint8_t>(mode)); }, report);
+  } else if (variable == Variable::kMissing) {
     report.missing = std::string("the BMC has no variable ") + kModeVariable;
-    return;
   }
-  mode = {{"variable", kModeVariable}, {"value", before}, {"enabled", before != 0}};
+  report.document["bmc"]["mode"] =
+      value.is_null()
+          ? Json()
+          : Json{{"variable", kModeVariable}, {"value", value}, {"enabled", value != 0}};
 }
 
-void report_bmc_interval(int selector, std::optional<uint32_t> value, Report& report) {
+void report_bmc_interval(int selector, std::optional<uint32_t> new_value, Report& report) {
+  const char* name = interval_variable(selector);
+  const Variable variable = probe(name, report);
+  Json value = variable == Variable::kThere ? Json(read_interval(selector)) : Json();
+  if (new_value.has_value() && variable != Variable::kUnknown) {
+    value = change_variable(
+        name, "bmc interval " + std::to_string(selector), value, *new_value,
+        [selector](uint32_t interval) { return write_interval(selector, interval); }, report);
+  } else if (variable == Variable::kMissing) {
+    report.missing = std::string("the BMC has no variable ") + name;
+  }
   Json& intervals = report.document["bmc"]["intervals"];
   if (intervals.is_null()) {
     intervals = Json::array();
   }
-  const Variable variable = probe(interval_variable(selector), report);
-  if (variable == Variable::kUnknown) {
-    return;
+  if (!value.is_null()) {
+    intervals.push_back({{"selector", selector}, {"variable", name}, {"value", value}});
   }
-  Json before;
-  if (variable == Variable::kThere) {
-    before = read_interval(selector);
-  }
-  if (value.has_value()) {
-    if (write_interval(selector, *value) != 0) {
-      report.add_problem(kBmc, std::string("did not take the new value of ") +
-                                   interval_variable(selector) + "; try again");
-      return;
-    }
-    report.add_change("bmc interval " + std::to_string(selector), before, *value);
-    before = *value;
-  } else if (before.is_null()) {
-    report.missing = std::string("the BMC has no variable ") + interval_variable(selector);
-    return;
-  }
-  intervals.push_back(interval_json(selector, before));
 }
 
 void report_bmc(Report& report) {

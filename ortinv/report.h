@@ -9,7 +9,8 @@
 #include <utility>
 #include <vector>
 
-// Keeps the order in which keys were added.
+// Keeps the order in which keys were added. Adding a key moves the others: no
+// reference into a document may be kept meanwhile.
 using Json = nlohmann::ordered_json;
 
 // Exit statuses.

@@ -132,6 +132,12 @@ Json drive_json(const std::string& serial) {
           {"text", text_or_null(text)}};
 }
 
+void add_unless_null(Json& list, Json object) {
+  if (!object.is_null()) {
+    list.push_back(std::move(object));
+  }
+}
+
 // Where a structure type holds a PCI address, and how long it must be for that.
 struct AddressFields {
   uint8_t type;
@@ -234,49 +240,41 @@ void dump_smbios(std::optional<uint32_t> type, Report& report) {
 }
 
 void report_pci(const PciAddress& address, Report& report) {
-  Json& devices = report.document["pci"] = Json::array();
-  if (!open_smbios(report)) {
-    return;
+  Json devices = Json::array();
+  if (open_smbios(report)) {
+    add_unless_null(devices, pci_json(address));
+    report.missing =
+        devices.empty() ? "the SMBIOS table knows no PCI device " + pci_address_text(address) : "";
   }
-  if (Json device = pci_json(address); !device.is_null()) {
-    devices.push_back(std::move(device));
-  } else {
-    report.missing = "the SMBIOS table knows no PCI device " + pci_address_text(address);
-  }
+  report.document["pci"] = devices;
 }
 
 void report_drive(const std::string& serial, Report& report) {
-  Json& drives = report.document["drives"] = Json::array();
-  if (!open_smbios(report)) {
-    return;
+  Json drives = Json::array();
+  if (open_smbios(report)) {
+    add_unless_null(drives, drive_json(serial));
+    report.missing =
+        drives.empty() ? "the SMBIOS table knows no drive with serial number " + serial : "";
   }
-  if (Json drive = drive_json(serial); !drive.is_null()) {
-    drives.push_back(std::move(drive));
-  } else {
-    report.missing = "the SMBIOS table knows no drive with serial number " + serial;
-  }
+  report.document["drives"] = drives;
 }
 
 void report_all_pci(Report& report) {
-  Json& devices = report.document["pci"] = Json::array();
-  if (!open_smbios(report)) {
-    return;
-  }
-  for (const PciAddress& address : pci_addresses()) {
-    if (Json device = pci_json(address); !device.is_null()) {
-      devices.push_back(std::move(device));
+  Json devices = Json::array();
+  if (open_smbios(report)) {
+    for (const PciAddress& address : pci_addresses()) {
+      add_unless_null(devices, pci_json(address));
     }
   }
+  report.document["pci"] = devices;
 }
 
 void report_all_drives(Report& report) {
-  Json& drives = report.document["drives"] = Json::array();
-  if (!open_smbios(report)) {
-    return;
-  }
-  for (const std::string& serial : drive_serials()) {
-    if (Json drive = drive_json(serial); !drive.is_null()) {
-      drives.push_back(std::move(drive));
+  Json drives = Json::array();
+  if (open_smbios(report)) {
+    for (const std::string& serial : drive_serials()) {
+      add_unless_null(drives, drive_json(serial));
     }
   }
+  report.document["drives"] = drives;
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <tuple>
 
 #include "ortinv/report.h"
 
@@ -18,7 +19,10 @@ struct PciAddress {
   uint32_t device;
   uint32_t function;
 
-  auto operator<=>(const PciAddress&) const = default;
+  bool operator<(const PciAddress& other) const {
+    return std::tie(segment, bus, device, function) <
+           std::tie(other.segment, other.bus, other.device, other.function);
+  }
 };
 
 // Reads "SSSS:BB:DD.F", hexadecimal; none for anything else.

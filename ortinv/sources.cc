@@ -23,7 +23,7 @@ bool check_command(const std::string& name, Report& report) {
   const char* path = getenv("PATH");
   std::istringstream directories(path != nullptr ? path : "");
   for (std::string directory; std::getline(directories, directory, ':');) {
-    if (access((directory + "/" + name).c_str(), X_OK) == 0) {
+    if (access(directory.append("/").append(name).c_str(), X_OK) == 0) {
       return true;
     }
   }

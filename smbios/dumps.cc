@@ -67,10 +67,14 @@ void SmbDumpBiosInfo(const SmbBiosInfoRec* record) {
   printf("   releaseDate            : %s\n", record->releaseDate);
   printf("   address                : 0x%x\n", record->address);
   printf("   romSize                : %u\n", record->romSize);
-  int index = 0;
-  for (const uint8_t characteristic : record->characteristics) {
-    printf("   characteristics[%d]     : 0x%x\n", index++, characteristic);
-  }
+  printf("   characteristics[0]     : 0x%x\n", record->characteristics[0]);
+  printf("   characteristics[1]     : 0x%x\n", record->characteristics[1]);
+  printf("   characteristics[2]     : 0x%x\n", record->characteristics[2]);
+  printf("   characteristics[3]     : 0x%x\n", record->characteristics[3]);
+  printf("   characteristics[4]     : 0x%x\n", record->characteristics[4]);
+  printf("   characteristics[5]     : 0x%x\n", record->characteristics[5]);
+  printf("   characteristics[6]     : 0x%x\n", record->characteristics[6]);
+  printf("   characteristics[7]     : 0x%x\n", record->characteristics[7]);
   printf("   extCharacteristics1    : 0x%x\n", record->extCharacteristics1);
   printf("   extCharacteristics2    : 0x%x\n", record->extCharacteristics2);
   printf("\n");

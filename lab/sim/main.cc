@@ -23,6 +23,7 @@ struct Settings {
   std::string nvram;
   std::string scenario;
   bool live = false;
+  bool stay = false;
   bool check = false;
 };
 
@@ -104,7 +105,7 @@ bool wait_for_something(Simulator* simulator, LiveInput* input, Player* live, in
 }
 
 // Plays the scenario, then what is typed, until nothing is left to do.
-int run(Simulator* simulator, const Scenario& scenario, bool live_wanted) {
+int run(Simulator* simulator, const Scenario& scenario, bool live_wanted, bool stay) {
   const int signals = open_signals();
   Player from_file = make_player(scenario);
   Player typed;
@@ -114,6 +115,7 @@ int run(Simulator* simulator, const Scenario& scenario, bool live_wanted) {
   bool file_done = scenario.name.empty();
   bool any_failed = false;
   bool ready = false;
+  bool done = false;
   while (true) {
     Player& player = file_done ? typed : from_file;
     const PlayState state = play(&player, simulator);
@@ -134,11 +136,16 @@ int run(Simulator* simulator, const Scenario& scenario, bool live_wanted) {
     if (state == PlayState::kFailed) {
       continue;
     }
-    if (player.quit || (state == PlayState::kDone && !input.open)) {
+    const bool at_end = player.quit || (state == PlayState::kDone && !input.open);
+    if (at_end && !stay) {
       return any_failed || input.any_wrong ? kFailed : 0;
     }
+    if (at_end && !std::exchange(done, true)) {
+      input.open = false;
+      say("mox-sim: done");
+    }
     if (!wait_for_something(simulator, &input, &typed, signals, play_timeout_ms(player))) {
-      return any_failed ? kFailed : 0;
+      return any_failed || input.any_wrong ? kFailed : 0;
     }
   }
 }
@@ -165,7 +172,7 @@ int prepare_and_run(const Settings& settings) {
     return 0;
   }
   simulator.on_happening = [](const Happening& happening) { say(describe(happening)); };
-  return run(&simulator, scenario, settings.live || settings.scenario.empty());
+  return run(&simulator, scenario, settings.live || settings.scenario.empty(), settings.stay);
 }
 
 }  // namespace
@@ -181,6 +188,8 @@ int main(int argc, char** argv) {
       ->type_name("FILE");
   app.add_flag("--live", settings.live,
                "go on with events from standard input after the scenario, to its end");
+  app.add_flag("--stay", settings.stay,
+               "go on answering when everything was played, until a signal");
   app.add_flag("--check", settings.check, "only read the files and report what is wrong in them");
   try {
     app.parse(argc, argv);

@@ -5,8 +5,10 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <span>
 
 #include "bmc/chif.h"
 #include "lab/sim/scenario.h"
@@ -44,7 +46,7 @@ std::string load_agent(const std::string& path, std::vector<std::string>* notifi
 // Runs a command with the BMC up, standard streams and status its own.
 int run_command(const Settings& settings) {
   Child bmc;
-  std::vector<std::string> simulator = {settings.show.tools + "/mox-sim", "--live"};
+  std::vector<std::string> simulator = {settings.show.tools + "/mox-sim", "--live", "--stay"};
   if (!settings.show.nvram.empty()) {
     simulator.insert(simulator.end(), {"--nvram", settings.show.nvram});
   }
@@ -106,9 +108,15 @@ int main(int argc, char** argv) {
       ->expected(1)
       ->take_all();
   app.add_flag("--keep", settings.show.keep, "stay up and take events from standard input");
-  app.add_option("command", settings.command, "run this instead of the daemon");
+  app.footer("After \"--\": a command to run beside the BMC instead of the daemon.");
+  const std::span words(argv, static_cast<size_t>(argc));
+  const auto own_end =
+      std::ranges::find_if(words, [](const char* word) { return std::string_view(word) == "--"; });
+  if (own_end != words.end()) {
+    settings.command.assign(own_end + 1, words.end());
+  }
   try {
-    app.parse(argc, argv);
+    app.parse(static_cast<int>(own_end - words.begin()), argv);
   } catch (const CLI::CallForHelp& help) {
     return app.exit(help);
   } catch (const CLI::ParseError& error) {

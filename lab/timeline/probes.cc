@@ -1,5 +1,8 @@
 #include "lab/timeline/probes.h"
 
+#include <linux/sockios.h>
+#include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -65,10 +68,16 @@ bool trap_ports_are_empty() {
          trap_ports_are_empty(read_file("/proc/net/udp6"));
 }
 
-int send_as_agent(const std::string& bytes) {
-  OwnedFd fd = connect_local(SOCK_STREAM, "/opt/ortdv/sockets/agentx/tvud");
-  if (!fd || send(fd.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) < 0) {
-    return -1;
-  }
-  return fd.release();
+int connect_as_agent() {
+  return connect_local(SOCK_STREAM, "/opt/ortdv/sockets/agentx/tvud").release();
+}
+
+bool is_all_read(int fd) {
+  int unread = 0;
+  return ioctl(fd, SIOCOUTQ, &unread) == 0 && unread == 0;
+}
+
+bool is_closed_by_peer(int fd) {
+  pollfd entry = {fd, POLLRDHUP, 0};
+  return poll(&entry, 1, 0) > 0;
 }

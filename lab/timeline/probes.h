@@ -17,8 +17,12 @@ void send_syslog(const std::string& text);
 bool trap_ports_are_empty(std::string_view socket_table);
 bool trap_ports_are_empty();
 
-// Connects to the daemon's socket for local agents and writes the bytes.
-// Returns the connected descriptor, or -1 while nobody listens.
-int send_as_agent(const std::string& bytes);
+// Connects to the daemon's socket for local agents; -1 while nobody listens.
+int connect_as_agent();
+
+// Whether the other end has read everything that was written to a local socket,
+// and whether it has closed it.
+bool is_all_read(int fd);
+bool is_closed_by_peer(int fd);
 
 #endif  // TVUREV_LAB_TIMELINE_PROBES_H_

@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <functional>
+#include <utility>
 
 #include "lab/timeline/probes.h"
 
@@ -17,12 +18,14 @@ using std::chrono::steady_clock;
 
 // Nothing here should take longer; a slow machine may take much of it.
 constexpr std::chrono::seconds kReadyLimit(30);
-constexpr std::chrono::seconds kEndLimit(30);
+constexpr std::chrono::seconds kEndLimit(20);
+constexpr std::chrono::seconds kInterruptedLimit(2);
 
 // How often to look at what wakes nobody.
 constexpr int kLookMs = 10;
 
 constexpr const char* kStopFile = "/opt/ortdv/tmp/tvurevbmcstop.text";
+constexpr const char* kAgentStopFile = "/opt/ortdv/tmp/tvurevortstop.text";
 constexpr const char* kShim = "/run/lab/libmoxshim.so";
 constexpr const char* kTrapConfiguration = "/run/lab/snmptrapd.conf";
 constexpr const char* kLastLogLine = "lab: end of the log";
@@ -36,6 +39,8 @@ void set_trouble(Show* show, const std::string& what) {
 void take_bmc_line(Show* show, const std::string& line) {
   if (line == "mox-sim: ready") {
     show->bmc_ready = true;
+  } else if (line == "mox-sim: done") {
+    show->bmc_done = true;
   } else if (line == "mox-sim: scenario passed" || line == "mox-sim: scenario failed") {
     show->scenario_done = true;
     show->scenario_passed = line.ends_with("passed");
@@ -168,7 +173,7 @@ bool start_trap_receiver(Show* show) {
 }
 
 bool start_bmc(Show* show) {
-  std::vector<std::string> command = {show->settings.tools + "/mox-sim", "--live"};
+  std::vector<std::string> command = {show->settings.tools + "/mox-sim", "--live", "--stay"};
   if (!show->settings.nvram.empty()) {
     command.insert(command.end(), {"--nvram", show->settings.nvram});
   }
@@ -195,19 +200,27 @@ bool start_everything(Show* show) {
   return error.empty();
 }
 
-// Hands the agent's notifications over, each in a write of its own.
+// Hands the agent's notifications over. One receive of the daemon is one
+// notification, so each waits until the one before it was taken.
 void play_agent(Show* show) {
-  if (show->notifications_sent < show->settings.agent_notifications.size() && !show->agent) {
-    show->agent =
-        OwnedFd(send_as_agent(show->settings.agent_notifications[show->notifications_sent]));
-    show->notifications_sent += show->agent ? 1U : 0U;
+  const auto& notifications = show->settings.agent_notifications;
+  if (show->notifications_sent == notifications.size()) {
+    return;
+  }
+  if (!show->agent) {
+    show->agent = OwnedFd(connect_as_agent());
+  }
+  if (show->agent && is_all_read(show->agent.get())) {
+    const std::string& next = notifications[show->notifications_sent++];
+    if (write(show->agent.get(), next.data(), next.size()) < 0) {
+      set_trouble(show, "the agent's socket took no notification");
+    }
   }
 }
 
-// Pumps until the scenario is over, or until the user ends it.
+// Pumps until everything was played, or until the user ends it.
 void play(Show* show) {
-  const bool typed = show->settings.keep;
-  while (!show->interrupted) {
+  while (!show->interrupted && !show->bmc_done) {
     pump(show, kLookMs);
     play_agent(show);
     if (show->daemon.exit_status && !show->daemon.output) {
@@ -216,27 +229,36 @@ void play(Show* show) {
       return;
     }
     if (show->bmc.exit_status) {
-      if (!typed) {
-        set_trouble(show, "mox-sim ended with status " + std::to_string(*show->bmc.exit_status));
-      }
+      set_trouble(show, "mox-sim ended with status " + std::to_string(*show->bmc.exit_status));
       return;
     }
-    if (show->scenario_done && !typed &&
+    if (show->scenario_done && !show->settings.keep &&
         show->notifications_sent == show->settings.agent_notifications.size()) {
       return;
     }
   }
 }
 
-// Lets the daemon say goodbye, so that everything it was asked for is done.
+void touch(const char* path) {
+  const OwnedFd file(open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
+}
+
+// Lets the daemon's processes say goodbye, so that everything they were asked
+// for is done.
 void end_daemon(Show* show) {
   if (show->daemon.pid <= 0 || show->daemon.exit_status) {
     return;
   }
-  show->agent.reset();
   ::show(show->display, Stream::kLab, "asking tvurev to stop");
-  const OwnedFd file(open(kStopFile, O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
-  if (!pump_until(show, kEndLimit, [show] { return show->daemon.exit_status.has_value(); })) {
+  if (show->agent) {
+    touch(kAgentStopFile);
+    pump_until(show, kEndLimit, [show] { return is_closed_by_peer(show->agent.get()); });
+  }
+  touch(kStopFile);
+  // It may be in a pause of ten seconds, for which nobody waits after Ctrl-C.
+  const auto limit = show->interrupted ? kInterruptedLimit : kEndLimit;
+  if (!pump_until(show, limit, [show] { return show->daemon.exit_status.has_value(); }) &&
+      !show->interrupted) {
     set_trouble(show, "tvurev did not stop");
   }
 }
@@ -254,7 +276,8 @@ void end_services(Show* show) {
     pump_until(show, kEndLimit, [show] { return show->log_ended || !show->syslogd.output; });
   }
   signal_child(show->bmc, SIGTERM);
-  pump_until(show, kEndLimit, [show] { return !show->bmc.output; });
+  pump_until(show, kEndLimit,
+             [show] { return !show->bmc.output && (show->bmc.pid < 0 || show->bmc.exit_status); });
 }
 
 int summarise(Show* show) {
@@ -264,12 +287,13 @@ int summarise(Show* show) {
   if (show->interrupted && !show->settings.keep) {
     return 128 + SIGINT;
   }
-  if (!show->settings.keep && show->trouble.empty()) {
-    if (!show->scenario_passed) {
-      show->trouble = "the scenario failed";
-    } else if (show->traps == 0) {
-      show->trouble = "no trap was received";
-    }
+  if (!show->scenario_passed) {
+    set_trouble(show, "the scenario failed");
+  } else if (!show->settings.keep && show->traps == 0) {
+    set_trouble(show, "no trap was received");
+  } else if (show->bmc.exit_status.value_or(0) != 0 && isatty(STDIN_FILENO) == 0) {
+    // At a terminal one may mistype.
+    set_trouble(show, "an event failed");
   }
   if (!show->trouble.empty()) {
     std::fprintf(stderr, "lab: %s\n", show->trouble.c_str());
@@ -299,7 +323,9 @@ int run_show(Show* show) {
     }
     play(show);
   }
-  show->display.prompt.clear();
+  if (!std::exchange(show->display.prompt, "").empty()) {
+    std::printf("\n");
+  }
   show->input_open = false;
   end_daemon(show);
   end_services(show);

@@ -40,6 +40,7 @@ struct Show {
   bool scenario_done = false;
   bool scenario_passed = false;
   bool log_ended = false;
+  bool bmc_done = false;  // it has played everything, typed events too
   bool interrupted = false;
   bool input_open = false;
   size_t notifications_sent = 0;  // of the agent's

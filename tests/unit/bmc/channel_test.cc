@@ -234,7 +234,7 @@ TEST_F(Channel, RepeatedReadPausesTenMillisecondsBetweenAttempts) {
 TEST_F(Channel, RepeatedReadGivesUpAfterTenAttemptsAndItsPauses) {
   for (int attempt = 0; attempt < 10; ++attempt) {
     script.ioctl(kFd).fails(EIO);
-    script.usleep(10'000);
+    script.usleep(10'000).leaves_errno(EINTR);
   }
   Bytes destination(2, 0xEE);
   EXPECT_EQ(readMPr(kFd, destination), -1);
@@ -392,7 +392,7 @@ TEST_F(Exchange, ReportsAFailedReadWithErrnoInThePlaceOfTheCommand) {
   script.usleep(10'000);
   for (int attempt = 0; attempt < 10; ++attempt) {
     script.ioctl(kFd).fails(EIO);
-    script.usleep(10'000);
+    script.usleep(10'000).leaves_errno(EINTR);
   }
   EXPECT_EQ(run(0x0002), -1);
   EXPECT_EQ(received_length, -5);

@@ -107,8 +107,8 @@ TEST_F(SupportCheck, TakesAnEmptyFileForUnsupported) {
 }
 
 TEST_F(SupportCheck, ReadsNoMoreThan127CharactersOfTheLine) {
-  expect_file(std::string(126, ' ') + "Mox6\r\n");
-  EXPECT_EQ(SystemSupported(), 0);
+  expect_file("Mox" + std::string(123, '0') + "65\r\n");
+  EXPECT_EQ(SystemSupported(), 1);
 }
 
 TEST_F(SupportCheck, AsksTheBmcWhenTheFileCannotBeOpened) {

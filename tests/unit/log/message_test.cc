@@ -28,6 +28,11 @@ TEST(Message, IsCutTo511Characters) {
   EXPECT_EQ(std::string(message.data()), std::string(511, 'x'));
 }
 
+TEST(Message, IsEmptyWhenItCannotBeFormatted) {
+  const wchar_t not_in_this_locale[] = {0x20AC, 0};
+  EXPECT_STREQ(formatted("before %ls", not_in_this_locale).data(), "");
+}
+
 struct Expansion {
   const char* message;
   const char* format;

@@ -1,7 +1,9 @@
 #include "ortinv/command_line.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <fstream>
@@ -116,6 +118,34 @@ TEST_F(CommandLineTest, SmbiosPrintsAllTypesThatThereAre) {
   EXPECT_EQ(records[0]["rom_size_kib"], 8192);
   EXPECT_EQ(records[1]["handle"], 0x1234);
   EXPECT_EQ(records[2]["connectors"][0][0]["connection"], 0x11);
+}
+
+TEST_F(CommandLineTest, SmbiosDecodesEachType) {
+  const json records = run({"smbios", "--json"}).document()["smbios"];
+  ASSERT_EQ(records.size(), 6U);
+  EXPECT_EQ(records[0]["vendor"], "Example BIOS");
+  EXPECT_EQ(records[1]["product_name"], "Example Server");
+  EXPECT_EQ(records[2]["designation"], "PCI-E Slot 1");
+  EXPECT_EQ(records[2]["bus"], 3);
+  EXPECT_EQ(records[3]["server_system_id"], "ID1");
+  EXPECT_EQ(records[4]["rack_name"], "Rack 1");
+  EXPECT_EQ(records[5]["entry_count"], 1);
+  EXPECT_EQ(records[5]["connectors"].size(), 4U);
+}
+
+TEST_F(CommandLineTest, SmbiosTellsAnUnusableTableFromAMissingOne) {
+  g_host.has_smbios = false;
+  EXPECT_EQ(run({"smbios"}).error,
+            "ortinv: /vmfs/devices/char/mem/smbios: No such file or directory; run ortinv as root "
+            "on the host itself\n");
+  CallScript script;
+  script.open("/vmfs/devices/char/mem/smbios", O_RDONLY | O_NONBLOCK | O_CLOEXEC).returns(50);
+  script.close(50);
+  const Result result = run({"smbios"});
+  EXPECT_EQ(result.status, 3);
+  EXPECT_EQ(result.error,
+            "ortinv: /vmfs/devices/char/mem/smbios: holds no 32-bit SMBIOS table; ortinv needs a "
+            "server whose firmware has one\n");
 }
 
 TEST_F(CommandLineTest, SmbiosWithoutRecordsIsNotFound) {
@@ -440,7 +470,8 @@ TEST_F(CommandLineTest, AllNamesEachMissingSourceOnce) {
   const Result result = run({"all", "--json"});
   EXPECT_EQ(result.status, 3);
   std::vector<std::string> sources;
-  for (const json& problem : result.document()["problems"]) {
+  const json document = result.document();
+  for (const json& problem : document["problems"]) {
     sources.push_back(problem["source"]);
   }
   EXPECT_EQ(sources,

@@ -25,7 +25,7 @@ expect "address" ortinv bmc a
 expect "0 1 9 195 204 222" ortinv smbios --type ""
 expect "--type" ortinv smbios --t
 expect "on off" ortinv bmc mode o
-expect "8 9 10 " ortinv bmc interval "" 2>/dev/null || true
+expect "--json --help 8 9 10" ortinv bmc interval ""
 expect "--write" ortinv entity-mib --w
 expect "--json" ortinv host --j
 [ "$failures" -eq 0 ]

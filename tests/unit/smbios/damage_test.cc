@@ -11,7 +11,11 @@
 
 namespace {
 
+#if defined(__SANITIZE_THREAD__)
+constexpr int kRounds = 5'000;  // one thread: slow there, and nothing to be found
+#else
 constexpr int kRounds = 100'000;
+#endif
 constexpr uint64_t kSeed = 20240314;
 
 using Random = std::mt19937_64;
@@ -92,7 +96,7 @@ class Damaged {
         break;
       case 1:  // the entry point's length, and rarely the table's
         put(entry_ + 5);
-        if (below(random_, 16) == 0) {
+        if (below(random_, 256) == 0) {
           put(entry_ + 22);
           put(entry_ + 23);
         }
@@ -183,7 +187,7 @@ std::vector<uint32_t> walk() {
       for (size_t offset = 0; offset < 256; ++offset) {
         sum += structure[offset];
       }
-      constexpr uint16_t kNumbers[] = {0, 1, 2, 200, 65535};
+      constexpr uint16_t kNumbers[] = {0, 1, 2, 60};
       for (const uint16_t number : kNumbers) {
         EXPECT_TRUE(ends(SmBiosGetString(structure, number)));
       }
@@ -233,6 +237,8 @@ void expect_sound_table(Random& random) {
   if (SmBiosNextStructure(&structure) == 1) {
     const int length = static_cast<int>(random()) >> (random() % 32);
     EXPECT_TRUE(ends(SmBiosGetCleanString(structure, length, static_cast<uint8_t>(random()))));
+    const auto number = static_cast<uint16_t>(random() >> (48 + below(random, 16)));
+    EXPECT_TRUE(ends(SmBiosGetString(structure, number)));
   }
 }
 

@@ -136,12 +136,19 @@ TEST_F(Decoder, ForwardsObjectIdentifiers) {
                    "1.3.6.1.4.3 INTEGER 1"}));
 }
 
-TEST_F(Decoder, TakesTheTrapFromAnyNameThatHoldsSnmpTrapOid) {
-  const Notification notification = decode_notification(
-      NotifyBuilder().object_id("1.3.6.1.6.3.1.1.4.1.0.9", "1.3.6.1.4.1.5").bytes());
+class SnmpTrapOidName : public Decoder, public testing::WithParamInterface<const char*> {};
+
+TEST_P(SnmpTrapOidName, NeedOnlyBePartOfTheName) {
+  const Notification notification =
+      decode_notification(NotifyBuilder().object_id(GetParam(), "1.3.6.1.4.1.5").bytes());
   EXPECT_STREQ(notification.trapOid.data(), "1.3.6.1.4.1.5");
   EXPECT_TRUE(notification.vbs.empty());
 }
+
+INSTANTIATE_TEST_SUITE_P(Names, SnmpTrapOidName,
+                         testing::Values("1.3.6.1.6.3.1.1.4.1.0", "1.3.6.1.6.3.1.1.4.1",
+                                         "1.3.6.1.6.3.1.1.4.1.0.9", "1.3.6.1.6.3.1.1.4.17",
+                                         "1.3.6.1.4.1.3.6.1.6.3.1.1.4.1"));
 
 TEST_F(Decoder, ForwardsSnmpTrapEnterprise) {
   EXPECT_EQ(bindings_of(NotifyBuilder().object_id("1.3.6.1.6.3.1.1.4.3.0", "1.3.6.1.4.1.32473")),

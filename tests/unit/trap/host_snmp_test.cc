@@ -141,6 +141,7 @@ TEST_F(HostSnmp, AppendsWhenItIsReadAgain) {
 TEST_F(HostSnmp, KeepsTheDestinationExactlyAsItIsWritten) {
   read_targets("<targets>  host.example@162 public; 2001:db8::1@162 ops</targets>");
   EXPECT_EQ(trap_destinations, Lines({"  host.example", " 2001:db8::1"}));
+  EXPECT_EQ(trap_communities, Lines({"public", "ops"}));
 }
 
 TEST_F(HostSnmp, KeepsEmptyPieces) {

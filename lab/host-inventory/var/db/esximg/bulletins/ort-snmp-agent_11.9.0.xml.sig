@@ -1,0 +1,3 @@
+-----BEGIN SIGNATURE-----
+Tm90IGEgc2lnbmF0dXJlLCBidXQgaXQgbG9va3MgbGlrZSBvbmUu
+-----END SIGNATURE-----

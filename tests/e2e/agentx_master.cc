@@ -1,0 +1,135 @@
+#include "tests/e2e/agentx_master.h"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+
+#include "lab/sim/channel_server.h"
+#include "tests/e2e/process.h"
+
+namespace {
+
+constexpr const char* kPath = "/tmp/agentx-master";
+constexpr std::chrono::seconds kLimit(60);
+constexpr int kLookMs = 5;
+
+constexpr size_t kHeaderSize = 20;
+constexpr size_t kType = 1;
+constexpr size_t kFlags = 2;
+constexpr size_t kPayloadLength = 16;
+constexpr uint8_t kNetworkByteOrder = 0x10;
+constexpr uint8_t kNotify = 12;
+constexpr uint8_t kResponse = 18;
+
+bool is_big_endian(const Bytes& pdu) {
+  return (pdu[kFlags] & kNetworkByteOrder) != 0;
+}
+
+size_t payload_length(const Bytes& pdu) {
+  size_t length = 0;
+  for (size_t i = 0; i < 4; ++i) {
+    const size_t offset = kPayloadLength + (is_big_endian(pdu) ? i : 3 - i);
+    length = length << 8 | pdu[offset];
+  }
+  return length;
+}
+
+// Success, in the byte order and with the numbers of the request.
+Bytes response_to(const Bytes& request) {
+  Bytes response(request.begin(), request.begin() + kPayloadLength);
+  response[kType] = kResponse;
+  response[kFlags] &= kNetworkByteOrder;
+  const Bytes length = is_big_endian(request) ? Bytes{0, 0, 0, 8} : Bytes{8, 0, 0, 0};
+  response.insert(response.end(), length.begin(), length.end());
+  response.insert(response.end(), 8, 0);  // sysUpTime, error, index
+  return response;
+}
+
+// Cuts the complete PDUs off the front of what was received, answering each.
+void take_pdus(Bytes* received, int fd, std::vector<Bytes>* pdus) {
+  while (received->size() >= kHeaderSize &&
+         received->size() >= kHeaderSize + payload_length(*received)) {
+    const auto end =
+        received->begin() + static_cast<std::ptrdiff_t>(kHeaderSize + payload_length(*received));
+    pdus->emplace_back(received->begin(), end);
+    received->erase(received->begin(), end);
+    const Bytes response = response_to(pdus->back());
+    send(fd, response.data(), response.size(), MSG_NOSIGNAL);
+  }
+}
+
+void receive(int fd, Bytes* received) {
+  std::array<uint8_t, 4096> buffer = {};
+  ssize_t length = 0;
+  while ((length = recv(fd, buffer.data(), buffer.size(), MSG_DONTWAIT)) > 0) {
+    received->insert(received->end(), buffer.begin(), buffer.begin() + length);
+  }
+}
+
+OwnedFd open_listener() {
+  unlink(kPath);
+  OwnedFd listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  sockaddr_un address = {};
+  address.sun_family = AF_UNIX;
+  memcpy(address.sun_path, kPath, strlen(kPath));
+  if (bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+      listen(listener.get(), 1) != 0) {
+    listener.reset();
+  }
+  return listener;
+}
+
+// Serves the one client until it ended.
+void serve(const OwnedFd& listener, Process* client, std::vector<Bytes>* pdus) {
+  const auto end = std::chrono::steady_clock::now() + kLimit;
+  OwnedFd connection;
+  Bytes received;
+  while (client->running() && std::chrono::steady_clock::now() < end) {
+    std::vector<pollfd> descriptors = {{listener.get(), POLLIN, 0}, {connection.get(), POLLIN, 0}};
+    client->add_descriptors(&descriptors);
+    poll(descriptors.data(), descriptors.size(), kLookMs);
+    if (!connection) {
+      connection = OwnedFd(accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    }
+    if (connection) {
+      receive(connection.get(), &received);
+      take_pdus(&received, connection.get(), pdus);
+    }
+    client->pump();
+  }
+}
+
+}  // namespace
+
+Capture capture_agentxtrap(const std::vector<std::string>& arguments) {
+  Capture capture;
+  const OwnedFd listener = open_listener();
+  if (!listener) {
+    capture.error = std::string(kPath) + ": " + strerror(errno);
+    return capture;
+  }
+  Command command = {.arguments = {"/usr/bin/agentxtrap", "-x", kPath},
+                     .environment = {"PATH=/usr/bin:/bin", "HOME=/", "LC_ALL=C", "MIBS="},
+                     .extra_descriptors = 0};
+  command.arguments.insert(command.arguments.end(), arguments.begin(), arguments.end());
+  Process client;
+  client.start(command);
+  serve(listener, &client, &capture.pdus);
+  if (client.running() || client.status() != 0) {
+    capture.error = "agentxtrap ended with " + std::to_string(client.status()) + ": " + client.err();
+  }
+  for (const Bytes& pdu : capture.pdus) {
+    if (pdu[kType] == kNotify) {
+      capture.notify = pdu;
+    }
+  }
+  if (capture.error.empty() && capture.notify.empty()) {
+    capture.error = "agentxtrap sent no notification";
+  }
+  return capture;
+}

@@ -1,0 +1,199 @@
+// How the daemon learns whether the server is supported and its reverse mode
+// switched on: the status file, the BMC's answers, and all that can go wrong
+// with them.
+#include "tests/e2e/host.h"
+
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr const char* kNotSupported = "6 ortdv: ryn11 tvurev: Server not supported.";
+constexpr const char* kModeOff = "6 ortdv: tvurev:  Reverse TVU disabled.";
+constexpr const char* kFirmware = "6 ortdv: Mox6: 2.10 (2025/4/23)";
+constexpr const char* kSupported = "6 ortdv: tvurev:  Supported Ryn11 server detected.";
+constexpr const char* kRestarting =
+    "6 ortdv: tvurev: Detected TVUREV enable/disable. Restarting tvurev ....";
+
+using SupportCheck = Host;
+
+TEST_F(SupportCheck, AnswerOfTheBmcIsKeptInTheStatusFile) {
+  start_relay();
+  EXPECT_EQ(read_file(kStatusFile), "Mox6\r\n");
+}
+
+TEST_F(SupportCheck, StatusFileSavesTheQuestion) {
+  write_file(kStatusFile, "Mox6\r\n");
+  bmc.identity.generation = 5;
+  start_relay();
+  EXPECT_THAT(received(PacketKind::kStatusQuery), IsEmpty());
+  EXPECT_FALSE(logged(kFirmware));
+}
+
+TEST_F(SupportCheck, StatusFileOfAnotherGenerationIsBelievedWithoutTheBmc) {
+  write_file(kStatusFile, "Mox5\r\n");
+  start_daemon();
+  EXPECT_EQ(run_until_exit(), 0);
+  EXPECT_THAT(log(), ElementsAre(kNotSupported));
+  EXPECT_THAT(bmc_history(), IsEmpty());
+  EXPECT_EQ(read_file(kStatusFile), "Mox5\r\n");
+}
+
+TEST_F(SupportCheck, GarbageInTheStatusFileMeansNotSupported) {
+  std::string garbage(5000, '\xff');
+  garbage.insert(200, "Mox6\n");
+  write_file(kStatusFile, garbage);
+  start_daemon();
+  EXPECT_EQ(run_until_exit(), 0);
+  EXPECT_THAT(log(), ElementsAre(kNotSupported));
+  EXPECT_THAT(bmc_history(), IsEmpty());
+}
+
+TEST_F(SupportCheck, EmptyStatusFileMeansNotSupported) {
+  write_file(kStatusFile, "");
+  start_daemon();
+  EXPECT_EQ(run_until_exit(), 0);
+  EXPECT_THAT(log(), ElementsAre(kNotSupported));
+  EXPECT_THAT(bmc_history(), IsEmpty());
+}
+
+TEST_F(SupportCheck, AnotherGenerationIsKeptInTheStatusFileToo) {
+  bmc.identity.generation = -3;
+  start_daemon();
+  EXPECT_EQ(run_until_exit(), 0);
+  EXPECT_EQ(read_file(kStatusFile), "Mox-3\r\n");
+}
+
+TEST_F(SupportCheck, FirmwareAndDateAreUnpacked) {
+  event("bmc firmware=3.7 date=2053-12-31");
+  start_relay();
+  EXPECT_TRUE(logged("6 ortdv: Mox6: 3.7 (2053/12/31)"));
+}
+
+TEST_F(SupportCheck, NoFreeChannelIsLookedForInFiveSweeps) {
+  event("occupy 0-15");
+  start_daemon({.record = "usleep"});
+  EXPECT_EQ(run_until_exit(), 0);
+  EXPECT_THAT(log(), ElementsAre("clock: usleep 100000", "clock: usleep 100000",
+                                 "clock: usleep 100000", "clock: usleep 100000",
+                                 "clock: usleep 100000",
+                                 "6 ortdv: mox_chrdev: Failed: no available Qel Mox channels",
+                                 "6 ortdv: get moxStatus Failed: openMP() failed.", kNotSupported));
+  EXPECT_FALSE(exists(kStatusFile));
+}
+
+TEST_F(SupportCheck, TakenChannelsAreStepped) {
+  event("occupy 3-4");
+  start_relay();
+  EXPECT_EQ(bmc_history()[0], "channel 2 opened");
+}
+
+TEST_F(SupportCheck, EmptyReadsAreTenAndReadAsGenerationZero) {
+  event("answer status silent");
+  start_daemon({.record = "usleep"});
+  EXPECT_EQ(run_until_exit(), 0);
+  const std::vector<std::string> lines = log();
+  ASSERT_EQ(lines.size(), 13U);
+  EXPECT_THAT(std::vector(lines.begin(), lines.end() - 1), Each("clock: usleep 10000"));
+  EXPECT_EQ(lines.back(), kNotSupported);
+  EXPECT_EQ(read_file(kStatusFile), "Mox0\r\n");
+}
+
+TEST_F(SupportCheck, BusyWritesAreTriedTenTimes) {
+  event("busy 9");
+  start_relay();
+  EXPECT_EQ(times_logged("6 ortdv: mox write failed, cmd [0x2] errno [0x10] "
+                         "[Device or resource busy]. Retrying..."),
+            9U);
+  EXPECT_TRUE(logged(kFirmware));
+}
+
+TEST_F(SupportCheck, FailedWriteEndsTheQuery) {
+  event("fail write EIO");
+  start_daemon();
+  EXPECT_EQ(run_until_exit(), 0);
+  EXPECT_THAT(log(),
+              ElementsAre("6 ortdv: mox write failed, cmd [0x2] errno [0x5] [Input/output error]",
+                          "6 ortdv:  getResponse() for moxStatus Failed!", kNotSupported));
+  EXPECT_FALSE(exists(kStatusFile));
+}
+
+TEST_F(SupportCheck, FailedReadsAreTriedTenTimesAndPrintErrnoAsTheCommand) {
+  event("fail read EIO times=always");
+  start_daemon({.record = "usleep"});
+  EXPECT_EQ(run_until_exit(), 0);
+  const std::vector<std::string> lines = log();
+  ASSERT_EQ(lines.size(), 15U);
+  EXPECT_THAT(std::vector(lines.begin(), lines.begin() + 12), Each("clock: usleep 10000"));
+  EXPECT_THAT(std::vector(lines.begin() + 12, lines.end()),
+              ElementsAre("6 ortdv: mox ioctl Read failed, cmd [0x5]",
+                          "6 ortdv:  getResponse() for moxStatus Failed!", kNotSupported));
+}
+
+TEST_F(SupportCheck, SeveralPacketsInAnswerDoNoHarm) {
+  // An answer longer than anything that is read of it.
+  event("answer status size=4096");
+  start_relay();
+  EXPECT_TRUE(logged(kFirmware));
+}
+
+TEST_F(SupportCheck, UnreadableModeIsTriedThreeTimesASecondApart) {
+  event("answer nvram-get completion=0xc1");
+  touch(kRestartFile);
+  start_daemon();
+  EXPECT_EQ(run_until_exit(), 1);
+  EXPECT_THAT(log(), ElementsAre(kFirmware, kSupported, "clock: sleep 1", "clock: sleep 1",
+                                 "clock: sleep 1", kModeOff, kRestarting));
+  EXPECT_EQ(received(PacketKind::kNvramGet).size(), 3U);
+}
+
+TEST_F(SupportCheck, AnswerToAnotherRequestIsNoAnswer) {
+  event("answer nvram-get seqno=+1 times=2");
+  start_relay();
+  EXPECT_EQ(received(PacketKind::kNvramGet).size(), 3U);
+  EXPECT_EQ(times_logged("clock: sleep 1"), 2U);
+}
+
+TEST_F(SupportCheck, MissingModeVariableIsMadeAndCountsAsOff) {
+  event("nvram KXHVM6 absent");
+  touch(kRestartFile);
+  start_daemon();
+  EXPECT_EQ(run_until_exit(), 1);
+  EXPECT_TRUE(logged(kModeOff));
+  EXPECT_EQ(bmc.variables["KXHVM6"], Bytes({0}));
+  ASSERT_EQ(received(PacketKind::kNvramSet).size(), 1U);
+  EXPECT_EQ(hex_of(received(PacketKind::kNvramSet)[0]),
+            "15 00 02 00 00 00 01 00 d8 02 05 01 00 4b 58 48 56 4d 36 00 00");
+  // The getter's channel is still open while the setter uses the next one.
+  EXPECT_THAT(bmc_history(), testing::Contains("channel 3 opened"));
+}
+
+TEST_F(SupportCheck, NvramStatusThatIsUnknownCountsAsOff) {
+  event("answer nvram-get status=0x42");
+  touch(kRestartFile);
+  start_daemon();
+  EXPECT_EQ(run_until_exit(), 1);
+  EXPECT_TRUE(logged(kModeOff));
+  EXPECT_THAT(received(PacketKind::kNvramSet), IsEmpty());
+}
+
+TEST_F(SupportCheck, ValueLongerThanItsBufferIsNotTaken) {
+  bmc.variables["KXHVM6"] = {1, 1, 1, 1};
+  event("answer nvram-get length=65535");
+  touch(kRestartFile);
+  start_daemon();
+  EXPECT_EQ(run_until_exit(), 1);
+  EXPECT_TRUE(logged(kModeOff));
+}
+
+TEST_F(SupportCheck, AnswerWithoutDataReadsAsZero) {
+  // 10 and 11 bytes: the completion code is missing, or the last that is there.
+  event("answer nvram-get size=10 times=1");
+  touch(kRestartFile);
+  start_daemon();
+  EXPECT_EQ(run_until_exit(), 1);
+  EXPECT_TRUE(logged(kModeOff));
+}
+
+}  // namespace
