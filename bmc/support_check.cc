@@ -43,12 +43,7 @@ int supported_by_file(FILE* file) {
   return 1;
 }
 
-bool query_status(MoxStatus& status) {
-  const int fd = mox_chrdev(nullptr);
-  if (fd == -1) {
-    UtilLog("get moxStatus Failed: openMP() failed.\n");
-    return false;
-  }
+bool query_status(int fd, MoxStatus& status) {
   std::array<uint8_t, kChifHeaderSize> request = {};
   const int result = getResponse(fd, kCmdMoxStatus, request, status, nullptr);
   close_channel(fd);
@@ -76,9 +71,14 @@ void log_firmware(const MoxStatus& status, int generation) {
 }
 
 int supported_by_bmc() {
+  const int fd = mox_chrdev(nullptr);
+  if (fd == -1) {
+    UtilLog("get moxStatus Failed: openMP() failed.\n");
+    return 0;
+  }
   MoxStatus status = {};
   int supported = 0;
-  if (query_status(status)) {
+  if (query_status(fd, status)) {
     const auto application = static_cast<int8_t>(get_u8(status, kApplication));
     const int generation = application;  // NOLINT(bugprone-signed-char-misuse): it is signed
     DebugLog("utils: get moxStatus Success.  moxStatus.application is [%d]\n", generation);

@@ -186,9 +186,15 @@ size_t decode_octets(Notification& notification, const Binding& binding) {
   return length;
 }
 
-size_t skip_valueless(const Binding& binding, size_t value_size) {
+// Skips a binding that no SNMPv1 trap can carry, by its true length.
+size_t skip_binding(const Binding& binding, size_t value_size) {
   const size_t length = binding.value + value_size;
-  return fits(binding, length) ? length : 0;
+  if (!fits(binding, length)) {
+    return 0;
+  }
+  DaemonDebug("vb[%d] OID: [%s] [%s] vblen [%d] vbtype [%d] left out\n", binding.index,
+              binding.name.data(), type_name(binding.type), static_cast<int>(length), binding.type);
+  return length;
 }
 
 // Decodes the binding at the cursor. Returns by how much to advance, 0 at the
@@ -207,14 +213,14 @@ size_t decode_binding(Notification& notification, const Binding& binding, size_t
     case kOpaque:
       return decode_octets(notification, binding);
     case kCounter64:
-      return skip_valueless(binding, 2 * kWordSize);
+      return skip_binding(binding, 2 * kWordSize);
     case kNull:
-      return skip_valueless(binding, 0);
+      return skip_binding(binding, 0);
     default:
       break;
   }
   if (binding.type >= kNoSuchObject && binding.type <= kEndOfMibView) {
-    return skip_valueless(binding, 0);
+    return skip_binding(binding, 0);
   }
   if (previous_length == 0) {
     Log(kPriorityFailure,

@@ -35,9 +35,9 @@ bool is_node(const char* path) {
 using OpenFunction = int (*)(const char*, int, ...);
 using ShortOpenFunction = int (*)(const char*, int);
 
-// The mode is there only when the flags say so.
-mode_t mode_argument(int flags, va_list arguments) {
-  return (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
+// Whether a mode follows the flags.
+bool has_mode(int flags) {
+  return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
 }
 
 }  // namespace
@@ -48,10 +48,10 @@ TVUREV_SHIM_EXPORT int open(const char* path, int flags, ...) {
   }
   va_list arguments;
   va_start(arguments, flags);
-  const mode_t mode = mode_argument(flags, arguments);
+  const mode_t mode = has_mode(flags) ? va_arg(arguments, mode_t) : 0;
   va_end(arguments);
-  static const auto kNext = next<OpenFunction>("open");
-  return kNext(path, flags, mode);
+  static const auto next_call = next<OpenFunction>("open");
+  return next_call(path, flags, mode);
 }
 
 TVUREV_SHIM_EXPORT int open64(const char* path, int flags, ...) {
@@ -60,24 +60,26 @@ TVUREV_SHIM_EXPORT int open64(const char* path, int flags, ...) {
   }
   va_list arguments;
   va_start(arguments, flags);
-  const mode_t mode = mode_argument(flags, arguments);
+  const mode_t mode = has_mode(flags) ? va_arg(arguments, mode_t) : 0;
   va_end(arguments);
-  static const auto kNext = next<OpenFunction>("open64");
-  return kNext(path, flags, mode);
+  static const auto next_call = next<OpenFunction>("open64");
+  return next_call(path, flags, mode);
 }
 
 // What open becomes where the compiler checks for a missing mode.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" int __open_2(const char* path, int flags);
 extern "C" int __open64_2(const char* path, int flags);
+// NOLINTEND(bugprone-reserved-identifier)
 
 TVUREV_SHIM_EXPORT int __open_2(const char* path, int flags) {
-  static const auto kNext = next<ShortOpenFunction>("__open_2");
-  return is_node(path) ? channel_open(path, flags) : kNext(path, flags);
+  static const auto next_call = next<ShortOpenFunction>("__open_2");
+  return is_node(path) ? channel_open(path, flags) : next_call(path, flags);
 }
 
 TVUREV_SHIM_EXPORT int __open64_2(const char* path, int flags) {
-  static const auto kNext = next<ShortOpenFunction>("__open64_2");
-  return is_node(path) ? channel_open(path, flags) : kNext(path, flags);
+  static const auto next_call = next<ShortOpenFunction>("__open64_2");
+  return is_node(path) ? channel_open(path, flags) : next_call(path, flags);
 }
 
 TVUREV_SHIM_EXPORT int ioctl(int fd, unsigned long request, ...) noexcept {
@@ -89,8 +91,8 @@ TVUREV_SHIM_EXPORT int ioctl(int fd, unsigned long request, ...) noexcept {
   if (request == kReadPacket && channel_path(fd, path)) {
     return channel_read(fd, path, argument);
   }
-  static const auto kNext = next<int (*)(int, unsigned long, ...)>("ioctl");
-  return kNext(fd, request, argument);
+  static const auto next_call = next<int (*)(int, unsigned long, ...)>("ioctl");
+  return next_call(fd, request, argument);
 }
 
 TVUREV_SHIM_EXPORT ssize_t write(int fd, const void* bytes, size_t count) {
@@ -98,6 +100,6 @@ TVUREV_SHIM_EXPORT ssize_t write(int fd, const void* bytes, size_t count) {
   if (channel_path(fd, path)) {
     return channel_write(fd, path, bytes, count);
   }
-  static const auto kNext = next<ssize_t (*)(int, const void*, size_t)>("write");
-  return kNext(fd, bytes, count);
+  static const auto next_call = next<ssize_t (*)(int, const void*, size_t)>("write");
+  return next_call(fd, bytes, count);
 }

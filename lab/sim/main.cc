@@ -193,8 +193,9 @@ int main(int argc, char** argv) {
   app.add_flag("--check", settings.check, "only read the files and report what is wrong in them");
   try {
     app.parse(argc, argv);
-  } catch (const CLI::CallForHelp& help) {
-    return app.exit(help);
+  } catch (const CLI::CallForHelp&) {
+    std::fputs(app.help().c_str(), stdout);
+    return 0;
   } catch (const CLI::ParseError& error) {
     complain(error.what());
     return kWrong;

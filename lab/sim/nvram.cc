@@ -27,9 +27,8 @@ std::string load_nvram(const std::string& path, Variables* variables) {
     }
     const std::string word = words.words.empty() ? "" : words.words[0];
     const size_t equals = word.find('=');
-    const auto value = equals == std::string::npos
-                           ? std::nullopt
-                           : parse_hex(std::string_view(word).substr(equals + 1));
+    const auto value =
+        equals == std::string::npos ? std::nullopt : parse_hex(word.substr(equals + 1));
     if (words.words.size() != 1 || !words.error.empty() || equals == 0 || !value) {
       return path + ":" + std::to_string(number) + ": not a variable of the form NAME=HEX";
     }

@@ -207,7 +207,7 @@ bool read_seqno_offset(AnswerEvent* event, Options* options) {
     return true;
   }
   options->take("seqno");
-  const auto number = parse_number(std::string_view(*text).substr(1), UINT16_MAX);
+  const auto number = parse_number(text->substr(1), UINT16_MAX);
   const int sign = text->starts_with('-') ? -1 : 1;
   event->seqno_offset = number ? sign * static_cast<int>(*number) : 0;
   return number.has_value();
@@ -311,10 +311,9 @@ ParsedEvent parse_fail(Arguments arguments) {
 ParsedEvent parse_channels(Arguments arguments, bool occupied) {
   const std::string range = arguments.size() == 1 ? arguments[0] : "";
   const size_t dash = range.find('-');
-  const auto first = parse_number(std::string_view(range).substr(0, dash), kLastChannel);
-  const auto last = dash == std::string::npos
-                        ? first
-                        : parse_number(std::string_view(range).substr(dash + 1), kLastChannel);
+  const auto first = parse_number(range.substr(0, dash), kLastChannel);
+  const auto last =
+      dash == std::string::npos ? first : parse_number(range.substr(dash + 1), kLastChannel);
   if (!first || !last || *first > *last) {
     return failed("a channel is a number from 0 to 15, and several are FIRST-LAST");
   }

@@ -321,12 +321,10 @@ int Simulator::received(PacketKind kind) const {
 }
 
 const Bytes* Simulator::last_received(PacketKind kind) const {
-  for (auto happening = history.rbegin(); happening != history.rend(); ++happening) {
-    if (happening->what == Happening::What::kReceived && classify(happening->packet) == kind) {
-      return &happening->packet;
-    }
-  }
-  return nullptr;
+  const auto last = std::find_if(history.rbegin(), history.rend(), [kind](const auto& happening) {
+    return happening.what == Happening::What::kReceived && classify(happening.packet) == kind;
+  });
+  return last == history.rend() ? nullptr : &last->packet;
 }
 
 int Simulator::session_channel() const {

@@ -22,10 +22,11 @@ constexpr std::array<Look, 5> kLooks = {{{"bmc ", "\033[36m"},
                                          {"lab ", "\033[2m"}}};
 
 std::string time_of_day() {
-  using namespace std::chrono;
+  using std::chrono::system_clock;
   const auto now = system_clock::now();
   const std::time_t seconds = system_clock::to_time_t(now);
-  const auto fraction = duration_cast<milliseconds>(now.time_since_epoch()).count() % 1000;
+  const auto fraction =
+      std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
   std::tm local = {};
   localtime_r(&seconds, &local);
   std::array<char, 32> text = {};

@@ -117,8 +117,9 @@ int main(int argc, char** argv) {
   }
   try {
     app.parse(static_cast<int>(own_end - words.begin()), argv);
-  } catch (const CLI::CallForHelp& help) {
-    return app.exit(help);
+  } catch (const CLI::CallForHelp&) {
+    std::fputs(app.help().c_str(), stdout);
+    return 0;
   } catch (const CLI::ParseError& error) {
     return complain(error.what());
   }

@@ -51,7 +51,7 @@ std::vector<char*> pointers_to(const std::vector<std::string>& texts) {
   dup2(err, STDERR_FILENO);
   syscall(SYS_close_range, kFirstFree, ~0U, 0);
   for (int i = 0; i < extra_descriptors; ++i) {
-    dup(STDIN_FILENO);
+    fcntl(STDIN_FILENO, F_DUPFD, kFirstFree);
   }
   execve(arguments[0], arguments, environment);
   perror(arguments[0]);

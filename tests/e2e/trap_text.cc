@@ -20,6 +20,8 @@ using Octets = std::span<const uint8_t>;
 
 // A cursor over BER elements. Once anything was wrong it stays bad.
 struct Reader {
+  explicit Reader(Octets octets) : rest(octets) {}
+
   Octets rest;
   bool good = true;
 
@@ -138,23 +140,23 @@ std::string value_text(const Reader::Element& value) {
 }  // namespace
 
 std::string trap_text(std::span<const uint8_t> datagram) {
-  Reader outer{datagram};
-  Reader message{outer.take(kSequence)};
+  Reader outer(datagram);
+  Reader message(outer.take(kSequence));
   const std::string version = integer_text(message.take(kInteger));
   const Octets community = message.take(kOctetString);
   std::string text(community.begin(), community.end());
 
-  Reader pdu{message.take(kTrapPdu)};
+  Reader pdu(message.take(kTrapPdu));
   text += " " + object_id_text(pdu.take(kObjectId));
   text += " " + address_text(pdu.take(kIpAddress));
   text += " " + integer_text(pdu.take(kInteger));
   text += "/" + integer_text(pdu.take(kInteger));
   text += " @" + integer_text(pdu.take(kTimeTicks));
-  Reader bindings{pdu.take(kSequence)};
+  Reader bindings(pdu.take(kSequence));
   bool good = outer.good && message.good && pdu.good && version == "0" && outer.rest.empty() &&
               message.rest.empty() && pdu.rest.empty();
   while (good && bindings.good && !bindings.rest.empty()) {
-    Reader binding{bindings.take(kSequence)};
+    Reader binding(bindings.take(kSequence));
     text += " " + object_id_text(binding.take(kObjectId));
     text += "=" + value_text(binding.take_any());
     good = binding.good && binding.rest.empty();

@@ -1,5 +1,8 @@
 // ortinv on a made-up host, for the check of its documents: the first argument
 // names the host, the rest is the command line.
+#include <unistd.h>
+
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -13,7 +16,12 @@ int main(int argc, char** argv) {
   g_host = host == "full" ? full_host() : (host == "odd" ? odd_host() : bare_host());
   setenv("PATH", "/bin", 1);
   std::string path = "/tmp/fake_ortinv_XXXXXX";
-  mkstemp(path.data());
+  const int fd = mkstemp(path.data());
+  if (fd == -1) {
+    perror("fake_ortinv");
+    return EXIT_FAILURE;
+  }
+  close(fd);
   g_entity_mib_path = path.c_str();
   std::ofstream(path) << "<TAddress>" << g_host.registration << "</TAddress>\n";
   const int status = run_ortinv(argc - 1, argv + 1);

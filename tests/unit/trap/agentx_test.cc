@@ -382,14 +382,22 @@ TEST_F(Decoder, WritesTheCursorDownBeforeAndAfterEveryBinding) {
   g_daemon_debug_flag = 1;
   decode_notification(NotifyBuilder().integer("1.3.6.1.4", 1).null("1.3.6.1.4.1").bytes());
   const Lines& logs = script.logs();
-  ASSERT_EQ(logs.size(), 7U);
+  ASSERT_EQ(logs.size(), 8U);
   EXPECT_EQ(logs[1].find("6 before update: vb ptr [0x"), 0U) << logs[1];
-  EXPECT_EQ(logs[3].find("6 before update: vb ptr [0x"), 0U) << logs[3];
+  EXPECT_EQ(logs[3], "6 vb[2] OID: [1.3.6.1.4.1] [] vblen [12] vbtype [5] left out\n");
+  EXPECT_EQ(logs[4].find("6 before update: vb ptr [0x"), 0U) << logs[4];
   EXPECT_NE(logs[1].find("] len [0x0] vblen [0xc]\n"), std::string::npos) << logs[1];
   EXPECT_EQ(logs[2].find("6 Total bytes processed [12/24]. new vb ptr ["), 0U) << logs[2];
   EXPECT_NE(logs[2].find("] len [0xc] vblen [0xc]\n"), std::string::npos) << logs[2];
-  EXPECT_NE(logs[3].find("] len [0xc] vblen [0xc]\n"), std::string::npos) << logs[3];
-  EXPECT_EQ(logs[4].find("6 Total bytes processed [24/24]. new vb ptr ["), 0U) << logs[4];
+  EXPECT_NE(logs[4].find("] len [0xc] vblen [0xc]\n"), std::string::npos) << logs[4];
+  EXPECT_EQ(logs[5].find("6 Total bytes processed [24/24]. new vb ptr ["), 0U) << logs[5];
+}
+
+TEST_F(Decoder, WritesDownACounter64ByItsName) {
+  g_daemon_debug_flag = 1;
+  decode_notification(NotifyBuilder().counter64("1.3.6.1.4.1", 5).bytes());
+  EXPECT_EQ(logs_without_cursors()[0],
+            "6 vb[1] OID: [1.3.6.1.4.1] [COUNTER64] vblen [20] vbtype [70] left out\n");
 }
 
 TEST_F(Decoder, WritesDownWhatIsLeftOut) {
