@@ -43,6 +43,9 @@ void show_smbios(const Request& request, Report& report) {
 
 void show_all(const Request& request, Report& report) {
   show_smbios(request, report);
+  if (!request.json && report.problems.empty()) {
+    putchar('\n');  // between the dumps and the rest
+  }
   report_all_pci(report);
   report_all_drives(report);
   report_host(report);

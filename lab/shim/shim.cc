@@ -48,6 +48,7 @@ TVUREV_SHIM_EXPORT int open(const char* path, int flags, ...) {
   }
   va_list arguments;
   va_start(arguments, flags);
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the line above has
   const mode_t mode = has_mode(flags) ? va_arg(arguments, mode_t) : 0;
   va_end(arguments);
   static const auto next_call = next<OpenFunction>("open");
@@ -60,6 +61,7 @@ TVUREV_SHIM_EXPORT int open64(const char* path, int flags, ...) {
   }
   va_list arguments;
   va_start(arguments, flags);
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the line above has
   const mode_t mode = has_mode(flags) ? va_arg(arguments, mode_t) : 0;
   va_end(arguments);
   static const auto next_call = next<OpenFunction>("open64");

@@ -177,6 +177,8 @@ int prepare_and_run(const Settings& settings) {
 
 }  // namespace
 
+// Without memory for its options a program may end as it likes.
+// NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int argc, char** argv) {
   CLI::App app("Plays the BMC on the driver's channels.", "mox-sim");
   Settings settings;

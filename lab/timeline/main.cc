@@ -96,6 +96,8 @@ int run_command(const Settings& settings) {
 
 }  // namespace
 
+// Without memory for its options a program may end as it likes.
+// NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int argc, char** argv) {
   CLI::App app("Shows the simulated host, its BMC and its trap receivers in one timeline.",
                "lab-timeline");

@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
 # Installs the build tree under a temporary prefix, builds the C and the C++
 # program of this folder against what was installed, by pkg-config and by
-# find_package, with the shared and with the static library, and runs them.
+# find_package, with the shared and with the static library, and runs them: on
+# this machine, and on the simulated host, where there is something to find.
 #
-#   install_test.sh BUILD_DIR VERSION CC CXX LIBDIR [COMPILER_FLAG...]
+#   install_test.sh BUILD_DIR VERSION CC CXX LIBDIR MAKE_SMBIOS [COMPILER_FLAG...]
 set -eu
 
-build=$1 version=$2 cc=$3 cxx=$4 libdir=$5
-shift 5
+build=$1 version=$2 cc=$3 cxx=$4 libdir=$5 make_smbios=$6
+shift 6
 flags=("$@")
 here=$(cd "$(dirname "$0")" && pwd)
 work=$(mktemp -d)
@@ -60,6 +61,24 @@ cmake -S "$here/package" -B "$work/package" -DCMAKE_PREFIX_PATH="$prefix" \
 cmake --build "$work/package" >"$work/build.log" || { cat "$work/build.log"; exit 1; }
 for program in ortinv_c ortinv_cc static_c static_cc; do
   run "$work/package/$program"
+done
+
+step "simulated host"
+lab=$here/../../lab
+mkdir -p "$work/host"
+for sample in "$lab/host" "$lab/host-inventory"; do
+  [ ! -d "$sample" ] || cp -R "$sample/." "$work/host"
+done
+mkdir -p "$work/host/vmfs/devices/char/mem"
+"$make_smbios" "$work/host/vmfs/devices/char/mem/smbios"
+for program in ortinv_c static_c ortinv_cc static_cc; do
+  step "run $program there"
+  "$lab/sandbox" --host "$work/host" --bind "$work" "$work" \
+    --env "LD_LIBRARY_PATH=$prefix/$libdir" -- "$work/package/$program" "$version" \
+    >"$work/there.log" || { cat "$work/there.log"; exit 1; }
+done
+for found in "system information" manufacturer "first name is found"; do
+  grep -q "^ok: $found$" "$work/there.log" || { cat "$work/there.log"; exit 1; }
 done
 
 step "shared object"

@@ -1,11 +1,14 @@
 // Writes the SMBIOS table of the sample host to a file.
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <exception>
 #include <string>
 
 #include "tests/support/smbios/sample_host.h"
 
-int main(int argc, char** argv) {
+namespace {
+
+int run(int argc, char** argv) {
   CLI::App app("Writes the SMBIOS table of the sample host to a file.");
   std::string output;
   bool dmidecode = false;
@@ -19,4 +22,15 @@ int main(int argc, char** argv) {
     return 1;
   }
   return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return run(argc, argv);
+  } catch (const std::exception& error) {
+    fprintf(stderr, "make-smbios: %s\n", error.what());
+    return 1;
+  }
 }

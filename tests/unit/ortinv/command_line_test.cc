@@ -451,7 +451,7 @@ TEST_F(CommandLineTest, AllPrintsTablesForPeople) {
   const std::string out = run({"all"}).out;
   EXPECT_NE(out.find("System Information record  (Type 1)\n"), std::string::npos);
   EXPECT_NE(
-      out.find("PCI devices\n"
+      out.find("\n\nPCI devices\n"
                "  Address       Location      Name             Part number  Linked text  NIC "
                "port\n"
                "  0000:03:00.0  PCI-E Slot 1  Network adapter  P12345-001   Linked       2\n"

@@ -72,14 +72,14 @@ uint8_t telling_value(Random& random) {
 class Damaged {
  public:
   explicit Damaged(Random& random) : random_(random) {
-    static const SmbiosTable kTable = small_table();
-    static const std::vector<size_t> kStarts = structure_starts(kTable);
-    static const Bytes kAtStart = kTable.device_image();
-    static const Bytes kAtEnd = image_at_block_end(kTable);
-    image = below(random, 2) == 0 ? kAtStart : kAtEnd;
-    table_ = image.size() - kTable.structures().size();
+    static const SmbiosTable whole = small_table();
+    static const std::vector<size_t> starts = structure_starts(whole);
+    static const Bytes at_start = whole.device_image();
+    static const Bytes at_end = image_at_block_end(whole);
+    image = below(random, 2) == 0 ? at_start : at_end;
+    table_ = image.size() - whole.structures().size();
     entry_ = (table_ - 31) / 4 * 4;
-    starts_ = &kStarts;
+    starts_ = &starts;
     const size_t wounds = 1 + below(random, 6);
     for (size_t wound = 0; wound < wounds; ++wound) {
       damage();

@@ -1,5 +1,4 @@
 // Structures as fixed-size records: fields, thresholds of length, texts.
-#include <algorithm>
 #include <cstring>
 #include <string>
 

@@ -1,5 +1,4 @@
 // Drives by their serial number, and how serial numbers are compared.
-#include <cstring>
 #include <string>
 
 #include "smbios/oem_queries.h"
@@ -52,12 +51,9 @@ TEST(SerialTrim, KeepsSixtyThreeCharacters) {
 }
 
 TEST(SerialTrim, LeavesZerosBehindTheText) {
-  SerialText serial = {};
-  strcpy(serial.data(), "  ABC  XYZ");
+  SerialText serial = {' ', ' ', 'A', 'B', 'C', ' ', ' ', 'X', 'Y', 'Z'};
   SmbTrimSerial(serial);
-  SerialText expected = {};
-  strcpy(expected.data(), "ABC");
-  EXPECT_EQ(serial, expected);
+  EXPECT_EQ(serial, (SerialText{'A', 'B', 'C'}));
 }
 
 TEST_F(Drives, AreFoundBySerialNumber) {

@@ -1,7 +1,7 @@
 // The console dumps, to the letter.
-#include <cstring>
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "smbios/smbios_records.h"
 #include "tests/unit/smbios/loaded_table.h"
@@ -14,10 +14,15 @@ std::string printed_by(const std::function<void()>& dump) {
   return output.text();
 }
 
+template <size_t Size>
+void set(char (&field)[Size], std::string_view text) {
+  text.copy(field, Size - 1);
+}
+
 SmbSlotRec slot(const char* designation, uint16_t handle) {
   SmbSlotRec record = {};
   record.header = {9, 17, handle};
-  strcpy(record.designation, designation);
+  set(record.designation, designation);
   record.type = 165;
   record.busDataWidth = 11;
   record.currentUsage = 4;
@@ -98,9 +103,9 @@ TEST_F(LoadedDump, PrintsTwoServerIdsNotAtAll) {
 
 TEST(BiosDump, PrintsTheRecord) {
   SmbBiosInfoRec record = {};
-  strcpy(record.vendor, "Vendor");
-  strcpy(record.version, "1.0");
-  strcpy(record.releaseDate, "01/02/2024");
+  set(record.vendor, "Vendor");
+  set(record.version, "1.0");
+  set(record.releaseDate, "01/02/2024");
   record.address = 0xF000;
   record.romSize = 57408;
   for (uint8_t index = 0; index < 8; ++index) {
@@ -130,14 +135,14 @@ TEST(BiosDump, PrintsTheRecord) {
 
 TEST(SystemDump, LeavesOutUuidAndFamily) {
   SmbSystemInfoRec record = {};
-  strcpy(record.manufacturer, "Maker");
-  strcpy(record.productName, "Product");
-  strcpy(record.version, "Rev");
-  strcpy(record.serialNumber, "Serial");
-  strcpy(record.uuid, "uuid");
+  set(record.manufacturer, "Maker");
+  set(record.productName, "Product");
+  set(record.version, "Rev");
+  set(record.serialNumber, "Serial");
+  set(record.uuid, "uuid");
   record.wakeUpType = 6;
-  strcpy(record.sku, ".");
-  strcpy(record.family, "Family");
+  set(record.sku, ".");
+  set(record.family, "Family");
   EXPECT_EQ(printed_by([&] { SmbDumpSystemInfo(&record); }),
             "System Information record  (Type 1)\n"
             "   Manufacturer     : Maker\n"
@@ -150,10 +155,10 @@ TEST(SystemDump, LeavesOutUuidAndFamily) {
 
 TEST(EnclosureDump, PrintsEveryRecordWithoutHeading) {
   SmbEnclosureRec records[2] = {};
-  strcpy(records[0].rackName, "Rack");
-  strcpy(records[0].enclosureName, "Enclosure");
-  strcpy(records[0].enclosureModel, "Model");
-  strcpy(records[0].enclosureSerialNumber, "Serial");
+  set(records[0].rackName, "Rack");
+  set(records[0].enclosureName, "Enclosure");
+  set(records[0].enclosureModel, "Model");
+  set(records[0].enclosureSerialNumber, "Serial");
   records[0].enclosureBayNumber = 7;
   records[0].totalEnclosureBays = 16;
   records[0].usedEnclosureBays = 200;
@@ -236,10 +241,10 @@ TEST(GbxDump, RepeatsTheFirstRecord) {
 TEST_F(LoadedDump, PrintsAllFourEntriesOfATableWithTwo) {
   SmbiosStructure structure(222, 1, 38);
   structure.u16(4, 1);
+  size_t offset = 6;
   for (int map = 0; map < 16; ++map) {
     const GbxPortMap value = numbered_map(map);
-    structure.u8(static_cast<size_t>(6 + 2 * map), value.connection);
-    structure.u8(static_cast<size_t>(7 + 2 * map), value.bay);
+    structure.u8(offset++, value.connection).u8(offset++, value.bay);
   }
   load(SmbiosTable().add(structure));
   const auto tables = records_of<SmbGbxTableRec>(222);

@@ -1,17 +1,18 @@
 // Location, part number, name and linked text of a PCI function.
 #include <cstdlib>
-#include <cstring>
 #include <string>
 
 #include "smbios/oem_queries.h"
 #include "tests/unit/smbios/loaded_table.h"
 
+// NOLINTBEGIN(bugprone-reserved-identifier): the names that --wrap gives
 extern "C" {
 char* __real_strdup(const char* text);
 char* __real___strdup(const char* text);
 char* __wrap_strdup(const char* text);
 char* __wrap___strdup(const char* text);
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace {
 
@@ -32,7 +33,7 @@ class PciQueries : public LoadedTable {
  protected:
   static std::string location(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function) {
     char* text = SmbGetPciLocation(segment, bus, device, function);
-    const std::string copy = text == nullptr ? "(null)" : text;
+    std::string copy = text == nullptr ? "(null)" : text;
     free(text);
     return copy;
   }

@@ -1,6 +1,5 @@
 // Many threads asking for records of one table at once; the thread sanitizer
 // watches the texts that are cleaned in place.
-#include <cstring>
 #include <string>
 #include <thread>
 
@@ -52,6 +51,7 @@ TEST_F(Threads, GetTheSameRecords) {
   load(table_to_be_cleaned());
   std::vector<int> good(kThreads, 0);
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int& own : good) {
     threads.emplace_back([&own] {
       for (int round = 0; round < kRounds; ++round) {
