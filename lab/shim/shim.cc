@@ -15,8 +15,6 @@
 
 #include "lab/shim/channel_socket.h"
 
-#define TVUREV_SHIM_EXPORT extern "C" __attribute__((visibility("default")))
-
 namespace {
 
 constexpr unsigned long kReadPacket = 0x100;
@@ -42,7 +40,7 @@ bool has_mode(int flags) {
 
 }  // namespace
 
-TVUREV_SHIM_EXPORT int open(const char* path, int flags, ...) {
+extern "C" int open(const char* path, int flags, ...) {
   if (is_node(path)) {
     return channel_open(path, flags);
   }
@@ -55,7 +53,7 @@ TVUREV_SHIM_EXPORT int open(const char* path, int flags, ...) {
   return next_call(path, flags, mode);
 }
 
-TVUREV_SHIM_EXPORT int open64(const char* path, int flags, ...) {
+extern "C" int open64(const char* path, int flags, ...) {
   if (is_node(path)) {
     return channel_open(path, flags);
   }
@@ -74,17 +72,17 @@ extern "C" int __open_2(const char* path, int flags);
 extern "C" int __open64_2(const char* path, int flags);
 // NOLINTEND(bugprone-reserved-identifier)
 
-TVUREV_SHIM_EXPORT int __open_2(const char* path, int flags) {
+extern "C" int __open_2(const char* path, int flags) {
   static const auto next_call = next<ShortOpenFunction>("__open_2");
   return is_node(path) ? channel_open(path, flags) : next_call(path, flags);
 }
 
-TVUREV_SHIM_EXPORT int __open64_2(const char* path, int flags) {
+extern "C" int __open64_2(const char* path, int flags) {
   static const auto next_call = next<ShortOpenFunction>("__open64_2");
   return is_node(path) ? channel_open(path, flags) : next_call(path, flags);
 }
 
-TVUREV_SHIM_EXPORT int ioctl(int fd, unsigned long request, ...) noexcept {
+extern "C" int ioctl(int fd, unsigned long request, ...) noexcept {
   va_list arguments;
   va_start(arguments, request);
   void* argument = va_arg(arguments, void*);
@@ -97,7 +95,7 @@ TVUREV_SHIM_EXPORT int ioctl(int fd, unsigned long request, ...) noexcept {
   return next_call(fd, request, argument);
 }
 
-TVUREV_SHIM_EXPORT ssize_t write(int fd, const void* bytes, size_t count) {
+extern "C" ssize_t write(int fd, const void* bytes, size_t count) {
   char path[sizeof(sockaddr_un::sun_path)];
   if (channel_path(fd, path)) {
     return channel_write(fd, path, bytes, count);

@@ -175,7 +175,8 @@ TEST_F(BadNotification, AddressesOfAnyLength) {
   notify.ip_address("1.3.6.1.4.1.32473.2.4", Bytes{10, 0, 0, 5});
   const Outcome outcome = outcome_of(notify.bytes());
   EXPECT_THAT(outcome.traps,
-              ElementsAre(std::string(kTrap) + " 1.3.6.1.4.1.32473.2.4=ip:10.0.0.5"));
+              ElementsAre(std::string(kTrap) + " 1.3.6.1.4.1.32473.2.2=ip:10.0.0.0"
+                                               " 1.3.6.1.4.1.32473.2.4=ip:10.0.0.5"));
   EXPECT_THAT(outcome.errors, IsEmpty());
 }
 

@@ -65,10 +65,10 @@ TEST_F(DebugSwitches, DaemonSwitchShowsTheRoadOfANotification) {
           "6 ortdv: reverse mode: BMC Reverse Proxy Connected. Starting proxy loop",
           "6 ortdv: tvud: BMC Reverse Proxy: numfds [1].", "6 ortdv: rev mode: proxy_bmc_trap",
           StartsWith("6 ortdv: bmc_recv: start.  fd [3] errno ["),
-          "6 ortdv: bmc_recv: Received 172 bytes . . .  errno [0]",
+          "6 ortdv: bmc_recv: Received 180 bytes . . .  errno [0]",
           "6 ortdv: Received packet [0x0001]... errno [0]",
-          "6 ortdv: bmc_recv: memcpy recvd data to buf len [156]. . .  errno [0]",
-          "6 ortdv: sending 156 bytes",
+          "6 ortdv: bmc_recv: memcpy recvd data to buf len [164]. . .  errno [0]",
+          "6 ortdv: sending 164 bytes",
           "6 ortdv: send_trap_to_host(): Host SNMP Enabled. Continuing to send trap thru Host.",
           "6 ortdv: vb[1] OID: [1.3.6.1.2.1.1.3.0] [TIMETICKS] [0x64] vblen [28] vbtype [67]",
           "6 ortdv: vb[2] OID: [1.3.6.1.6.3.1.1.4.1.0] [OID] [1.3.6.1.4.1.32473.1.0.3] "
@@ -148,8 +148,8 @@ TEST_F(DebugSwitches, ChifSwitchAddsPacketHeadersAndTraces) {
                   "6 ortdv: CHIF:", "6 ortdv:  pktsize = 16, seqno = 0, cmdno = 8193, svc = d",
                   "6 ortdv:  errcode = 0, pktsize = 16, agentx_resp_len = 0",
                   "6 ortdv: BMC_RECV CHIF:  ", "6 ortdv: CHIF:",
-                  "6 ortdv:  pktsize = 172, seqno = 0, cmdno = 1, svc = d",
-                  "6 ortdv:  errcode = 0, pktsize = 172, agentx_resp_len = 156"));
+                  "6 ortdv:  pktsize = 180, seqno = 0, cmdno = 1, svc = d",
+                  "6 ortdv:  errcode = 0, pktsize = 180, agentx_resp_len = 164"));
 }
 
 TEST_F(DebugSwitches, ChifSwitchShowsTheAnswerToAShutdown) {
@@ -176,7 +176,7 @@ TEST_F(DebugSwitches, AgentxSwitchAddsNotificationHeaders) {
   EXPECT_TRUE(logged("6 ortdv: BMC_RECV AgentX packet"));
   EXPECT_TRUE(logged("6 ortdv: dump_agentx()"));
   EXPECT_THAT(debug_lines(), Contains(StartsWith("6 ortdv: AgentX: version = 1 type = 12 flags = 0 "
-                                                 "payload_length = 136\nsessionID=")));
+                                                 "payload_length = 144\nsessionID=")));
   EXPECT_THAT(debug_lines(), Not(Contains("6 ortdv: CHIF:")));
 }
 

@@ -12,6 +12,7 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 constexpr const char* kDeviceLine =
     "6 ortdv: [tvud]: BMC device is /vmfs/devices/char/vmkdriver/zemox-d0ccb15";
@@ -289,7 +290,7 @@ TEST_F(Handshake, ShortGoodbyeReplyIsReportedAndTheDaemonLeavesAllTheSame) {
   start_relay();
   touch(kBmcStopFile);
   EXPECT_EQ(run_until_exit(), 1);
-  EXPECT_THAT(log(), Contains("3 ortdv: go_bye(): read() bytes=100 < len=4084  errno=0"));
+  EXPECT_THAT(log(), Contains(StartsWith("3 ortdv: go_bye(): read() bytes=100 < len=4084  errno=")));
 }
 
 TEST_F(Handshake, RefusedGoodbyeIsReported) {
@@ -298,7 +299,7 @@ TEST_F(Handshake, RefusedGoodbyeIsReported) {
   start_relay();
   touch(kBmcStopFile);
   EXPECT_EQ(run_until_exit(), 1);
-  EXPECT_THAT(log(), Contains("3 ortdv: go_bye(): read() returned rsp_pkt->err=9  errno=0"));
+  EXPECT_THAT(log(), Contains(StartsWith("3 ortdv: go_bye(): read() returned rsp_pkt->err=9  errno=")));
 }
 
 }  // namespace

@@ -79,7 +79,10 @@ void Host::start_daemon(const Settings& settings) {
 
 void Host::start_relay(const Settings& settings) {
   start_daemon(settings);
-  ASSERT_TRUE(run_until([&] { return logged(kConnectedLine) && exists(kRunningFile); }));
+  ASSERT_TRUE(run_until([&] {
+    return !log_starting("6 ortdv: [tvud]: BMC Reverse channel is [").empty() &&
+           exists(kRunningFile);
+  }));
   // Of the children that it still has, the proxy was forked first.
   const std::vector<pid_t> children = children_of(daemon.pid());
   ASSERT_FALSE(children.empty());

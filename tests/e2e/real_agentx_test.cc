@@ -46,7 +46,7 @@ class RealAgentx : public Host {
 
 TEST_F(RealAgentx, TextAndNumber) {
   const char* expected =
-      "192.0.2.20 .1.3.6.1.4.1.32473.1 6.3 @4711 public: "
+      "192.0.2.20 .1.3.6.1.4.1.32473.1 6/3 @4711 public: "
       ".1.3.6.1.4.1.32473.1.1.1.0 = STRING: \"fan 3\" | .1.3.6.1.4.1.32473.1.1.2 = INTEGER: -5";
   EXPECT_THAT(relay({"-U", "4711", "1.3.6.1.4.1.32473.1.0.3", "1.3.6.1.4.1.32473.1.1.1.0", "s",
                      "fan 3", "1.3.6.1.4.1.32473.1.1.2", "i", "-5"}),
@@ -55,14 +55,14 @@ TEST_F(RealAgentx, TextAndNumber) {
 
 TEST_F(RealAgentx, EveryTypeThatItCanWrite) {
   const char* expected =
-      "192.0.2.20 .1.3.6.1.4.1.32473.1 6.3 @100 public: "
+      "192.0.2.20 .1.3.6.1.4.1.32473.1 6/3 @100 public: "
       ".1.3.6.1.4.1.32473.2.1 = INTEGER: 2147483647 | "
       ".1.3.6.1.4.1.32473.2.2 = INTEGER: 7 | "
       ".1.3.6.1.4.1.32473.2.3 = INTEGER: 8 | "
       ".1.3.6.1.4.1.32473.2.4 = Timeticks: (0) 0:00:00.00 | "
-      ".1.3.6.1.4.1.32473.2.5 = STRING: \"\" | "
+      ".1.3.6.1.4.1.32473.2.5 = \"\" | "
       ".1.3.6.1.4.1.32473.2.6 = STRING: \"abcde\" | "
-      ".1.3.6.1.4.1.32473.2.7 = Hex-STRING: FF 01 | "
+      ".1.3.6.1.4.1.32473.2.7 = Hex-STRING: FF 01  | "
       ".1.3.6.1.4.1.32473.2.8 = IpAddress: 10.0.0.5 | "
       ".1.3.6.1.4.1.32473.2.9 = OID: .1.3.6.1.4.1.32473.9.1";
   EXPECT_THAT(relay({"-U", "100", "1.3.6.1.4.1.32473.1.0.3",         //
@@ -80,7 +80,7 @@ TEST_F(RealAgentx, EveryTypeThatItCanWrite) {
 }
 
 TEST_F(RealAgentx, StandardTrap) {
-  const char* expected = "192.0.2.20 .1.3.6.1.6.3.1.1.5 2.0 @1 public: "
+  const char* expected = "192.0.2.20 .1.3.6.1.6.3.1.1.5 2/0 @1 public: "
                          ".1.3.6.1.2.1.2.2.1.1.7 = INTEGER: 7";
   EXPECT_THAT(relay({"-U", "1", "1.3.6.1.6.3.1.1.5.3", "1.3.6.1.2.1.2.2.1.1.7", "i", "7"}),
               ElementsAre(expected, expected));
@@ -88,7 +88,7 @@ TEST_F(RealAgentx, StandardTrap) {
 
 TEST_F(RealAgentx, ManyBindings) {
   std::vector<std::string> arguments = {"-U", "1", "1.3.6.1.4.1.32473.1.0.3"};
-  std::string expected = "192.0.2.20 .1.3.6.1.4.1.32473.1 6.3 @1 public: ";
+  std::string expected = "192.0.2.20 .1.3.6.1.4.1.32473.1 6/3 @1 public: ";
   for (int i = 1; i <= 30; ++i) {
     const std::string name = "1.3.6.1.4.1.32473.2." + std::to_string(i);
     arguments.insert(arguments.end(), {name, "s", "value " + std::to_string(i)});
@@ -101,7 +101,7 @@ TEST_F(RealAgentx, ManyBindings) {
 
 TEST_F(RealAgentx, NameOutsideTheInternetTreeIsReadWithItsPrefixOfZero) {
   // 1.0.8802 cannot be written with a prefix; it is shown behind one all the same.
-  const char* expected = "192.0.2.20 .1.3.6.1.4.1.32473.1 6.3 @1 public: "
+  const char* expected = "192.0.2.20 .1.3.6.1.4.1.32473.1 6/3 @1 public: "
                          ".1.3.6.1.0.1.0.8802.1 = INTEGER: 7";
   EXPECT_THAT(relay({"-U", "1", "1.3.6.1.4.1.32473.1.0.3", "1.0.8802.1", "i", "7"}),
               ElementsAre(expected, expected));

@@ -60,7 +60,7 @@ TEST_F(Relay, EveryValueTypeArrivesInItsDocumentedForm) {
         " 1.3.6.1.4.1.32473.2.15=hex:ff80");
   ASSERT_TRUE(run_until_traps(1));
   EXPECT_EQ(receiver.traps()[0],
-            "public 1.3.6.1.4.1.32473 192.0.2.20 6/7 @0"
+            "public 1.3.6.1.4.1.32473.1 192.0.2.20 6/7 @0"
             " 1.3.6.1.4.1.32473.2.1=-2147483648"
             " 1.3.6.1.4.1.32473.2.2=-1"
             " 1.3.6.1.4.1.32473.2.3=7"

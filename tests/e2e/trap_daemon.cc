@@ -11,7 +11,7 @@ namespace {
 
 constexpr const char* kConfiguration = "/tmp/snmptrapd.conf";
 constexpr const char* kMark = "TRAP ";
-constexpr const char* kFormat = "TRAP %a %N %w%q @%T %P: %v\n";
+constexpr const char* kFormat = "TRAP %a %N %w/%q @%T %P: %v\n";
 
 // "050071CB:00A2", as /proc/net/udp writes the socket's address.
 std::string kernel_text(const std::string& address) {
@@ -55,6 +55,7 @@ bool TrapDaemon::has_printed(size_t count) {
   for (std::string line; std::getline(text, line);) {
     if (line.starts_with(kMark) && !text.eof()) {
       line = replaced(line.substr(std::string(kMark).size()), "\t", " | ");
+      line = replaced(line, "/.", "/");
       traps_.push_back(replaced(line, "TRAP, SNMP v1, community ", ""));
     }
   }

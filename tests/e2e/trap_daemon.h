@@ -20,7 +20,7 @@ class TrapDaemon {
   bool has_printed(size_t count);
 
   // One line a trap:
-  //   192.0.2.20 .1.3.6.1.4.1.32473.1 6.3 @100 public: .1.3... = STRING: "fan 3"
+  //   192.0.2.20 .1.3.6.1.4.1.32473.1 6/3 @100 public: .1.3... = STRING: "fan 3"
   // with blanks and bars between the bindings.
   const std::vector<std::string>& traps() const { return traps_; }
 

@@ -83,6 +83,15 @@ TEST_F(TrapDestinations, PortOfTheSettingsIsIgnored) {
   EXPECT_THAT(receiver.traps(), ElementsAre(kTrap));
 }
 
+TEST_F(TrapDestinations, PercentSignsAreText) {
+  touch("/tmp/tvud.text");
+  write_targets("%n%s%n@162 a;192.0.2.7@162 %n%s%%");
+  relay_one();
+  EXPECT_THAT(receiver.traps(), ElementsAre("%n%s%% 1.3.6.1.4.1.32473.1 192.0.2.20 6/3 @0"));
+  EXPECT_TRUE(logged(sending_to("%n%s%n")));
+  EXPECT_TRUE(logged(not_sent_to("%n%s%n", "Invalid target address")));
+}
+
 TEST_F(TrapDestinations, FourthIsCountedButNotServed) {
   write_targets("192.0.2.7@162 one;192.0.2.7@162 two;192.0.2.7@162 three;198.51.100.9@162 four");
   start_relay();

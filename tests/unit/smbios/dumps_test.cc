@@ -244,7 +244,8 @@ TEST_F(LoadedDump, PrintsAllFourEntriesOfATableWithTwo) {
   size_t offset = 6;
   for (int map = 0; map < 16; ++map) {
     const GbxPortMap value = numbered_map(map);
-    structure.u8(offset++, value.connection).u8(offset++, value.bay);
+    structure.u8(offset, value.connection).u8(offset + 1, value.bay);
+    offset += 2;
   }
   load(SmbiosTable().add(structure));
   const auto tables = records_of<SmbGbxTableRec>(222);

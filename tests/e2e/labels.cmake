@@ -1,0 +1,4 @@
+# Read by ctest after the tests are known.
+foreach(test IN LISTS TVUREV_E2E_TESTS)
+  set_tests_properties(${test} PROPERTIES LABELS "e2e;sandbox")
+endforeach()
