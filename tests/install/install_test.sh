@@ -66,9 +66,7 @@ done
 step "simulated host"
 lab=$here/../../lab
 mkdir -p "$work/host"
-for sample in "$lab/host" "$lab/host-inventory"; do
-  [ ! -d "$sample" ] || cp -R "$sample/." "$work/host"
-done
+cp -R "$lab/host/." "$work/host"
 mkdir -p "$work/host/vmfs/devices/char/mem"
 "$make_smbios" "$work/host/vmfs/devices/char/mem/smbios"
 for program in ortinv_c static_c ortinv_cc static_cc; do

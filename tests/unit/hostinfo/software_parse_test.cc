@@ -25,11 +25,11 @@ SwInstalledRec bulletin(std::initializer_list<std::string> lines) {
 
 TEST(ComponentParserTest, ReadsEachElement) {
   const SwInstalledRec record =
-      component({R"(  <componentNameSpec name="Broadcom-ntg3" uiString="Network driver"/>)",
+      component({R"(  <componentNameSpec name="Example-gigabit" uiString="Network driver"/>)",
                  R"(  <componentVersionSpec version="4.1.9.0-4" uiString="4.1.9"/>)",
                  "<vendor>VMware</vendor>", "<summary>Gigabit</summary>",
                  "<description>A driver</description>", "<releaseDate>2023-03-27</releaseDate>"});
-  EXPECT_STREQ(record.name, "Broadcom-ntg3");
+  EXPECT_STREQ(record.name, "Example-gigabit");
   EXPECT_STREQ(record.version, "4.1.9.0-4");
   EXPECT_STREQ(record.vendor, "VMware");
   EXPECT_STREQ(record.summary, "Gigabit");
@@ -123,11 +123,11 @@ TEST(ComponentParserTest, IgnoresWhatHasNoEnd) {
 
 TEST(BulletinParserTest, ReadsEachElement) {
   const SwInstalledRec record =
-      bulletin({"<name>ntg3</name>", "<version>4.1.9.0-4</version>", "<vendor>VMware</vendor>",
+      bulletin({"<name>gigabit</name>", "<version>4.1.9.0-4</version>", "<vendor>VMware</vendor>",
                 "<summary>Network</summary>", "<description>A driver</description>",
                 "<release-date>2023-03-27</release-date>", "<installdate>2024-01-02</installdate>",
                 "<acceptance-level>certified</acceptance-level>", "<tag>driver</tag>"});
-  EXPECT_STREQ(record.name, "ntg3");
+  EXPECT_STREQ(record.name, "gigabit");
   EXPECT_STREQ(record.version, "4.1.9.0-4");
   EXPECT_STREQ(record.installDate, "2024-01-02");
   EXPECT_STREQ(record.releaseDate, "2023-03-27");
