@@ -39,10 +39,12 @@ int SmbDecodeBiosInfo(SmbBiosInfoRec* records, const uint8_t* structure, uint32_
   copy_string(record.version, structure, 5);
   copy_string(record.releaseDate, structure, 8);
   record.address = word_at(structure, 6);
+  // A signed byte, kept on purpose: sizes from 0x80 on wrap.
   record.romSize = static_cast<uint16_t>((static_cast<int8_t>(byte_at(structure, 9)) + 1) * 64);
   for (size_t byte = 0; byte < sizeof record.characteristics; ++byte) {
     record.characteristics[byte] = byte_at(structure, 10 + byte);
   }
+  // The bytes are there from a length of 20 on; 21 is kept on purpose.
   if (record.header.length < 21) {
     return 0;
   }
@@ -93,6 +95,7 @@ int SmbDecodeSlot(SmbSlotRec* records, const uint8_t* structure, uint32_t index)
   record.id = word_at(structure, 9);
   record.characteristics1 = byte_at(structure, 11);
   record.characteristics2 = byte_at(structure, 12);
+  // Kept on purpose: lengths 14 to 16 take the rest from what follows.
   if (record.header.length < 14) {
     return 0;
   }
@@ -116,6 +119,7 @@ int SmbDecodeEnclosure(SmbEnclosureRec* records, const uint8_t* structure, uint3
   copy_string(record.rackName, structure, 4);
   copy_string(record.enclosureName, structure, 5);
   copy_string(record.enclosureModel, structure, 6);
+  // Any text may stand here; what is no number counts as 0.
   char bay[128] = {};
   copy_string(bay, structure, 7);
   record.enclosureBayNumber = static_cast<uint8_t>(strtol(bay, nullptr, 10));
@@ -134,6 +138,7 @@ void SmbDecodeGbxTable(SmbGbxTableRec* records, const uint8_t* structure, uint32
   if (record.header.length < kFirstEntry) {
     return;
   }
+  // The count stays as the length has it; only what the record holds is copied.
   record.GbxTableVersion = byte_at(structure, 4);
   record.entryCount = static_cast<uint8_t>((record.header.length - kFirstEntry) / kEntrySize);
   const size_t copied = std::min<size_t>(record.entryCount, kGbxConnectorEntries);

@@ -10,6 +10,7 @@ constexpr uint8_t kOnboardDevice = 41;
 }  // namespace
 
 const uint8_t* SmbFindDeviceRecord(const PciFunction& wanted) {
+  // What sits in a slot may show any device number on the slot's bus.
   const uint8_t* slot = find_of_type(kSystemSlot, [&](const uint8_t* candidate) {
     return word_at(candidate, 13) == wanted.segment && byte_at(candidate, 15) == wanted.bus;
   });

@@ -23,6 +23,7 @@ SerialText trimmed_serial(const char* text) {
   return serial;
 }
 
+// An empty beginning matches every drive that has a serial number.
 bool begins_with(const SerialText& serial, const char* beginning) {
   return strncmp(serial.data(), beginning, strlen(beginning)) == 0;
 }
@@ -31,6 +32,7 @@ bool begins_with(const SerialText& serial, const char* beginning) {
 bool matches_loudly(const uint8_t* drive, const char* serial_number) {
   const char* text = string_at(drive, kSerialOffset);
   if (*text == '\0') {
+    // The number of the missing string, as text.
     DebugLog("smbios: %s fail, serial_str=%s\n", "SmbGetHdLoc",
              std::to_string(byte_at(drive, kSerialOffset)).c_str());
     return false;

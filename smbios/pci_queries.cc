@@ -25,6 +25,7 @@ const uint8_t* find_correlation(uint16_t handle) {
 }
 
 const uint8_t* find_correlation_by_address(const PciFunction& wanted) {
+  // Cut to the field: numbers beyond it match what they share its bits with.
   const uint32_t device_function = wanted.device << 3 | (wanted.function & 7);
   return find_correlation_at(wanted.segment, wanted.bus, static_cast<uint8_t>(device_function));
 }
@@ -33,6 +34,8 @@ const char* string_or_null(const uint8_t* structure, size_t offset) {
   return structure == nullptr ? nullptr : string_at(structure, offset);
 }
 
+// A correlation too short for a part number ends the search, also one of another
+// device (kept on purpose).
 const char* part_number_of(uint16_t handle) {
   const uint8_t* found = find_of_type(kDeviceCorrelation, [&](const uint8_t* candidate) {
     return formatted_length(candidate) < kCorrelationWithPartNumber ||
@@ -64,6 +67,7 @@ char* SmbGetPciLocation(uint32_t segment, uint32_t bus, uint32_t device, uint32_
 const char* SmbGetPartNumber(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function) {
   const PciFunction wanted = {segment, bus, device, function};
   const uint16_t handle = device_handle(wanted);
+  // A device that has a record of its own is found through it or not at all.
   if (handle != 0) {
     return part_number_of(handle);
   }
@@ -109,6 +113,8 @@ const char* SmbGetPciLinkedString(uint8_t segment, uint8_t bus, uint8_t device, 
   if (handle == 0) {
     return nullptr;
   }
+  // Not every correlation of a device has a text linked to it; the first that has
+  // one answers.
   const uint8_t* linked = nullptr;
   find_of_type(kDeviceCorrelation, [&](const uint8_t* correlation) {
     if (word_at(correlation, kDeviceHandleOffset) != handle) {

@@ -34,6 +34,7 @@ constexpr std::array kKinds = {
     kind<SmbGbxTableRec, SmbDecodeGbxTable>(222),
 };
 
+// Types that do not fit a byte find nothing.
 const RecordKind* find_kind(uint32_t type) {
   for (const RecordKind& candidate : kKinds) {
     if (candidate.type == type) {
@@ -72,6 +73,8 @@ int SmBiosGetRecords(uint32_t type, void** records, uint32_t* count) {
   if (array == nullptr) {
     return -1;
   }
+  // The decoders clean texts in the table, but never a header or a zero: this
+  // walk meets the structures that were counted.
   const uint8_t* structure = nullptr;
   for (uint32_t index = 0; index < found; ++index) {
     structure = next_of_type(kind->type, structure);

@@ -21,6 +21,8 @@ const char* as_text(std::span<const uint8_t> bytes) {
 
 }  // namespace
 
+// Stops at the block's end only: the set's own end is an empty string like any
+// other to this walk.
 const char* SmBiosGetString(const uint8_t* structure, uint16_t number) {
   if (number == 0) {
     return "";
@@ -54,6 +56,7 @@ const char* SmBiosGetCleanString(const uint8_t* structure, int formatted_length,
   if (length == 0) {
     return kUndefined;
   }
+  // Zeros stay zeros and others stay others, so no structure moves.
   for (uint8_t& character : text.first(length)) {
     if (character < kFirstPrintable || character > kLastPrintable) {
       character = '.';

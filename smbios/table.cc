@@ -55,6 +55,7 @@ Block read_device(int device) {
 
 // Makes the block the module's table. False when it holds no entry point.
 bool adopt(Block block) {
+  // Bytes that the device did not give are zero: an anchor is never found there.
   const std::span<const uint8_t> bytes(block.get(), kReadSize);
   size_t anchor = 0;
   while (anchor < kReadSize && memcmp(&bytes[anchor], "_SM_", 4) != 0) {
@@ -63,6 +64,8 @@ bool adopt(Block block) {
   if (anchor == kReadSize) {
     return false;
   }
+  // The table follows the entry point in what the device returns; the address
+  // in the entry point is one of physical memory.
   const size_t start = std::min(anchor + get_u8(bytes, anchor + kEntryLengthOffset), kReadSize);
   const uint16_t length = get_u16(bytes, anchor + kTableLengthOffset);
   g_table.length = length;
@@ -112,6 +115,8 @@ int SmBiosNextStructure(const uint8_t** cursor) {
   if (*cursor == nullptr) {
     *cursor = g_table.start;
   } else {
+    // Two zeros end every structure, those of an empty string set included. The
+    // margin has them for the last one, should it have none.
     const auto structure = block_from(*cursor);
     const size_t strings = std::min<size_t>(get_u8(structure, 1), structure.size());
     const auto end_of_strings = std::search_n(structure.begin() + static_cast<ptrdiff_t>(strings),

@@ -11,6 +11,7 @@ namespace {
 constexpr unsigned kMarks = 0x11D0;
 constexpr unsigned kSwappedMarks = 0xD011;
 
+// The bits are tested as masks, not as values: it is a guess, kept as it is.
 bool stored_big_endian(unsigned time_high) {
   return time_high != 0 && (time_high & kMarks) != kMarks &&
          (time_high & kSwappedMarks) == kSwappedMarks;
