@@ -121,7 +121,8 @@ Capture capture_agentxtrap(const std::vector<std::string>& arguments) {
   client.start(command);
   serve(listener, &client, &capture.pdus);
   if (client.running() || client.status() != 0) {
-    capture.error = "agentxtrap ended with " + std::to_string(client.status()) + ": " + client.err();
+    capture.error =
+        "agentxtrap ended with " + std::to_string(client.status()) + ": " + client.err();
   }
   for (const Bytes& pdu : capture.pdus) {
     if (pdu[kType] == kNotify) {

@@ -38,8 +38,8 @@ class BadInput : public Host {
     const std::string number = std::to_string(markers_);
     event("notify 1.3.6.1.4.1.32473.1.0.99 uptime=" + number);
     const std::string trap = "public 1.3.6.1.4.1.32473.1 192.0.2.20 6/99 @" + number;
-    ASSERT_TRUE(run_until(
-        [&] { return !receiver.traps().empty() && receiver.traps().back() == trap; }));
+    ASSERT_TRUE(
+        run_until([&] { return !receiver.traps().empty() && receiver.traps().back() == trap; }));
   }
 
   // Traps that are no markers.
@@ -49,9 +49,7 @@ class BadInput : public Host {
     return traps;
   }
 
-  static Bytes good_pdu() {
-    return NotifyBuilder().trap_oid("1.3.6.1.4.1.32473.1.0.3").bytes();
-  }
+  static Bytes good_pdu() { return NotifyBuilder().trap_oid("1.3.6.1.4.1.32473.1.0.3").bytes(); }
 
  private:
   int markers_ = 0;
@@ -72,11 +70,10 @@ TEST_F(BadInput, PacketOf17BytesIsDispatched) {
 
 TEST_F(BadInput, PacketSizeBeyondWhatWasReceivedIsReported) {
   for (const int pktsize : {200, 4097, 65535}) {
-    EXPECT_THAT(errors_of(ChifBuilder(1)
-                              .agentx(good_pdu())
-                              .pktsize(static_cast<uint16_t>(pktsize))
-                              .bytes()),
-                ElementsAre("3 ortdv: bmc_recv ERROR: errno is [0xb]"));
+    EXPECT_THAT(
+        errors_of(
+            ChifBuilder(1).agentx(good_pdu()).pktsize(static_cast<uint16_t>(pktsize)).bytes()),
+        ElementsAre("3 ortdv: bmc_recv ERROR: errno is [0xb]"));
   }
   EXPECT_THAT(other_traps(), IsEmpty());
 }
@@ -132,8 +129,13 @@ TEST_F(BadInput, LogTextLengthBeyondThePacketEndsWithThePacket) {
 }
 
 TEST_F(BadInput, LogTextMayHoldControlCharactersAndBytesOfAnyKind) {
-  EXPECT_THAT(errors_of(ChifBuilder(0x0095).errcode(6).text("a\n\t\x1b\xff" "b").bytes()),
-              ElementsAre("1 tvurev: a\n\t\x1b\xff" "b"));
+  EXPECT_THAT(errors_of(ChifBuilder(0x0095)
+                            .errcode(6)
+                            .text("a\n\t\x1b\xff"
+                                  "b")
+                            .bytes()),
+              ElementsAre("1 tvurev: a\n\t\x1b\xff"
+                          "b"));
 }
 
 TEST_F(BadInput, PacketLongerThanTheBufferIsCutByTheDriver) {
@@ -150,8 +152,8 @@ TEST_F(BadInput, UnknownCommandsAreReadAsNotifications) {
 }
 
 TEST_F(BadInput, FailingReadsAreSurvived) {
-  for (const char* fault : {"fail read EIO times=3", "fail read nothing times=3",
-                            "fail read EINTR times=3"}) {
+  for (const char* fault :
+       {"fail read EIO times=3", "fail read nothing times=3", "fail read EINTR times=3"}) {
     event(fault);
     relay_marker();
   }

@@ -62,14 +62,12 @@ class BadNotification : public Host {
     send(pdu);
     // One receive is one packet, so the socket is given the next one only when
     // it is done with this one: after its trap, or the line that there is none.
-    EXPECT_TRUE(run_until([&] {
-      return receiver.count() > traps_before || times_logged(kNoTrap) > refusals_;
-    }));
+    EXPECT_TRUE(run_until(
+        [&] { return receiver.count() > traps_before || times_logged(kNoTrap) > refusals_; }));
     refusals_ = times_logged(kNoTrap);
     send(NotifyBuilder().trap_oid("1.3.6.1.4.1.32473.1.0.98").bytes());
-    EXPECT_TRUE(run_until([&] {
-      return receiver.count() > traps_before && receiver.traps().back() == kNextTrap;
-    }));
+    EXPECT_TRUE(run_until(
+        [&] { return receiver.count() > traps_before && receiver.traps().back() == kNextTrap; }));
     Outcome outcome = {{receiver.traps().begin() + static_cast<std::ptrdiff_t>(traps_before),
                         receiver.traps().end() - 1},
                        log()};
@@ -150,8 +148,7 @@ TEST_F(BadNotification, OctetLengthsThatCannotBe) {
       notify.string_claiming(static_cast<uint16_t>(type), "1.3.6.1.4.1.32473.2.2", length,
                              Bytes{1, 2, 3, 4});
       const Outcome outcome = outcome_of(notify.bytes());
-      EXPECT_THAT(outcome.traps,
-                  ElementsAre(std::string(kTrap) + " 1.3.6.1.4.1.32473.2.1=1"));
+      EXPECT_THAT(outcome.traps, ElementsAre(std::string(kTrap) + " 1.3.6.1.4.1.32473.2.1=1"));
       EXPECT_THAT(outcome.errors, ElementsAre(passes_end(3, type, size)));
     }
   }

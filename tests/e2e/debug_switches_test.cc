@@ -112,8 +112,8 @@ TEST_F(DebugSwitches, DaemonSwitchShowsTheSocketsLife) {
       ElementsAre(
           "6 ortdv: get_host_ipaddress(): Found vmk0! IPaddress is [192.0.2.20]",
           "6 ortdv:  main TVUD reverse_mode loop",
-          "6 ortdv:  reverse mode:  Waiting for a connection with forward mode ORT...",
-          kClientLine, "6 ortdv: tvud: TVU Reverse Proxy: numfds [1].", "6 ortdv:  proxy_ortd_trap",
+          "6 ortdv:  reverse mode:  Waiting for a connection with forward mode ORT...", kClientLine,
+          "6 ortdv: tvud: TVU Reverse Proxy: numfds [1].", "6 ortdv:  proxy_ortd_trap",
           "6 ortdv: proxy_ortd_trap: received 30 bytes . . .", "6 ortdv: sending 30 bytes",
           "6 ortdv: send_trap_to_host(): Host SNMP Enabled. Continuing to send trap thru Host.",
           "6 ortdv: tvudrev: trapOid is [].",
@@ -142,8 +142,8 @@ TEST_F(DebugSwitches, ChifSwitchAddsPacketHeadersAndTraces) {
       ElementsAre("6 ortdv: CHIF:", "6 ortdv:  pktsize = 16, seqno = 0, cmdno = 193, svc = d",
                   "6 ortdv:  errcode = 1, pktsize = 16, agentx_resp_len = 0",  // the hello
                   "6 ortdv: CHIF:", "6 ortdv:  pktsize = 20, seqno = 0, cmdno = 8193, svc = d",
-                  "6 ortdv:  errcode = 0, pktsize = 20, agentx_resp_len = 0", "6 ortdv: CHIF:",
-                  "6 ortdv:  pktsize = 16, seqno = 0, cmdno = 193, svc = d",
+                  "6 ortdv:  errcode = 0, pktsize = 20, agentx_resp_len = 0",
+                  "6 ortdv: CHIF:", "6 ortdv:  pktsize = 16, seqno = 0, cmdno = 193, svc = d",
                   "6 ortdv:  errcode = 3, pktsize = 16, agentx_resp_len = 0",  // the connect
                   "6 ortdv: CHIF:", "6 ortdv:  pktsize = 16, seqno = 0, cmdno = 8193, svc = d",
                   "6 ortdv:  errcode = 0, pktsize = 16, agentx_resp_len = 0",
@@ -243,7 +243,8 @@ TEST_F(DebugSwitches, UtilitiesSwitchSelectsTheLinesThatHoldItsWord) {
 TEST_F(DebugSwitches, ModuleSwitchesSelectByWordsAnywhere) {
   // "pci" and "moxApi" are in none of these messages, "ide" is in none either,
   // but "ortd" is in the status file's path.
-  relay_with({kMaster, "/tmp/ortd.text", "/tmp/talsepci.text", "/tmp/mox.text", "/tmp/talide.text"});
+  relay_with(
+      {kMaster, "/tmp/ortd.text", "/tmp/talsepci.text", "/tmp/mox.text", "/tmp/talide.text"});
   EXPECT_THAT(debug_lines(),
               ElementsAre("6 ortdv: utils: Looking for file [/opt/ortdv/tmp/moxstatus]...",
                           "6 ortdv: Generating file [/opt/ortdv/tmp/moxstatus]..."));
@@ -253,12 +254,12 @@ TEST_F(DebugSwitches, StatusFileSwitchesAreReportedWhenItIsFound) {
   write_file(kStatusFile, "Mox6\r\n");
   relay_with({kMaster, "/tmp/utils.text"});
   const std::vector<std::string> lines = debug_lines();
-  EXPECT_THAT(std::vector(lines.begin(), lines.begin() + 5),
-              ElementsAre("6 ortdv: utils: check if system is supported...",
-                          "6 ortdv: utils: Looking for file [/opt/ortdv/tmp/moxstatus]...",
-                          "6 ortdv: utils: Found file",
-                          "6 ortdv: utils: Read from file Mox status [6]",
-                          "6 ortdv: utils: Detected Mox6. System IS supported..."));
+  EXPECT_THAT(
+      std::vector(lines.begin(), lines.begin() + 5),
+      ElementsAre("6 ortdv: utils: check if system is supported...",
+                  "6 ortdv: utils: Looking for file [/opt/ortdv/tmp/moxstatus]...",
+                  "6 ortdv: utils: Found file", "6 ortdv: utils: Read from file Mox status [6]",
+                  "6 ortdv: utils: Detected Mox6. System IS supported..."));
 }
 
 }  // namespace

@@ -105,11 +105,10 @@ TEST_F(Handshake, OneFailedHelloIsRepeatedAfterTenSeconds) {
   event("answer hello size=16 times=1");
   start_daemon();
   ASSERT_TRUE(run_until_connected());
-  EXPECT_THAT(
-      log_from_device(),
-      ElementsAre(kDeviceLine,
-                  "3 ortdv: do_hello_rev(): Failed: TVU_HELLO_REV response read() < len 16",
-                  "clock: sleep 10", kConnectedLine, kChannelLine));
+  EXPECT_THAT(log_from_device(),
+              ElementsAre(kDeviceLine,
+                          "3 ortdv: do_hello_rev(): Failed: TVU_HELLO_REV response read() < len 16",
+                          "clock: sleep 10", kConnectedLine, kChannelLine));
 }
 
 TEST_F(Handshake, FailedConnectClosesAndPausesFifteenSeconds) {
@@ -231,18 +230,16 @@ TEST_F(Handshake, ResetIsRelayedThenTheSessionIsRenewedAfterTenSeconds) {
   event("reset uptime=5");
   ASSERT_TRUE(run_until_connected(2));
   EXPECT_THAT(receiver.traps(), ElementsAre("public 1.3.6.1.4.1.32473.1 192.0.2.20 6/6061 @5"));
-  EXPECT_THAT(other_receiver.traps(),
-              ElementsAre("ops 1.3.6.1.4.1.32473.1 192.0.2.20 6/6061 @5"));
+  EXPECT_THAT(other_receiver.traps(), ElementsAre("ops 1.3.6.1.4.1.32473.1 192.0.2.20 6/6061 @5"));
   ASSERT_EQ(received(PacketKind::kBye).size(), 1U);
   EXPECT_EQ(hex_of(received(PacketKind::kBye)[0]), kBye);
-  EXPECT_THAT(
-      log_from_device(),
-      ElementsAre(kDeviceLine, kConnectedLine, kChannelLine,
-                  "6 ortdv: tvurev: Sending trap [1.3.6.1.4.1.32473.1.0.6061] to dest "
-                  "[192.0.2.7] ...",
-                  "6 ortdv: tvurev: Sending trap [1.3.6.1.4.1.32473.1.0.6061] to dest "
-                  "[198.51.100.9] ...",
-                  "clock: sleep 10", kDeviceLine, kConnectedLine, kChannelLine));
+  EXPECT_THAT(log_from_device(),
+              ElementsAre(kDeviceLine, kConnectedLine, kChannelLine,
+                          "6 ortdv: tvurev: Sending trap [1.3.6.1.4.1.32473.1.0.6061] to dest "
+                          "[192.0.2.7] ...",
+                          "6 ortdv: tvurev: Sending trap [1.3.6.1.4.1.32473.1.0.6061] to dest "
+                          "[198.51.100.9] ...",
+                          "clock: sleep 10", kDeviceLine, kConnectedLine, kChannelLine));
   event("notify 1.3.6.1.4.1.32473.1.0.3");
   EXPECT_TRUE(run_until_traps(2));
 }
@@ -261,11 +258,10 @@ TEST_F(Handshake, HangUpIsAnsweredWithANewSessionAtOnce) {
   start_relay();
   event("hangup");
   ASSERT_TRUE(run_until_connected(2));
-  EXPECT_THAT(
-      log_from_device(),
-      ElementsAre(kDeviceLine, kConnectedLine, kChannelLine,
-                  "3 ortdv: go_bye(): Failed: Writing SNMP_HELLO_BYE send=-1 errno =32",
-                  kDeviceLine, kConnectedLine, kChannelLine));
+  EXPECT_THAT(log_from_device(),
+              ElementsAre(kDeviceLine, kConnectedLine, kChannelLine,
+                          "3 ortdv: go_bye(): Failed: Writing SNMP_HELLO_BYE send=-1 errno =32",
+                          kDeviceLine, kConnectedLine, kChannelLine));
   event("notify 1.3.6.1.4.1.32473.1.0.3");
   EXPECT_TRUE(run_until_traps(1));
 }
@@ -290,7 +286,8 @@ TEST_F(Handshake, ShortGoodbyeReplyIsReportedAndTheDaemonLeavesAllTheSame) {
   start_relay();
   touch(kBmcStopFile);
   EXPECT_EQ(run_until_exit(), 1);
-  EXPECT_THAT(log(), Contains(StartsWith("3 ortdv: go_bye(): read() bytes=100 < len=4084  errno=")));
+  EXPECT_THAT(log(),
+              Contains(StartsWith("3 ortdv: go_bye(): read() bytes=100 < len=4084  errno=")));
 }
 
 TEST_F(Handshake, RefusedGoodbyeIsReported) {
@@ -299,7 +296,8 @@ TEST_F(Handshake, RefusedGoodbyeIsReported) {
   start_relay();
   touch(kBmcStopFile);
   EXPECT_EQ(run_until_exit(), 1);
-  EXPECT_THAT(log(), Contains(StartsWith("3 ortdv: go_bye(): read() returned rsp_pkt->err=9  errno=")));
+  EXPECT_THAT(log(),
+              Contains(StartsWith("3 ortdv: go_bye(): read() returned rsp_pkt->err=9  errno=")));
 }
 
 }  // namespace

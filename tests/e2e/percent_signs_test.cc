@@ -28,8 +28,9 @@ class PercentSigns : public Host {
         .bytes();
   }
   static std::string trap() {
-    return std::string("public 1.3.6.1.4.1.32473.1 192.0.2.20 6/3 @0 "
-                       "1.3.6.1.4.1.32473.2.1=\"") +
+    return std::string(
+               "public 1.3.6.1.4.1.32473.1 192.0.2.20 6/3 @0 "
+               "1.3.6.1.4.1.32473.2.1=\"") +
            kSent + "\"";
   }
   static std::string decoder_line() {

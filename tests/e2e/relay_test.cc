@@ -17,16 +17,17 @@ class Relay : public Host {
   // Relays one more notification: everything before it has been dealt with.
   void relay_marker() {
     event("notify 1.3.6.1.4.1.32473.1.0.99");
-    ASSERT_TRUE(run_until([&] { return !receiver.traps().empty() &&
-                                       receiver.traps().back() == kMarker; }));
+    ASSERT_TRUE(
+        run_until([&] { return !receiver.traps().empty() && receiver.traps().back() == kMarker; }));
   }
 
   static constexpr const char* kMarker = "public 1.3.6.1.4.1.32473.1 192.0.2.20 6/99 @0";
 };
 
 TEST_F(Relay, NotificationReachesEveryReceiverWithItsCommunity) {
-  event("notify 1.3.6.1.4.1.32473.1.0.3 uptime=100 1.3.6.1.4.1.32473.1.1.1.0=octets:\"fan 3\" "
-        "1.3.6.1.4.1.32473.1.1.2.0=integer:-5");
+  event(
+      "notify 1.3.6.1.4.1.32473.1.0.3 uptime=100 1.3.6.1.4.1.32473.1.1.1.0=octets:\"fan 3\" "
+      "1.3.6.1.4.1.32473.1.1.2.0=integer:-5");
   ASSERT_TRUE(run_until([&] { return receiver.count() == 1 && other_receiver.count() == 1; }));
   EXPECT_THAT(receiver.traps(),
               ElementsAre("public 1.3.6.1.4.1.32473.1 192.0.2.20 6/3 @100 "
@@ -42,22 +43,23 @@ TEST_F(Relay, NotificationReachesEveryReceiverWithItsCommunity) {
 }
 
 TEST_F(Relay, EveryValueTypeArrivesInItsDocumentedForm) {
-  event("notify 1.3.6.1.4.1.32473.1.7"
-        " 1.3.6.1.4.1.32473.2.1=integer:-2147483648"
-        " 1.3.6.1.4.1.32473.2.2=counter32:4294967295"
-        " 1.3.6.1.4.1.32473.2.3=gauge32:7"
-        " 1.3.6.1.4.1.32473.2.4=timeticks:4711"
-        " 1.3.6.1.4.1.32473.2.5=octets:\"\""
-        " 1.3.6.1.4.1.32473.2.6=hex:41420043"
-        " 1.3.6.1.4.1.32473.2.7=opaque:blob"
-        " 1.3.6.1.4.1.32473.2.8=ipaddress:203.0.113.77"
-        " 1.3.6.1.4.1.32473.2.9=oid:1.3.6.1.4.1.32473.9"
-        " 1.3.6.1.4.1.32473.2.10=counter64:5"
-        " 1.3.6.1.4.1.32473.2.11=null"
-        " 1.3.6.1.4.1.32473.2.12=noSuchObject"
-        " 1.3.6.1.4.1.32473.2.13=noSuchInstance"
-        " 1.3.6.1.4.1.32473.2.14=endOfMibView"
-        " 1.3.6.1.4.1.32473.2.15=hex:ff80");
+  event(
+      "notify 1.3.6.1.4.1.32473.1.7"
+      " 1.3.6.1.4.1.32473.2.1=integer:-2147483648"
+      " 1.3.6.1.4.1.32473.2.2=counter32:4294967295"
+      " 1.3.6.1.4.1.32473.2.3=gauge32:7"
+      " 1.3.6.1.4.1.32473.2.4=timeticks:4711"
+      " 1.3.6.1.4.1.32473.2.5=octets:\"\""
+      " 1.3.6.1.4.1.32473.2.6=hex:41420043"
+      " 1.3.6.1.4.1.32473.2.7=opaque:blob"
+      " 1.3.6.1.4.1.32473.2.8=ipaddress:203.0.113.77"
+      " 1.3.6.1.4.1.32473.2.9=oid:1.3.6.1.4.1.32473.9"
+      " 1.3.6.1.4.1.32473.2.10=counter64:5"
+      " 1.3.6.1.4.1.32473.2.11=null"
+      " 1.3.6.1.4.1.32473.2.12=noSuchObject"
+      " 1.3.6.1.4.1.32473.2.13=noSuchInstance"
+      " 1.3.6.1.4.1.32473.2.14=endOfMibView"
+      " 1.3.6.1.4.1.32473.2.15=hex:ff80");
   ASSERT_TRUE(run_until_traps(1));
   EXPECT_EQ(receiver.traps()[0],
             "public 1.3.6.1.4.1.32473.1 192.0.2.20 6/7 @0"
@@ -91,8 +93,7 @@ TEST_F(Relay, StandardTrapsGetTheirGenericNumber) {
 TEST_F(Relay, TimeStampPast497DaysIsKeptBitForBit) {
   event("notify 1.3.6.1.4.1.32473.1.0.3 uptime=4294967295");
   ASSERT_TRUE(run_until_traps(1));
-  EXPECT_EQ(receiver.traps()[0],
-            "public 1.3.6.1.4.1.32473.1 192.0.2.20 6/3 @4294967295");
+  EXPECT_EQ(receiver.traps()[0], "public 1.3.6.1.4.1.32473.1 192.0.2.20 6/3 @4294967295");
 }
 
 TEST_F(Relay, OnlyTheFirst25OfThirtyBindingsAreSent) {
@@ -129,8 +130,10 @@ TEST_F(Relay, LargestNotificationIsForwarded) {
   ASSERT_EQ(full.bytes().size(), 4080U);
   push_notify(full.bytes());
   ASSERT_TRUE(run_until_traps(1));
-  EXPECT_EQ(receiver.traps()[0], "public 1.3.6.1.4.1.32473.1 192.0.2.20 6/3 @0 "
-                                 "1.3.6.1.4.1.32473.2.1=\"" + text + "\"");
+  EXPECT_EQ(receiver.traps()[0],
+            "public 1.3.6.1.4.1.32473.1 192.0.2.20 6/3 @0 "
+            "1.3.6.1.4.1.32473.2.1=\"" +
+                text + "\"");
 }
 
 TEST_F(Relay, CommunityBindingIsNotForwarded) {

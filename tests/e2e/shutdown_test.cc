@@ -50,10 +50,10 @@ TEST_F(Shutdown, RebootIsAnnouncedAcknowledgedAndCarriedOutInFiveSecondSteps) {
               Contains("1 tvurev: System will reboot in 12 seconds due to power supply."));
   ASSERT_EQ(timers().size(), 1U);
   ASSERT_TRUE(run_until([&] { return !is_alive(timers()[0]); }));
-  EXPECT_THAT(log_of(timers()[0]),
-              ElementsAre("6 tvurev: Shutdown timer started.", "clock: sleep 5", "clock: sleep 5",
-                          "clock: sleep 5",
-                          "1 tvurev: The host is being rebooted due to power supply."));
+  EXPECT_THAT(
+      log_of(timers()[0]),
+      ElementsAre("6 tvurev: Shutdown timer started.", "clock: sleep 5", "clock: sleep 5",
+                  "clock: sleep 5", "1 tvurev: The host is being rebooted due to power supply."));
   EXPECT_THAT(host_commands(), Not(Contains("poweroff ")));
 }
 
@@ -97,8 +97,8 @@ TEST_F(Shutdown, AbortKillsTheTimer) {
   unlink(kHoldFile);
 
   EXPECT_TRUE(logged("6 tvurev: Shutdown due to fan has been Aborted."));
-  EXPECT_TRUE(logged("6 tvurev: Terminating Shutdown timer ( PID [" + std::to_string(timer) +
-                     "])..."));
+  EXPECT_TRUE(
+      logged("6 tvurev: Terminating Shutdown timer ( PID [" + std::to_string(timer) + "])..."));
   EXPECT_EQ(times_logged("clock: sleep 5"), 1U);
   EXPECT_THAT(host_commands(), Not(Contains("reboot ")));
 }
@@ -177,8 +177,7 @@ TEST_F(Shutdown, ReasonThatFillsThePacketIsBounded) {
   start_relay();
   push(ChifBuilder(0x0195).errcode(2).text(std::string(4080, 'r')).bytes());
   ASSERT_TRUE(run_until_acknowledged());
-  EXPECT_TRUE(
-      logged("6 tvurev: Shutdown due to " + std::string(4080, 'r') + " has been Aborted."));
+  EXPECT_TRUE(logged("6 tvurev: Shutdown due to " + std::string(4080, 'r') + " has been Aborted."));
   event("notify 1.3.6.1.4.1.32473.1.0.3");
   EXPECT_TRUE(run_until_traps(1));
 }

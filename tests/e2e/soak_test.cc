@@ -8,13 +8,14 @@ class Soak : public Host {
   // Relays so many notifications on each road, of changing sizes.
   void relay_on_both_roads(int count) {
     for (int i = 0; i < count; ++i) {
-      const Bytes pdu = NotifyBuilder()
-                            .uptime(static_cast<uint32_t>(i))
-                            .trap_oid("1.3.6.1.4.1.32473.1.0.3")
-                            .octets("1.3.6.1.4.1.32473.2.1", std::string(static_cast<size_t>(i % 50) * 20, 'x'))
-                            .ip_address("1.3.6.1.4.1.32473.2.2", Bytes{10, 0, 0, 5})
-                            .object_id("1.3.6.1.4.1.32473.2.3", "1.3.6.1.4.1.32473.9")
-                            .bytes();
+      const Bytes pdu =
+          NotifyBuilder()
+              .uptime(static_cast<uint32_t>(i))
+              .trap_oid("1.3.6.1.4.1.32473.1.0.3")
+              .octets("1.3.6.1.4.1.32473.2.1", std::string(static_cast<size_t>(i % 50) * 20, 'x'))
+              .ip_address("1.3.6.1.4.1.32473.2.2", Bytes{10, 0, 0, 5})
+              .object_id("1.3.6.1.4.1.32473.2.3", "1.3.6.1.4.1.32473.9")
+              .bytes();
       push_notify(pdu);
       ASSERT_TRUE(agent_.send(pdu));
       relayed_ += 2;

@@ -64,8 +64,7 @@ TEST_F(SocketRelay, PduOfAnyTypeIsForwarded) {
   start_relay();
   LocalClient agent;
   connect(&agent);
-  ASSERT_TRUE(
-      agent.send(NotifyBuilder().pdu_type(1).trap_oid("1.3.6.1.4.1.32473.1.0.3").bytes()));
+  ASSERT_TRUE(agent.send(NotifyBuilder().pdu_type(1).trap_oid("1.3.6.1.4.1.32473.1.0.3").bytes()));
   EXPECT_TRUE(run_until_traps(1));
 }
 
@@ -136,7 +135,8 @@ TEST_F(SocketRelay, SecondClientWaitsUntilTheFirstHasGoneAndThePauseIsOver) {
   ASSERT_TRUE(run_until_traps(2));
   EXPECT_EQ(receiver.traps()[1], trap(2));
   std::vector<std::string> lines = log_of(socket_proxy());
-  std::erase_if(lines, [](const std::string& line) { return line.starts_with("6 ortdv: tvurev:"); });
+  std::erase_if(lines,
+                [](const std::string& line) { return line.starts_with("6 ortdv: tvurev:"); });
   EXPECT_THAT(lines, ElementsAre(kClientLine, "clock: sleep 30", kClientLine));
 }
 
@@ -191,11 +191,14 @@ TEST_F(SocketRelay, RubbishFromAClientDoesNotCostTheConnection) {
   LocalClient agent;
   connect(&agent);
   ASSERT_TRUE(agent.send(Bytes(1, 0xFF)));
-  ASSERT_TRUE(run_until_logged("3 ortdv: tvurev: notification without a valid trap OID []: "
-                               "no trap sent"));
+  ASSERT_TRUE(
+      run_until_logged("3 ortdv: tvurev: notification without a valid trap OID []: "
+                       "no trap sent"));
   ASSERT_TRUE(agent.send(Bytes(4080, 0xFF)));
-  ASSERT_TRUE(run_until_logged("3 ortdv: tvurev: notification without a valid trap OID []: "
-                               "no trap sent", 2));
+  ASSERT_TRUE(
+      run_until_logged("3 ortdv: tvurev: notification without a valid trap OID []: "
+                       "no trap sent",
+                       2));
   ASSERT_TRUE(agent.send(notification(3)));
   ASSERT_TRUE(run_until_traps(1));
   EXPECT_THAT(receiver.traps(), ElementsAre(trap(3)));

@@ -17,8 +17,7 @@ constexpr const char* kDriverNode = "/vmfs/devices/zemox-d0ccb0";
 constexpr const char* kSocketDirectory = "/opt/ortdv/sockets/agentx";
 constexpr const char* kSupported = "6 ortdv: tvurev:  Supported Ryn11 server detected.";
 constexpr const char* kModeOff = "6 ortdv: tvurev:  Reverse TVU disabled.";
-constexpr const char* kSnmpOff =
-    "6 ortdv: ESXi Host SNMP disabled. Cannot run TVU Reverse Proxy.";
+constexpr const char* kSnmpOff = "6 ortdv: ESXi Host SNMP disabled. Cannot run TVU Reverse Proxy.";
 constexpr const char* kRestarting =
     "6 ortdv: tvurev: Detected TVUREV enable/disable. Restarting tvurev ....";
 constexpr const char* kFirmware = "6 ortdv: Mox6: 2.10 (2025/4/23)";
@@ -152,6 +151,15 @@ TEST_F(StartupGates, MissingSnmpFileCountsAsOff) {
   EXPECT_THAT(log(), ElementsAre(kFirmware, kSupported, kSnmpOff, kRestarting));
 }
 
+TEST_F(StartupGates, UnreadableSnmpFileCountsAsOff) {
+  unlink(kSnmpFile);
+  std::filesystem::create_directory(kSnmpFile);
+  touch(kRestartFile);
+  start_daemon();
+  EXPECT_EQ(run_until_exit(), 1);
+  EXPECT_THAT(log(), ElementsAre(kFirmware, kSupported, kSnmpOff, kRestarting));
+}
+
 TEST_F(StartupGates, AnyEnablingLineCountsWhateverElseTheFileSays) {
   write_file(kSnmpFile, "<enable>false</enable>\nrubbish <enable>true\n<<<\n");
   start_relay();
@@ -193,8 +201,7 @@ TEST_F(StartupGates, MissingInterfaceCommandCostsOnlyTheAgentAddress) {
   start_relay();
   event("notify 1.3.6.1.4.1.32473.1.0.3 uptime=100");
   ASSERT_TRUE(run_until_traps(1));
-  EXPECT_THAT(receiver.traps(),
-              ElementsAre("public 1.3.6.1.4.1.32473.1 255.255.255.255 6/3 @100"));
+  EXPECT_THAT(receiver.traps(), ElementsAre("public 1.3.6.1.4.1.32473.1 255.255.255.255 6/3 @100"));
   EXPECT_EQ(read_file("/opt/ortdv/tmp/ipv4.txt"), "");
 }
 

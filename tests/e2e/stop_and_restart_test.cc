@@ -13,8 +13,7 @@ constexpr const char* kBmcStopSeen =
 constexpr const char* kBmcStopping = "6 ortdv: tvud: BMC Reverse Proxy Service shutting down...";
 constexpr const char* kOrtStopSeen =
     "6 ortdv: tvu_rev_proxy: Detected request to disable and stop TVU Reverse mode for ORT.";
-constexpr const char* kOrtStopping =
-    "6 ortdv: [tvud]: TVU Reverse Proxy Service shutting down...";
+constexpr const char* kOrtStopping = "6 ortdv: [tvud]: TVU Reverse Proxy Service shutting down...";
 
 class StopAndRestart : public Host {
  protected:
@@ -31,8 +30,7 @@ TEST_F(StopAndRestart, BmcStopFileEndsTheDaemonWithAGoodbyeAndStatusOne) {
   EXPECT_EQ(run_until_exit(), 1);
   const std::vector<std::string> lines = log_of(daemon.pid());
   ASSERT_GE(lines.size(), 2U);
-  EXPECT_THAT(std::vector(lines.end() - 2, lines.end()),
-              ElementsAre(kBmcStopSeen, kBmcStopping));
+  EXPECT_THAT(std::vector(lines.end() - 2, lines.end()), ElementsAre(kBmcStopSeen, kBmcStopping));
   ASSERT_EQ(received(PacketKind::kBye).size(), 1U);
   EXPECT_EQ(hex_of(received(PacketKind::kBye)[0]),
             "10 00 00 00 93 01 0d 00 02 00 00 00 00 00 00 00");

@@ -34,11 +34,11 @@ std::string replaced(std::string text, const std::string& from, const std::strin
 void TrapDaemon::start(const std::string& address) {
   address_ = address;
   std::ofstream(kConfiguration) << "disableAuthorization yes\n";
-  process_.start({.arguments = {"/usr/sbin/snmptrapd", "-f", "-Le", "-n", "-On", "-C", "-c",
-                                kConfiguration, "-F", kFormat, address + ":162"},
-                  .environment = {"PATH=/usr/sbin:/usr/bin:/bin", "HOME=/", "LC_ALL=C", "TZ=UTC",
-                                  "MIBS="},
-                  .extra_descriptors = 0});
+  process_.start(
+      {.arguments = {"/usr/sbin/snmptrapd", "-f", "-Le", "-n", "-On", "-C", "-c", kConfiguration,
+                     "-F", kFormat, address + ":162"},
+       .environment = {"PATH=/usr/sbin:/usr/bin:/bin", "HOME=/", "LC_ALL=C", "TZ=UTC", "MIBS="},
+       .extra_descriptors = 0});
 }
 
 bool TrapDaemon::is_ready() const {
