@@ -208,10 +208,9 @@ TEST_F(SupportCheck, ReadsAResponseLongerThanItAskedFor) {
 TEST_F(SupportCheck, AnswersNoWithoutAFreeChannelAndLeavesTheFile) {
   expect_no_channel();
   EXPECT_EQ(SystemSupported(), 0);
-  EXPECT_EQ(own_logs(),
-            kSearching + Lines({"6 utils: File not Found.  Pulling info from Mox...\n",
-                                "6 mox_chrdev: Failed: no available Qel Mox channels\n",
-                                "6 get moxStatus Failed: openMP() failed.\n"}));
+  EXPECT_EQ(own_logs(), kSearching + Lines({"6 utils: File not Found.  Pulling info from Mox...\n",
+                                            "6 mox_chrdev: Failed: no available Qel Mox channels\n",
+                                            "6 get moxStatus Failed: openMP() failed.\n"}));
 }
 
 TEST_F(SupportCheck, AnswersNoWhenTheExchangeFailsAndLeavesTheFile) {
