@@ -105,6 +105,7 @@ TEST_F(DebugSwitches, DaemonSwitchShowsTheSocketsLife) {
   connect(&agent);
   ASSERT_TRUE(agent.send(Bytes(30, 0)));
   ASSERT_TRUE(run_until_logged("6 ortdv: tvurev: Returning ret [1]"));
+  touch(kHoldFile);  // the next round begins when the pause ends
   agent.hang_up();
   ASSERT_TRUE(run_until_logged("clock: sleep 30"));
   EXPECT_THAT(
@@ -122,6 +123,7 @@ TEST_F(DebugSwitches, DaemonSwitchShowsTheSocketsLife) {
           "6 ortdv: tvurev: Returning ret [1]",
           "6 ortdv:  proxy_ortd_trap",  // the end of the stream
           "6 ortdv: reverse mode: tvu_rev_proxy_ort: HUP exit. socket exit", "clock: sleep 30"));
+  unlink(kHoldFile);
 }
 
 TEST_F(DebugSwitches, ChifSwitchAddsPacketHeadersAndTraces) {
