@@ -46,9 +46,8 @@ void Log(int priority, const char* format, ...) {
   const ErrnoKeeper errno_keeper;
   va_list arguments;
   va_start(arguments, format);
-  const Message message = format_message(format, arguments);
+  write_message(priority, format_message(format, arguments), errno_keeper);
   va_end(arguments);
-  write_message(priority, message, errno_keeper);
 }
 
 void DaemonDebug(const char* format, ...) {
@@ -58,9 +57,8 @@ void DaemonDebug(const char* format, ...) {
   const ErrnoKeeper errno_keeper;
   va_list arguments;
   va_start(arguments, format);
-  const Message message = format_message(format, arguments);
+  write_message(LOG_INFO, format_message(format, arguments), errno_keeper);
   va_end(arguments);
-  write_message(LOG_INFO, message, errno_keeper);
 }
 
 void DebugLog(const char* format, ...) {
@@ -81,17 +79,15 @@ void UtilLog(const char* format, ...) {
   const ErrnoKeeper errno_keeper;
   va_list arguments;
   va_start(arguments, format);
-  const Message message = format_message(format, arguments);
+  write_message(LOG_INFO, format_message(format, arguments), errno_keeper);
   va_end(arguments);
-  write_message(LOG_INFO, message, errno_keeper);
 }
 
 void UtilLogAll(const char* format, ...) {
   const ErrnoKeeper errno_keeper;
+  setlogmask(kAllPriorities);
   va_list arguments;
   va_start(arguments, format);
-  const Message message = format_message(format, arguments);
+  write_message(LOG_INFO, format_message(format, arguments), errno_keeper);
   va_end(arguments);
-  setlogmask(kAllPriorities);
-  write_message(LOG_INFO, message, errno_keeper);
 }
