@@ -157,7 +157,7 @@ int run_ortinv(int argc, const char* const* argv) {
   Request request;
   CLI::App app("Shows what firmware, hypervisor and BMC know about this host.", "ortinv");
   app.set_version_flag("--version", std::string("ortinv ") + ortinv_version());
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);  // so that an unknown word is named as such
   add_smbios_commands(app, request);
   add_host_commands(app, request);
   add_bmc_commands(app, request);
@@ -167,6 +167,10 @@ int run_ortinv(int argc, const char* const* argv) {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     return end_of_parsing(app, error);
+  }
+  if (!request.command) {
+    fprintf(stderr, "ortinv: a command is needed; see \"ortinv --help\"\n");
+    return kExitUsage;
   }
   ortinv_init_debug_log();
   Report report;
