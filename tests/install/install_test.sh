@@ -54,7 +54,7 @@ for program in shared_c shared_cc static_c; do
 done
 
 step "find_package"
-cmake -S "$here/package" -B "$work/package" -DCMAKE_PREFIX_PATH="$prefix" \
+cmake -G Ninja -S "$here/package" -B "$work/package" -DCMAKE_PREFIX_PATH="$prefix" \
   -DWANTED_VERSION="$version" -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" \
   -DCMAKE_C_FLAGS="${flags[*]}" -DCMAKE_CXX_FLAGS="${flags[*]}" >"$work/cmake.log" ||
   { cat "$work/cmake.log"; exit 1; }
