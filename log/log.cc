@@ -11,6 +11,8 @@
 
 namespace {
 
+// What a write does to the process's log mask.
+enum class Mask { kKeep, kAllPriorities };
 constexpr int kAllPriorities = 255;
 
 // Puts errno back, so that "%m" sees it at the write and the caller after it.
@@ -27,9 +29,13 @@ class ErrnoKeeper {
   int saved_;
 };
 
-void write_message(int priority, const Message& message, const ErrnoKeeper& errno_keeper) {
+void write_message(int priority, const Message& message, const ErrnoKeeper& errno_keeper,
+                   Mask mask = Mask::kKeep) {
   const MessageFormat format = as_format(message);
   openlog("ortdv", LOG_PID, LOG_DAEMON);
+  if (mask == Mask::kAllPriorities) {
+    setlogmask(kAllPriorities);
+  }
   errno_keeper.restore();
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
@@ -85,9 +91,8 @@ void UtilLog(const char* format, ...) {
 
 void UtilLogAll(const char* format, ...) {
   const ErrnoKeeper errno_keeper;
-  setlogmask(kAllPriorities);
   va_list arguments;
   va_start(arguments, format);
-  write_message(LOG_INFO, format_message(format, arguments), errno_keeper);
+  write_message(LOG_INFO, format_message(format, arguments), errno_keeper, Mask::kAllPriorities);
   va_end(arguments);
 }
