@@ -10,9 +10,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "bmc/chif.h"
 #include "bmc/heap_buffer.h"
 #include "log/log.h"
+#include "wire/chif.h"
 
 namespace {
 
@@ -50,7 +50,7 @@ int read_packet(int fd, uint8_t* packet) {
 }
 
 void copy_packet(const uint8_t* packet, std::span<uint8_t> destination) {
-  const size_t copied = std::min(destination.size(), kChifPacketMax);
+  const size_t copied = std::min(destination.size(), chif::kPacketMax);
   std::copy_n(packet, copied, destination.begin());
   std::fill(destination.begin() + static_cast<std::ptrdiff_t>(copied), destination.end(),
             uint8_t{0});
@@ -103,7 +103,7 @@ ssize_t write_channel(int fd, std::span<const uint8_t> packet) {
 }
 
 int readMP(int fd, std::span<uint8_t> destination) {
-  const HeapBuffer packet = allocate_zeroed(kChifPacketMax);
+  const HeapBuffer packet = allocate_zeroed(chif::kPacketMax);
   if (packet == nullptr) {
     UtilLog("[tvud]: readMP(): malloc for tmpBuffer Failed.\n");
     return 0;
@@ -114,7 +114,7 @@ int readMP(int fd, std::span<uint8_t> destination) {
 }
 
 int readMPr(int fd, std::span<uint8_t> destination) {
-  const HeapBuffer packet = allocate_zeroed(kChifPacketMax);
+  const HeapBuffer packet = allocate_zeroed(chif::kPacketMax);
   if (packet == nullptr) {
     UtilLog("readMPr(): malloc for tmpBuffer Failed.\n");
     return 0;
@@ -139,8 +139,8 @@ int readMPr(int fd, std::span<uint8_t> destination) {
 int getResponse(int fd, uint16_t command, std::span<uint8_t> request, std::span<uint8_t> response,
                 int* received_length) {
   if (command != kCmdKeepHeader) {
-    put_chif_header(request, static_cast<uint16_t>(request.size()), kSeqnoUtility, command,
-                    kSvcUtility);
+    chif::put_header(request, static_cast<uint16_t>(request.size()), chif::kSeqnoUtility, command,
+                     chif::kSvcUtility);
   }
   if (write_request(fd, command, request) != 0) {
     return -1;

@@ -36,6 +36,9 @@ int readMP(int fd, std::span<uint8_t> destination);
 // Returns the last attempt's result.
 int readMPr(int fd, std::span<uint8_t> destination);
 
+// Tells getResponse() to send the caller's header unchanged.
+inline constexpr uint16_t kCmdKeepHeader = 0xFF;
+
 // Sends a request and reads the response to it.
 //   command  written into the request's header together with its length, seqno
 //            0xDEAD and svc 0; kCmdKeepHeader sends the caller's header.

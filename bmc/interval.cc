@@ -8,6 +8,7 @@
 #include "bmc/channel.h"
 #include "bmc/nvram.h"
 #include "log/log.h"
+#include "wire/kcs.h"
 #include "wire/little_endian.h"
 
 namespace {
@@ -20,11 +21,11 @@ using IntervalBytes = std::array<uint8_t, sizeof(uint32_t)>;
 const char* variable_of(int selector) {
   switch (selector) {
     case 10:
-      return "KXHVMA";
+      return nvram::kInterval10Variable;
     case 9:
-      return "KXHVM9";
+      return nvram::kInterval9Variable;
     case 8:
-      return "KXHVM8";
+      return nvram::kInterval8Variable;
     default:
       return nullptr;
   }
@@ -47,7 +48,7 @@ bool read_variable(int fd, int selector, IntervalBytes& value, uint8_t& status) 
 }
 
 uint32_t interval_of(int selector, const IntervalBytes& value, uint8_t status) {
-  if (status == kEvNotFound) {
+  if (status == nvram::response::kNotFound) {
     DebugLog("utils: getIntervalEV(): GetEV Success! EV Not Found. Creating EV, disabled.\n");
     // Inverted on purpose: success is what is reported as a failure.
     if (setIntervalEV(selector, 0) == 0) {
@@ -56,7 +57,7 @@ uint32_t interval_of(int selector, const IntervalBytes& value, uint8_t status) {
     }
     return 0;
   }
-  if (status != kEvSuccess) {
+  if (status != nvram::response::kSuccess) {
     DebugLog("utils: getIntervalEV(): Get Periodic Trap Interval Failed! return status [0x%x]\n",
              status);
     printf(" Get Periodic Trap Interval Failed! return status [0x%x]\n", status);
@@ -98,7 +99,7 @@ int setIntervalEV(int selector, uint32_t value) {
     result = OsSetEV(fd, variable, bytes.data(), sizeof(IntervalBytes), &status);
   }
   if (result == 0) {
-    if (status != kEvSuccess) {
+    if (status != nvram::response::kSuccess) {
       DebugLog("utils: setIntervalEV(): Set Periodic Trap Interval Failed with error [0x%x]!\n",
                status);
       printf("Set Periodic Trap Interval Failed with error [0x%x]!\n", status);

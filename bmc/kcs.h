@@ -8,18 +8,12 @@
 #include <cstdint>
 #include <span>
 
-inline constexpr size_t kKcsPacketSize = 512;
-inline constexpr size_t kKcsRequestData = 10;   // byte offset in a request
-inline constexpr size_t kKcsResponseData = 11;  // byte offset in a response
-inline constexpr size_t kKcsRequestMax = kKcsPacketSize - kKcsRequestData;    // 502
-inline constexpr size_t kKcsResponseMax = kKcsPacketSize - kKcsResponseData;  // 501
-
 // One request and the places for its outcome. Nothing is owned.
 struct KcsRequest {
   uint8_t network_function;
   uint8_t command;
   const uint8_t* request_data;  // may be null when request_length is 0
-  uint16_t request_length;      // at most kKcsRequestMax
+  uint16_t request_length;      // at most kcs::request::kDataMax
   uint8_t* response;
   uint16_t response_size;     // bytes filled whenever the response holds data
   uint16_t* response_length;  // receives the length of the response data

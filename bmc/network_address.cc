@@ -7,35 +7,20 @@
 #include <span>
 
 #include "bmc/channel.h"
-#include "bmc/chif.h"
 #include "log/log.h"
-#include "wire/little_endian.h"
+#include "wire/chif.h"
 
 namespace {
 
 using AddressText = std::array<char, kBmcAddressSize>;
 
-constexpr size_t kIpv4ResponseSize = 276;
-constexpr size_t kIpv4LastOctet = 32;  // the address is stored backwards
-
-constexpr size_t kIpv6ResponseSize = 512;
-constexpr size_t kIpv6Error = 8;
-constexpr size_t kIpv6Options = 12;
-constexpr uint32_t kOptionIpv6Enabled = 1U << 0U;
-constexpr uint32_t kOptionIpv4Enabled = 1U << 1U;
-
-constexpr size_t kEntries = 12;
-constexpr size_t kEntrySize = 20;
-constexpr size_t kFirstAddress = 20;
-constexpr size_t kFirstState = 38;
-constexpr uint8_t kStateUsable = 0;
 constexpr size_t kGroups = 8;
 constexpr size_t kGroupSize = 2;
 
 // Sends a request that is nothing but a header; the channel is closed
 // afterwards, whatever came back.
 int query(int fd, uint16_t command, std::span<uint8_t> response) {
-  std::array<uint8_t, kChifHeaderSize> request = {};
+  std::array<uint8_t, chif::header::kSize> request = {};
   const int result = getResponse(fd, command, request, response, nullptr);
   close_channel(fd);
   return result;
@@ -71,14 +56,16 @@ AddressText ipv6_text(std::span<const uint8_t> address) {
 
 // Takes the first entry whose state is usable; an empty text without one.
 AddressText first_usable_address(std::span<const uint8_t> response) {
-  for (size_t entry = 0; entry < kEntries; ++entry) {
-    const uint8_t state = get_u8(response, kFirstState + entry * kEntrySize);
-    if (state != kStateUsable) {
+  for (size_t entry = 0; entry < chif::ipv6_address::kEntries; ++entry) {
+    const uint8_t state =
+        get_u8(response, chif::ipv6_address::kFirstState + entry * chif::ipv6_address::kEntrySize);
+    if (state != chif::ipv6_address::kStateUsable) {
       continue;
     }
     DebugLog("utils: get_Mox_IPv6(): ipv6addr[%d] state is [%d]\n", static_cast<int>(entry), state);
-    const AddressText text =
-        ipv6_text(response.subspan(kFirstAddress + entry * kEntrySize, kGroups * kGroupSize));
+    const AddressText text = ipv6_text(
+        response.subspan(chif::ipv6_address::kFirstAddress + entry * chif::ipv6_address::kEntrySize,
+                         kGroups * kGroupSize));
     DebugLog("utils: get_Mox_IPv6(): ipv6addr[%d] address is [%s]\n", static_cast<int>(entry),
              text.data());
     return text;
@@ -94,15 +81,17 @@ int get_Mox_IPv4(char* address) {
     DebugLog("utils: get_Mox_IPv4: openMP() failed\n");
     return 1;
   }
-  std::array<uint8_t, kIpv4ResponseSize> response = {};
-  const int result = query(fd, kCmdIpv4Address, response);
+  std::array<uint8_t, chif::ipv4_address::kSize> response = {};
+  const int result = query(fd, chif::kCmdIpv4Address, response);
   if (result != 0) {
     return result;
   }
   AddressText text = {};
-  snprintf(text.data(), text.size(), "%d.%d.%d.%d", get_u8(response, kIpv4LastOctet + 3),
-           get_u8(response, kIpv4LastOctet + 2), get_u8(response, kIpv4LastOctet + 1),
-           get_u8(response, kIpv4LastOctet));
+  snprintf(text.data(), text.size(), "%d.%d.%d.%d",
+           get_u8(response, chif::ipv4_address::kLastOctet + 3),
+           get_u8(response, chif::ipv4_address::kLastOctet + 2),
+           get_u8(response, chif::ipv4_address::kLastOctet + 1),
+           get_u8(response, chif::ipv4_address::kLastOctet));
   DebugLog("utils: get_Mox_IPv4(): Mox IPv4 address is [%s]\n", text.data());
   if (address != nullptr) {
     copy_text(text, address);
@@ -116,14 +105,14 @@ int get_Mox_IPv6(char* address, int* ipv6_enabled, int* ipv4_enabled) {
     DebugLog("utils: get_Mox_IPv6: openMP() failed\n");
     return 1;
   }
-  std::array<uint8_t, kIpv6ResponseSize> response = {};
-  const int result = query(fd, kCmdIpv6Address, response);
-  if (result != 0 || get_u32(response, kIpv6Error) != 0) {
+  std::array<uint8_t, chif::ipv6_address::kSize> response = {};
+  const int result = query(fd, chif::kCmdIpv6Address, response);
+  if (result != 0 || get_u32(response, chif::ipv6_address::kError) != 0) {
     return result;
   }
-  const uint32_t options = get_u32(response, kIpv6Options);
-  const int has_ipv6 = (options & kOptionIpv6Enabled) != 0 ? 1 : 0;
-  const int has_ipv4 = (options & kOptionIpv4Enabled) != 0 ? 1 : 0;
+  const uint32_t options = get_u32(response, chif::ipv6_address::kOptions);
+  const int has_ipv6 = (options & chif::ipv6_address::kIpv6Enabled) != 0 ? 1 : 0;
+  const int has_ipv4 = (options & chif::ipv6_address::kIpv4Enabled) != 0 ? 1 : 0;
   DebugLog(
       "utils: get_Mox_IPv6(): ipv6Options is [0x%x], ipv6enabled is [%d], ipv4enabled is [%d]\n",
       options, has_ipv6, has_ipv4);

@@ -5,13 +5,9 @@
 
 #include <cstdint>
 
-// Variable status in a response.
-inline constexpr uint8_t kEvSuccess = 0;
-inline constexpr uint8_t kEvNotFound = 0x88;
-
 // Reads variable name into value, which holds capacity bytes. Returns 1 when
 // the exchange failed or there is no memory. Otherwise returns 0 and sets
-// status; length is the number of bytes copied, 0 when status is not kEvSuccess
+// status; length is the number of bytes copied, 0 when status is not nvram::response::kSuccess
 // or the variable is longer than capacity (value is then untouched).
 int OsGetEV(int fd, const char* name, uint8_t* value, uint16_t capacity, uint8_t* status,
             uint16_t* length);

@@ -5,16 +5,16 @@
 #include "bmc/channel.h"
 #include "bmc/nvram.h"
 #include "log/log.h"
+#include "wire/kcs.h"
 
 namespace {
 
-constexpr const char* kVariable = "KXHVM6";
 constexpr int kAttempts = 3;
 
 bool read_variable(int fd, uint8_t& value, uint8_t& status) {
   for (int attempts_left = kAttempts - 1; attempts_left >= 0; --attempts_left) {
     uint16_t length = 0;
-    if (OsGetEV(fd, kVariable, &value, sizeof value, &status, &length) == 0) {
+    if (OsGetEV(fd, nvram::kRevModeVariable, &value, sizeof value, &status, &length) == 0) {
       return true;
     }
     DebugLog("utils: getRevModeConfig(): retries [%d]\n", attempts_left);
@@ -24,12 +24,12 @@ bool read_variable(int fd, uint8_t& value, uint8_t& status) {
 }
 
 int mode_of(uint8_t value, uint8_t status) {
-  if (status == kEvNotFound) {
+  if (status == nvram::response::kNotFound) {
     DebugLog("utils: getRevModeConfig(): GetEV Success! EV Not Found. Creating EV, disabled.\n");
     setRevModeConfig(0);
     return 0;
   }
-  if (status != kEvSuccess) {
+  if (status != nvram::response::kSuccess) {
     DebugLog("utils: getRevModeConfig(): Get TVU EV Failed! return status [0x%x]\n", status);
     return 0;
   }
@@ -57,9 +57,9 @@ int setRevModeConfig(uint8_t value) {
     return 1;
   }
   uint8_t status = 0;
-  int result = OsSetEV(fd, kVariable, &value, sizeof value, &status);
+  int result = OsSetEV(fd, nvram::kRevModeVariable, &value, sizeof value, &status);
   if (result == 0) {
-    if (status != kEvSuccess) {
+    if (status != nvram::response::kSuccess) {
       DebugLog("utils: setRevModeConfig(): setEV Failed with error [0x%x]!\n", status);
       result = 1;
     } else {

@@ -7,8 +7,8 @@
 #include <memory>
 
 #include "bmc/channel.h"
-#include "bmc/chif.h"
 #include "log/log.h"
+#include "wire/chif.h"
 
 namespace {
 
@@ -16,10 +16,7 @@ constexpr const char* kStatusFile = "/opt/ortdv/tmp/moxstatus";
 constexpr int kSupportedGeneration = 6;
 
 // The response to the status query, as far as it is read.
-using MoxStatus = std::array<uint8_t, 100>;
-constexpr size_t kFirmwareVersion = 16;  // u16: major, minor
-constexpr size_t kFirmwareDate = 18;     // u32: year - 1990, month, day in the high bits
-constexpr size_t kApplication = 71;      // i8: the BMC's generation
+using MoxStatus = std::array<uint8_t, chif::mox_status::kSize>;
 
 using File = std::unique_ptr<FILE, int (*)(FILE*)>;
 
@@ -44,8 +41,8 @@ int supported_by_file(FILE* file) {
 }
 
 bool query_status(int fd, MoxStatus& status) {
-  std::array<uint8_t, kChifHeaderSize> request = {};
-  const int result = getResponse(fd, kCmdMoxStatus, request, status, nullptr);
+  std::array<uint8_t, chif::header::kSize> request = {};
+  const int result = getResponse(fd, chif::kCmdMoxStatus, request, status, nullptr);
   close_channel(fd);
   if (result != 0) {
     UtilLog(" getResponse() for moxStatus Failed!\n");
@@ -63,11 +60,13 @@ void write_status_file(int generation) {
 }
 
 void log_firmware(const MoxStatus& status, int generation) {
-  const unsigned version = get_u16(status, kFirmwareVersion);
-  const uint32_t date = get_u32(status, kFirmwareDate);
+  const unsigned version = get_u16(status, chif::mox_status::kFirmwareVersion);
+  const uint32_t date = get_u32(status, chif::mox_status::kFirmwareDate);
   UtilLog("Mox%d: %d.%d (%d/%d/%d)\n", generation, static_cast<int>(version >> 8),
-          static_cast<int>(version & 0xFF), static_cast<int>(date >> 26) + 1990,
-          static_cast<int>((date >> 22) & 0xF), static_cast<int>((date >> 17) & 0x1F));
+          static_cast<int>(version & 0xFF),
+          static_cast<int>((date >> chif::mox_status::kYearShift) + chif::mox_status::kFirstYear),
+          static_cast<int>((date >> chif::mox_status::kMonthShift) & chif::mox_status::kMonthMask),
+          static_cast<int>((date >> chif::mox_status::kDayShift) & chif::mox_status::kDayMask));
 }
 
 int supported_by_bmc() {
@@ -79,7 +78,7 @@ int supported_by_bmc() {
   MoxStatus status = {};
   int supported = 0;
   if (query_status(fd, status)) {
-    const auto application = static_cast<int8_t>(get_u8(status, kApplication));
+    const auto application = static_cast<int8_t>(get_u8(status, chif::mox_status::kApplication));
     const int generation = application;  // NOLINT(bugprone-signed-char-misuse): it is signed
     DebugLog("utils: get moxStatus Success.  moxStatus.application is [%d]\n", generation);
     write_status_file(generation);

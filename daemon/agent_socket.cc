@@ -13,7 +13,6 @@
 #include <span>
 #include <string_view>
 
-#include "bmc/chif.h"
 #include "daemon/control_files.h"
 #include "daemon/packet_dump.h"
 #include "daemon/reverse_proxy.h"
@@ -21,6 +20,7 @@
 #include "log/log.h"
 #include "trap/host_address.h"
 #include "trap/trap_sender.h"
+#include "wire/chif.h"
 
 namespace {
 
@@ -143,8 +143,8 @@ void start_socket_proxy() {
 
 int proxy_ortd_trap(int client) {
   DaemonDebug(" proxy_ortd_trap\n");
-  std::array<uint8_t, kChifPacketMax> buffer = {};
-  const ssize_t received = recv(client, buffer.data(), kChifAgentxMax, 0);
+  std::array<uint8_t, chif::kPacketMax> buffer = {};
+  const ssize_t received = recv(client, buffer.data(), chif::notification::kPduMax, 0);
   if (received == 0) {
     // The end of the stream stays readable. A client that only closed its
     // sending side must not keep the loop spinning until it hangs up.

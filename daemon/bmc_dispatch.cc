@@ -10,33 +10,29 @@
 #include <span>
 
 #include "bmc/channel.h"
-#include "bmc/chif.h"
 #include "bmc/heap_buffer.h"
 #include "daemon/packet_dump.h"
 #include "daemon/reverse_proxy.h"
 #include "daemon/shutdown_action.h"
 #include "log/debug_flags.h"
 #include "log/log.h"
-#include "trap/agentx.h"
 #include "trap/trap_sender.h"
+#include "wire/agentx.h"
+#include "wire/chif.h"
 
 namespace {
 
 constexpr useconds_t kBusyPauseUs = 1'000;
-constexpr size_t kLogAckSize = 16;
-constexpr size_t kShutdownAckSize = 12;
-constexpr uint32_t kActionReboot = 1;
-constexpr uint32_t kActionAbort = 2;
 
 // A packet as it was read. Zeros follow what was received, and one zero follows
 // the whole buffer, so that a text that fills it still ends.
 struct Packet {
-  std::span<uint8_t> bytes;  // kChifPacketMax
+  std::span<uint8_t> bytes;  // chif::kPacketMax
   int received;
 };
 
-const char* text_of(const Packet& packet) {
-  return reinterpret_cast<const char*>(packet.bytes.data() + kChifPayload);
+const char* text_at(const Packet& packet, size_t offset) {
+  return reinterpret_cast<const char*>(packet.bytes.data() + offset);
 }
 
 void acknowledge(int fd, std::span<const uint8_t> packet) {
@@ -47,33 +43,33 @@ void acknowledge(int fd, std::span<const uint8_t> packet) {
 }
 
 void handle_hello_response(const Packet& packet) {
-  DaemonDebug("Received HELLO_RESPONSE [0x%04x].\n", get_u16(packet.bytes, kChifCmdno));
-  errno = static_cast<int>(get_u32(packet.bytes, kChifErrcode));
+  DaemonDebug("Received HELLO_RESPONSE [0x%04x].\n", get_u16(packet.bytes, chif::header::kCmdno));
+  errno = static_cast<int>(get_u32(packet.bytes, chif::session_reply::kErrcode));
   if (errno != 0) {
     Log(kPriorityFailure, "bmc_recv ERROR: errno is [0x%x]", static_cast<unsigned>(errno));
   }
 }
 
 void handle_log_packet(int fd, const Packet& packet) {
-  DaemonDebug("case CHIF_IML_LOG: Received log packet [0x%04x].\n", kCmdImlLog);
+  DaemonDebug("case CHIF_IML_LOG: Received log packet [0x%04x].\n", chif::kCmdImlLog);
   dump_chif(packet.bytes);
-  put_u8(packet.bytes, kChifPayload + get_u16(packet.bytes, kChifErrcode), 0);
-  syslog(kPriorityAlert, "%s", text_of(packet));
+  put_u8(packet.bytes, chif::log_text::kText + get_u16(packet.bytes, chif::log_text::kLength), 0);
+  syslog(kPriorityAlert, "%s", text_at(packet, chif::log_text::kText));
 
-  const std::span<uint8_t> ack = packet.bytes.first(kLogAckSize);
+  const std::span<uint8_t> ack = packet.bytes.first(chif::log_ack::kSize);
   std::fill(ack.begin(), ack.end(), uint8_t{0});
-  put_chif_header(ack, kLogAckSize, static_cast<uint16_t>(chif_seqno & 0xFFFF), kCmdImlLogAck,
-                  kSvcProxy);
+  chif::put_header(ack, chif::log_ack::kSize, static_cast<uint16_t>(chif_seqno & 0xFFFF),
+                   chif::kCmdImlLogAck, chif::kSvcProxy);
   ++chif_seqno;
   acknowledge(fd, ack);
 }
 
 // Announces the request and starts, or aborts, its timer.
 void carry_out_shutdown(uint32_t action, int32_t delay, const char* reason) {
-  if ((action & kActionReboot) != 0) {
+  if ((action & chif::shutdown::kReboot) != 0) {
     shutdown_aborted = 0;
     syslog(kPriorityAlert, "System will reboot in %d seconds due to %s.\n", delay, reason);
-  } else if ((action & kActionAbort) != 0) {
+  } else if ((action & chif::shutdown::kAbort) != 0) {
     syslog(kPriorityState, "Shutdown due to %s has been Aborted.\n", reason);
     shutdown_aborted = 1;
     abort_shutdown();
@@ -87,11 +83,11 @@ void carry_out_shutdown(uint32_t action, int32_t delay, const char* reason) {
 }
 
 void acknowledge_shutdown(int fd, const Packet& packet) {
-  const uint32_t next = get_u16(packet.bytes, kChifSeqno) + 1U;
-  const std::span<uint8_t> ack = packet.bytes.first(kShutdownAckSize);
-  put_chif_header(ack, kShutdownAckSize, static_cast<uint16_t>(next & 0xFFFF), kCmdShutdownAck,
-                  kSvcProxy);
-  put_u32(ack, kChifErrcode, 0);
+  const uint32_t next = get_u16(packet.bytes, chif::header::kSeqno) + 1U;
+  const std::span<uint8_t> ack = packet.bytes.first(chif::shutdown_ack::kSize);
+  chif::put_header(ack, chif::shutdown_ack::kSize, static_cast<uint16_t>(next & 0xFFFF),
+                   chif::kCmdShutdownAck, chif::kSvcProxy);
+  put_u32(ack, chif::shutdown_ack::kZeros, 0);
   chif_seqno = (next & 0xFFFF) + 1;
   dump_chif(packet.bytes);
   if (g_chif_dump_flag != 0) {
@@ -102,10 +98,10 @@ void acknowledge_shutdown(int fd, const Packet& packet) {
 }
 
 void handle_shutdown(int fd, const Packet& packet) {
-  DaemonDebug("case CHIF_SHUTDOWN: Received log packet [0x%04x].\n", kCmdShutdown);
-  const uint32_t action = get_u32(packet.bytes, kChifErrcode);
-  const auto delay = static_cast<int32_t>(get_u32(packet.bytes, kChifAgentxRespLen));
-  const char* reason = text_of(packet);
+  DaemonDebug("case CHIF_SHUTDOWN: Received log packet [0x%04x].\n", chif::kCmdShutdown);
+  const uint32_t action = get_u32(packet.bytes, chif::shutdown::kAction);
+  const auto delay = static_cast<int32_t>(get_u32(packet.bytes, chif::shutdown::kDelay));
+  const char* reason = text_at(packet, chif::shutdown::kReason);
   dump_chif(packet.bytes);
   DaemonDebug("Shutdown received: action [0x%x] delay [%d] reason [%s].\n", action, delay, reason);
   carry_out_shutdown(action, delay, reason);
@@ -125,16 +121,16 @@ int return_success(int received) {
 
 // Checks the sizes that an AgentX packet states against what was received.
 bool sizes_are_sound(const Packet& packet) {
-  const int pktsize = get_u16(packet.bytes, kChifPktsize);
+  const int pktsize = get_u16(packet.bytes, chif::header::kPktsize);
   if (pktsize > packet.received) {
     DaemonDebug("bmc_recv ERROR: pktsize [%d] grtr rc [%d]", pktsize, packet.received);
     log_status(EAGAIN);
     return false;
   }
-  const uint32_t length = get_u32(packet.bytes, kChifAgentxRespLen);
-  if (length > kChifAgentxMax || length > static_cast<uint32_t>(packet.received)) {
+  const uint32_t length = get_u32(packet.bytes, chif::notification::kAgentxRespLen);
+  if (length > chif::notification::kPduMax || length > static_cast<uint32_t>(packet.received)) {
     Log(kPriorityFailure, "bmc_recv(): agentx_resp_len %d > expected: size=%d, rc=%d",
-        static_cast<int>(length), static_cast<int>(kChifAgentxMax), packet.received);
+        static_cast<int>(length), static_cast<int>(chif::notification::kPduMax), packet.received);
     log_status(EMSGSIZE);
     return false;
   }
@@ -158,15 +154,16 @@ int relay(std::span<const uint8_t> notification) {
 // status is the error number of a status packet, else 0.
 int handle_agentx(const Packet& packet, int status) {
   errno = status;
-  DaemonDebug("Received packet [0x%04x]... errno [%d]\n", get_u16(packet.bytes, kChifCmdno), errno);
+  DaemonDebug("Received packet [0x%04x]... errno [%d]\n",
+              get_u16(packet.bytes, chif::header::kCmdno), errno);
   if (!sizes_are_sound(packet)) {
     return 0;
   }
-  const size_t length = get_u32(packet.bytes, kChifAgentxRespLen);
+  const size_t length = get_u32(packet.bytes, chif::notification::kAgentxRespLen);
   DaemonDebug("bmc_recv: memcpy recvd data to buf len [%d]. . .  errno [%d]\n",
               static_cast<int>(length), errno);
-  std::array<uint8_t, kChifPacketMax> buffer = {};
-  std::copy_n(packet.bytes.begin() + kChifPayload, length, buffer.begin());
+  std::array<uint8_t, chif::kPacketMax> buffer = {};
+  std::copy_n(packet.bytes.begin() + chif::notification::kPdu, length, buffer.begin());
   if (g_agentx_dump_flag != 0) {
     DaemonDebug("BMC_RECV AgentX packet\n");
     dump_agentx(buffer);
@@ -175,28 +172,29 @@ int handle_agentx(const Packet& packet, int status) {
     log_status(status);
     return 0;
   }
-  if (length < 1 || get_u8(buffer, kAgentxType) != kAgentxNotify) {
+  if (length < 1 || get_u8(buffer, agentx::header::kType) != agentx::kNotify) {
     return return_success(packet.received);
   }
   return relay(std::span(buffer).first(length));
 }
 
 int dispatch(int fd, const Packet& packet) {
-  switch (get_u16(packet.bytes, kChifCmdno)) {
-    case kCmdHelloShortResponse:
-    case kCmdHelloResponse:
+  switch (get_u16(packet.bytes, chif::header::kCmdno)) {
+    case chif::kCmdHelloShortResponse:
+    case chif::kCmdHelloResponse:
       handle_hello_response(packet);
       return 0;
-    case kCmdImlLog:
+    case chif::kCmdImlLog:
       handle_log_packet(fd, packet);
       return 0;
-    case kCmdShutdown:
+    case chif::kCmdShutdown:
       handle_shutdown(fd, packet);
       return 0;
-    case kCmdStatus:
-    case kCmdStatusShortResponse:
-    case kCmdStatusResponse:
-      return handle_agentx(packet, static_cast<int>(get_u32(packet.bytes, kChifErrcode)));
+    case chif::kCmdStatus:
+    case chif::kCmdStatusShortResponse:
+    case chif::kCmdStatusResponse:
+      return handle_agentx(packet,
+                           static_cast<int>(get_u32(packet.bytes, chif::notification::kErrcode)));
     default:
       return handle_agentx(packet, 0);
   }
@@ -210,8 +208,8 @@ void dump_received(const Packet& packet) {
 }
 
 bool length_is_sound(int length) {
-  return length > static_cast<int>(kChifSessionHeaderSize) &&
-         length <= static_cast<int>(kChifPacketMax);
+  return length > static_cast<int>(chif::kBodyStart) &&
+         length <= static_cast<int>(chif::kPacketMax);
 }
 
 }  // namespace
@@ -223,12 +221,12 @@ int bmc_recv(int fd) {
   if (fd < 0) {
     return return_success(0);
   }
-  const HeapBuffer buffer = allocate_zeroed(kChifPacketMax + 1);
+  const HeapBuffer buffer = allocate_zeroed(chif::kPacketMax + 1);
   if (buffer == nullptr) {
     Log(kPriorityFailure, "bmc_recv(): Failed: malloc for recv_pkt.\n");
     return 0;
   }
-  const std::span<uint8_t> bytes(buffer.get(), kChifPacketMax);
+  const std::span<uint8_t> bytes(buffer.get(), chif::kPacketMax);
   const Packet packet = {.bytes = bytes, .received = readMP(fd, bytes)};
   if (packet.received < 1) {
     DaemonDebug("bmc_recv ERROR: readMP() returns rc [%d]", packet.received);
@@ -237,7 +235,7 @@ int bmc_recv(int fd) {
   DaemonDebug("bmc_recv: Received %d bytes . . .  errno [%d]\n", packet.received, errno);
   if (!length_is_sound(packet.received)) {
     DaemonDebug("zemox return rc <= 16 [%d]. pktcmdno [0x%x].  Setting rc to 0...", packet.received,
-                get_u16(bytes, kChifCmdno));
+                get_u16(bytes, chif::header::kCmdno));
     dump_received(packet);
     return 0;
   }

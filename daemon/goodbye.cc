@@ -8,12 +8,12 @@
 #include <span>
 
 #include "bmc/channel.h"
-#include "bmc/chif.h"
 #include "bmc/heap_buffer.h"
 #include "daemon/handshake.h"
 #include "daemon/reverse_proxy.h"
 #include "daemon/session_request.h"
 #include "log/log.h"
+#include "wire/chif.h"
 
 namespace {
 
@@ -22,11 +22,12 @@ constexpr int kReplyTimeoutMs = 1'000'000;
 constexpr uint16_t kShortByeValue = 4;
 
 std::span<uint8_t> build_bye(uint8_t* packet, bool long_form) {
-  const std::span<uint8_t> request(packet, long_form ? kLongRequestSize : kShortRequestSize);
+  const std::span<uint8_t> request(
+      packet, long_form ? chif::session_request::kLongSize : chif::session_request::kShortSize);
   if (long_form) {
-    build_long_request(request, 0, kSubBye, 0);
+    build_long_request(request, 0, chif::session_request::kBye, 0);
   } else {
-    build_short_request(request, 0, kSubBye, kShortByeValue);
+    build_short_request(request, 0, chif::session_request::kBye, kShortByeValue);
   }
   return request;
 }
@@ -34,7 +35,7 @@ std::span<uint8_t> build_bye(uint8_t* packet, bool long_form) {
 // Writes the request. Returns 0, or the write's result when it was short.
 int send_bye(int fd, std::span<const uint8_t> request) {
   DaemonDebug("go_bye(): bmc_fc [%d] Writing SNMP_HELLO_BYE svc=%d pktlen=%d\n", fd,
-              get_u16(request, kChifSvc), static_cast<int>(request.size()));
+              get_u16(request, chif::header::kSvc), static_cast<int>(request.size()));
   const int written = static_cast<int>(write_channel(fd, request));
   const int error = errno;
   DaemonDebug("go_bye(): After mox write bytes=%d errno =%d\n", written, error);
@@ -68,7 +69,7 @@ int receive_bye(int fd, std::span<uint8_t> reply) {
         static_cast<int>(reply.size()), errno);
     return -1;
   }
-  const uint32_t errcode = get_u32(reply, kChifErrcode);
+  const uint32_t errcode = get_u32(reply, chif::session_reply::kErrcode);
   if (errcode != 0) {
     Log(kPriorityFailure, "go_bye(): read() returned rsp_pkt->err=%d  errno=%d\n",
         static_cast<int>(errcode), errno);
@@ -78,7 +79,7 @@ int receive_bye(int fd, std::span<uint8_t> reply) {
 }
 
 int say_bye(int fd, bool long_form) {
-  const HeapBuffer request = allocate_zeroed(kLongRequestSize);
+  const HeapBuffer request = allocate_zeroed(chif::session_request::kLongSize);
   if (request == nullptr) {
     Log(kPriorityFailure, "go_bye(): Failed: malloc for send_pkt.\n");
     return -1;
@@ -88,7 +89,8 @@ int say_bye(int fd, bool long_form) {
   if (sent != 0) {
     return sent;
   }
-  const size_t reply_size = long_form ? kChifReplyMax : kShortRequestSize;
+  const size_t reply_size =
+      long_form ? chif::session_reply::kMax : chif::session_request::kShortSize;
   const HeapBuffer reply = allocate_zeroed(reply_size);
   if (reply == nullptr) {
     Log(kPriorityFailure, "go_bye(): Failed: malloc for recv_pkt.\n");

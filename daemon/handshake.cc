@@ -8,20 +8,20 @@
 #include <cstdio>
 
 #include "bmc/channel.h"
-#include "bmc/chif.h"
 #include "daemon/packet_dump.h"
 #include "daemon/reverse_proxy.h"
 #include "daemon/session_request.h"
 #include "log/debug_flags.h"
 #include "log/log.h"
+#include "wire/chif.h"
 
 namespace {
 
 constexpr useconds_t kWritePauseUs = 10'000;
 constexpr int kReplyTimeoutMs = 10'000;
 
-using Request = std::array<uint8_t, kLongRequestSize>;
-using Reply = std::array<uint8_t, kChifReplyMax>;
+using Request = std::array<uint8_t, chif::session_request::kLongSize>;
+using Reply = std::array<uint8_t, chif::session_reply::kMax>;
 
 // In what hello and connect differ.
 struct Exchange {
@@ -121,7 +121,7 @@ Wait wait_for_reply(int fd, const Exchange& exchange, Reply& reply) {
     return Wait::kFailed;
   }
   if (g_chif_dump_flag != 0) {
-    fprintf(stderr, "going to read = %d\n", static_cast<int>(kChifReplyMax));
+    fprintf(stderr, "going to read = %d\n", static_cast<int>(chif::session_reply::kMax));
   }
   if ((entry.revents & POLLIN) == 0) {
     return Wait::kNothing;
@@ -132,8 +132,8 @@ Wait wait_for_reply(int fd, const Exchange& exchange, Reply& reply) {
     return Wait::kFailed;
   }
   if (g_chif_dump_flag != 0) {
-    fprintf(stderr, "read = %d idx=%d more =%d\n", length, get_u16(reply, kChifIdx),
-            get_u16(reply, kChifMore));
+    fprintf(stderr, "read = %d idx=%d more =%d\n", length,
+            get_u16(reply, chif::session_reply::kIdx), get_u16(reply, chif::session_reply::kMore));
     dump_chif(reply);
   }
   if (length < exchange.reply_size_min) {
@@ -141,7 +141,7 @@ Wait wait_for_reply(int fd, const Exchange& exchange, Reply& reply) {
     exchange.log_short_reply(length);
     return Wait::kFailed;
   }
-  const uint32_t errcode = get_u32(reply, kChifErrcode);
+  const uint32_t errcode = get_u32(reply, chif::session_reply::kErrcode);
   if (errcode != 0) {
     exchange.log_errcode(static_cast<int>(errcode));
     return Wait::kFailed;
@@ -151,7 +151,7 @@ Wait wait_for_reply(int fd, const Exchange& exchange, Reply& reply) {
 
 // No wrap at 16 bits: after seqno 0xFFFF, a reply numbered 0 is another's.
 bool answers(const Reply& reply, uint32_t seqno) {
-  const uint64_t answered = get_u16(reply, kChifSeqno);
+  const uint64_t answered = get_u16(reply, chif::header::kSeqno);
   return answered >= seqno && answered <= uint64_t{seqno} + 2;
 }
 
@@ -174,7 +174,7 @@ int receive_reply(int fd, const Exchange& exchange, uint32_t seqno) {
     if (wait == Wait::kNothing) {
       continue;
     }
-    more = get_u16(reply, kChifMore) != 0;
+    more = get_u16(reply, chif::session_reply::kMore) != 0;
     if (answers(reply, seqno)) {
       if (!more) {
         return 0;
@@ -199,12 +199,13 @@ void bmc_init() {
 int do_hello_rev(int fd) {
   const uint32_t seqno = chif_seqno++;
   Request request = {};
-  build_long_request(request, static_cast<uint16_t>(seqno & 0xFFFF), kSubHello, 0);
+  build_long_request(request, static_cast<uint16_t>(seqno & 0xFFFF), chif::session_request::kHello,
+                     0);
   return exchange_with_bmc(fd, kHello, request, seqno);
 }
 
 int do_connect_rev(int fd, uint32_t param) {
   Request request = {};
-  build_long_request(request, 0, kSubConnect, param);
+  build_long_request(request, 0, chif::session_request::kConnect, param);
   return exchange_with_bmc(fd, kConnect, request, 0);
 }

@@ -3,10 +3,10 @@
 #include <array>
 #include <cstdio>
 
-#include "bmc/chif.h"
 #include "log/debug_flags.h"
 #include "log/log.h"
-#include "trap/agentx.h"
+#include "wire/agentx.h"
+#include "wire/chif.h"
 
 namespace {
 
@@ -35,13 +35,14 @@ void dump_chif(std::span<const uint8_t> packet) {
   if (g_chif_dump_flag == 0) {
     return;
   }
-  const int pktsize = get_u16(packet, kChifPktsize);
+  const int pktsize = get_u16(packet, chif::header::kPktsize);
   DaemonDebug("CHIF:\n");
   DaemonDebug(" pktsize = %d, seqno = %d, cmdno = %x, svc = %x\n", pktsize,
-              get_u16(packet, kChifSeqno), get_u16(packet, kChifCmdno), get_u16(packet, kChifSvc));
+              get_u16(packet, chif::header::kSeqno), get_u16(packet, chif::header::kCmdno),
+              get_u16(packet, chif::header::kSvc));
   DaemonDebug(" errcode = %d, pktsize = %d, agentx_resp_len = %d\n",
-              static_cast<int>(get_u32(packet, kChifErrcode)), pktsize,
-              static_cast<int>(get_u32(packet, kChifAgentxRespLen)));
+              static_cast<int>(get_u32(packet, chif::notification::kErrcode)), pktsize,
+              static_cast<int>(get_u32(packet, chif::notification::kAgentxRespLen)));
 }
 
 void dump_agentx(std::span<const uint8_t> packet) {
@@ -52,9 +53,11 @@ void dump_agentx(std::span<const uint8_t> packet) {
   DaemonDebug(
       "AgentX: version = %d type = %d flags = %d payload_length = %d\n"
       "sessionID=%8x transactionID = %8x packetID = %8x\n",
-      get_u8(packet, kAgentxVersion), get_u8(packet, kAgentxType), get_u8(packet, kAgentxFlags),
-      static_cast<int>(get_u32(packet, kAgentxPayloadLength)), get_u32(packet, kAgentxSessionId),
-      get_u32(packet, kAgentxTransactionId), get_u32(packet, kAgentxPacketId));
+      get_u8(packet, agentx::header::kVersion), get_u8(packet, agentx::header::kType),
+      get_u8(packet, agentx::header::kFlags),
+      static_cast<int>(get_u32(packet, agentx::header::kPayloadLength)),
+      get_u32(packet, agentx::header::kSessionId), get_u32(packet, agentx::header::kTransactionId),
+      get_u32(packet, agentx::header::kPacketId));
 }
 
 void dump_raw(std::span<const uint8_t> buffer) {

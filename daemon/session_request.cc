@@ -1,20 +1,22 @@
 #include "daemon/session_request.h"
 
-#include "bmc/chif.h"
 #include "daemon/packet_dump.h"
+#include "wire/chif.h"
 
 void build_long_request(std::span<uint8_t> packet, uint16_t seqno, uint16_t subcommand,
                         uint32_t parameter) {
-  put_chif_header(packet, kLongRequestSize, seqno, kCmdHello, kSvcProxy);
-  put_u16(packet, kChifErrcode, subcommand);
-  put_u32(packet, kChifAgentxRespLen, parameter);
+  chif::put_header(packet, chif::session_request::kLongSize, seqno, chif::kCmdHello,
+                   chif::kSvcProxy);
+  put_u16(packet, chif::session_request::kSubcommand, subcommand);
+  put_u32(packet, chif::session_request::kParameter, parameter);
   dump_chif(packet);
 }
 
 void build_short_request(std::span<uint8_t> packet, uint16_t seqno, uint16_t subcommand,
                          uint16_t value) {
-  put_chif_header(packet, kShortRequestSize, seqno, kCmdHelloShort, kSvcProxy);
-  put_u16(packet, kChifErrcode, subcommand);
-  put_u16(packet, kChifValue, value);
+  chif::put_header(packet, chif::session_request::kShortSize, seqno, chif::kCmdHelloShort,
+                   chif::kSvcProxy);
+  put_u16(packet, chif::session_request::kSubcommand, subcommand);
+  put_u16(packet, chif::session_request::kValue, value);
   dump_chif(packet);
 }

@@ -3,18 +3,14 @@
 #ifndef TVUREV_DAEMON_SESSION_REQUEST_H_
 #define TVUREV_DAEMON_SESSION_REQUEST_H_
 
-#include <cstddef>
 #include <cstdint>
 #include <span>
 
-inline constexpr size_t kLongRequestSize = 16;
-inline constexpr size_t kShortRequestSize = 12;
-
-// Fills a zeroed buffer of at least kLongRequestSize bytes with command 0x0193.
+// Fills a zeroed buffer of at least chif::session_request::kLongSize bytes with command 0x0193.
 void build_long_request(std::span<uint8_t> packet, uint16_t seqno, uint16_t subcommand,
                         uint32_t parameter);
 
-// Fills a zeroed buffer of at least kShortRequestSize bytes with command 0x0093.
+// Fills a zeroed buffer of at least kShortSize bytes with command 0x0093.
 void build_short_request(std::span<uint8_t> packet, uint16_t seqno, uint16_t subcommand,
                          uint16_t value);
 

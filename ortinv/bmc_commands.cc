@@ -17,6 +17,7 @@
 #include "hostinfo/entity_mib.h"
 #include "hostinfo/entity_mib_path.h"
 #include "ortinv/quiet_stdout.h"
+#include "wire/kcs.h"
 
 namespace {
 
@@ -62,10 +63,10 @@ Variable probe(const char* name, Report& report) {
     add_no_answer(report);
     return Variable::kUnknown;
   }
-  if (status == kEvNotFound) {
+  if (status == nvram::response::kNotFound) {
     return Variable::kMissing;
   }
-  if (status != kEvSuccess) {
+  if (status != nvram::response::kSuccess) {
     report.add_problem(kBmc, std::string("refuses variable ") + name + " with status " +
                                  std::to_string(status) + "; check its firmware");
     return Variable::kUnknown;

@@ -9,33 +9,12 @@
 
 #include "log/debug_flags.h"
 #include "log/log.h"
+#include "wire/agentx.h"
 #include "wire/little_endian.h"
 
 namespace {
 
 constexpr int kPriorityFailure = 3;
-
-// Value types of RFC 2741, and the names they are logged under.
-constexpr uint16_t kInteger = 2;
-constexpr uint16_t kOctetString = 4;
-constexpr uint16_t kNull = 5;
-constexpr uint16_t kObjectIdentifier = 6;
-constexpr uint16_t kIpAddress = 64;
-constexpr uint16_t kCounter32 = 65;
-constexpr uint16_t kGauge32 = 66;
-constexpr uint16_t kTimeTicks = 67;
-constexpr uint16_t kOpaque = 68;
-constexpr uint16_t kCounter64 = 70;
-constexpr uint16_t kNoSuchObject = 128;
-constexpr uint16_t kEndOfMibView = 130;
-
-// Variable binding: byte offsets, and the size of what precedes the name's
-// sub-identifiers. An object identifier as a value has a 4-byte header.
-constexpr size_t kNameSubids = 4;
-constexpr size_t kNamePrefix = 5;
-constexpr size_t kBindingHeaderSize = 8;
-constexpr size_t kOidHeaderSize = 4;
-constexpr size_t kWordSize = 4;
 
 // Steering bindings, found by these texts anywhere in their name.
 constexpr const char* kSysUpTime = "1.3.6.1.2.1.1.3";
@@ -43,7 +22,7 @@ constexpr const char* kSnmpTrapOid = "1.3.6.1.6.3.1.1.4.1";
 constexpr const char* kSnmpTrapCommunity = "1.3.6.1.6.3.18.1.4";
 constexpr const char* kResetMark = "6061";
 
-using PacketCopy = std::array<uint8_t, kAgentxNotificationMax>;
+using PacketCopy = std::array<uint8_t, agentx::kNotificationMax>;
 
 // The binding at the cursor.
 struct Binding {
@@ -56,23 +35,23 @@ struct Binding {
 
 const char* type_name(uint16_t type) {
   switch (type) {
-    case kInteger:
+    case agentx::type::kInteger:
       return "INTEGER";
-    case kOctetString:
+    case agentx::type::kOctetString:
       return "OCTET_STRING";
-    case kObjectIdentifier:
+    case agentx::type::kObjectIdentifier:
       return "OID";
-    case kIpAddress:
+    case agentx::type::kIpAddress:
       return "IPADDRESS";
-    case kCounter32:
+    case agentx::type::kCounter32:
       return "COUNTER32";
-    case kGauge32:
+    case agentx::type::kGauge32:
       return "GAUGE32";
-    case kTimeTicks:
+    case agentx::type::kTimeTicks:
       return "TIMETICKS";
-    case kOpaque:
+    case agentx::type::kOpaque:
       return "OPAQUE";
-    case kCounter64:
+    case agentx::type::kCounter64:
       return "COUNTER64";
     default:
       return "";
@@ -111,7 +90,7 @@ void add_binding(Notification& notification, const Binding& binding, const SnmpS
 // does not fit.
 
 size_t decode_word(Notification& notification, const Binding& binding) {
-  const size_t length = binding.value + kWordSize;
+  const size_t length = binding.value + agentx::kWordSize;
   if (!fits(binding, length)) {
     return 0;
   }
@@ -121,7 +100,7 @@ size_t decode_word(Notification& notification, const Binding& binding) {
               binding.type);
   if (holds(binding.name, kSysUpTime)) {
     notification.timestamp = value;
-  } else if (binding.type == kTimeTicks) {
+  } else if (binding.type == agentx::type::kTimeTicks) {
     add_binding(notification, binding, TimeTicks());  // never its own value, on purpose
   } else {
     add_binding(notification, binding, SnmpInt32(static_cast<int32_t>(value)));
@@ -130,16 +109,17 @@ size_t decode_word(Notification& notification, const Binding& binding) {
 }
 
 size_t decode_oid(Notification& notification, const Binding& binding) {
-  if (!fits(binding, binding.value + kOidHeaderSize)) {
+  if (!fits(binding, binding.value + agentx::object_id::kArcs)) {
     return 0;
   }
   const std::span<const uint8_t> value = binding.bytes.subspan(binding.value);
-  const size_t subids_size = kWordSize * get_u8(value, 0);
-  const size_t length = binding.value + kOidHeaderSize + subids_size;
+  const size_t subids_size = agentx::kWordSize * get_u8(value, agentx::object_id::kSubids);
+  const size_t length = binding.value + agentx::object_id::kArcs + subids_size;
   if (!fits(binding, length)) {
     return 0;
   }
-  const OidText text = render_oid(get_u8(value, 1), value.subspan(kOidHeaderSize, subids_size));
+  const OidText text = render_oid(get_u8(value, agentx::object_id::kPrefix),
+                                  value.subspan(agentx::object_id::kArcs, subids_size));
   DaemonDebug("vb[%d] OID: [%s] [%s] [%s] vblen [%d]\n", binding.index, binding.name.data(),
               type_name(binding.type), text.data(), static_cast<int>(length));
   if (holds(binding.name, kSnmpTrapOid)) {
@@ -152,24 +132,25 @@ size_t decode_oid(Notification& notification, const Binding& binding) {
 
 // The value as text: dotted for an address, else up to its first zero byte.
 std::string octets_as_text(uint16_t type, std::span<const uint8_t> octets) {
-  if (type == kIpAddress) {
+  if (type == agentx::type::kIpAddress) {
     return render_dotted(octets);
   }
   return {octets.begin(), std::find(octets.begin(), octets.end(), uint8_t{0})};
 }
 
 size_t decode_octets(Notification& notification, const Binding& binding) {
-  if (!fits(binding, binding.value + kWordSize)) {
+  const size_t octets = binding.value + agentx::octets::kOctets;
+  if (!fits(binding, octets)) {
     return 0;
   }
-  const size_t octets_size = get_u32(binding.bytes, binding.value);
-  if (!fits(binding, binding.value + kWordSize + octets_size)) {
+  const size_t octets_size = get_u32(binding.bytes, binding.value + agentx::octets::kLength);
+  if (!fits(binding, octets + octets_size)) {
     return 0;
   }
-  const size_t padded_size = (octets_size + kWordSize - 1) / kWordSize * kWordSize;
-  const size_t length = binding.value + kWordSize + padded_size;
-  const std::string text =
-      octets_as_text(binding.type, binding.bytes.subspan(binding.value + kWordSize, octets_size));
+  const size_t padded_size =
+      (octets_size + agentx::kWordSize - 1) / agentx::kWordSize * agentx::kWordSize;
+  const size_t length = octets + padded_size;
+  const std::string text = octets_as_text(binding.type, binding.bytes.subspan(octets, octets_size));
   if (g_daemon_debug_flag != 0) {
     DaemonDebug("vb[%d] OID: [%s] [%s] [%s] vblen [%d]\n", binding.index, binding.name.data(),
                 type_name(binding.type), text.c_str(), static_cast<int>(length));
@@ -178,7 +159,7 @@ size_t decode_octets(Notification& notification, const Binding& binding) {
   if (holds(binding.name, kSnmpTrapCommunity)) {
     return length;
   }
-  if (binding.type == kIpAddress) {
+  if (binding.type == agentx::type::kIpAddress) {
     add_binding(notification, binding, IpAddress(text.c_str()));
   } else {
     add_binding(notification, binding, OctetStr(text.c_str()));
@@ -201,25 +182,25 @@ size_t skip_binding(const Binding& binding, size_t value_size) {
 // end of the walk. previous_length is the advance of the binding before.
 size_t decode_binding(Notification& notification, const Binding& binding, size_t previous_length) {
   switch (binding.type) {
-    case kInteger:
-    case kCounter32:
-    case kGauge32:
-    case kTimeTicks:
+    case agentx::type::kInteger:
+    case agentx::type::kCounter32:
+    case agentx::type::kGauge32:
+    case agentx::type::kTimeTicks:
       return decode_word(notification, binding);
-    case kObjectIdentifier:
+    case agentx::type::kObjectIdentifier:
       return decode_oid(notification, binding);
-    case kOctetString:
-    case kIpAddress:
-    case kOpaque:
+    case agentx::type::kOctetString:
+    case agentx::type::kIpAddress:
+    case agentx::type::kOpaque:
       return decode_octets(notification, binding);
-    case kCounter64:
-      return skip_binding(binding, 2 * kWordSize);
-    case kNull:
+    case agentx::type::kCounter64:
+      return skip_binding(binding, 2 * agentx::kWordSize);
+    case agentx::type::kNull:
       return skip_binding(binding, 0);
     default:
       break;
   }
-  if (binding.type >= kNoSuchObject && binding.type <= kEndOfMibView) {
+  if (binding.type >= agentx::type::kNoSuchObject && binding.type <= agentx::type::kEndOfMibView) {
     return skip_binding(binding, 0);
   }
   if (previous_length == 0) {
@@ -235,21 +216,23 @@ size_t decode_binding(Notification& notification, const Binding& binding, size_t
 // false when they do not fit.
 bool read_binding(std::span<const uint8_t> bytes, int index, Binding& binding) {
   binding = {.index = index,
-             .type = get_u16(bytes, 0),
+             .type = get_u16(bytes, agentx::binding::kType),
              .bytes = bytes,
-             .value = kBindingHeaderSize + kWordSize * get_u8(bytes, kNameSubids),
+             .value = agentx::binding::kName +
+                      agentx::kWordSize * get_u8(bytes, agentx::binding::kNameSubids),
              .name = {}};
   if (!fits(binding, binding.value)) {
     return false;
   }
-  binding.name = render_oid(get_u8(bytes, kNamePrefix),
-                            bytes.subspan(kBindingHeaderSize, binding.value - kBindingHeaderSize));
+  binding.name =
+      render_oid(get_u8(bytes, agentx::binding::kNamePrefix),
+                 bytes.subspan(agentx::binding::kName, binding.value - agentx::binding::kName));
   return true;
 }
 
 void walk_bindings(Notification& notification, const PacketCopy& packet) {
-  const uint32_t payload_length = get_u32(packet, kAgentxPayloadLength);
-  const std::span<const uint8_t> payload = std::span(packet).subspan(kAgentxHeaderSize);
+  const uint32_t payload_length = get_u32(packet, agentx::header::kPayloadLength);
+  const std::span<const uint8_t> payload = std::span(packet).subspan(agentx::header::kSize);
   size_t processed = 0;
   size_t length = 0;
   for (int index = 1; processed < payload_length; ++index) {
@@ -266,7 +249,7 @@ void walk_bindings(Notification& notification, const PacketCopy& packet) {
     DaemonDebug("before update: vb ptr [%p] buf2 [%p] len [0x%x] vblen [0x%x]\n", cursor, cursor,
                 static_cast<unsigned>(processed), static_cast<unsigned>(length));
     processed += length;
-    cursor = packet.data() + std::min(kAgentxHeaderSize + processed, packet.size());
+    cursor = packet.data() + std::min(agentx::header::kSize + processed, packet.size());
     DaemonDebug(
         "Total bytes processed [%d/%d]. new vb ptr [%p] buf2 [%p] len [0x%x] vblen [0x%x]\n",
         static_cast<int>(processed), static_cast<int>(payload_length), cursor, cursor,
@@ -279,8 +262,8 @@ void walk_bindings(Notification& notification, const PacketCopy& packet) {
 Notification decode_notification(std::span<const uint8_t> packet) {
   PacketCopy copy = {};
   std::copy_n(packet.begin(), std::min(packet.size(), copy.size()), copy.begin());
-  const uint32_t payload_length = get_u32(copy, kAgentxPayloadLength);
-  if (kAgentxHeaderSize + uint64_t{payload_length} > packet.size() && payload_length > 0) {
+  const uint32_t payload_length = get_u32(copy, agentx::header::kPayloadLength);
+  if (agentx::header::kSize + uint64_t{payload_length} > packet.size() && payload_length > 0) {
     Log(kPriorityFailure,
         "send_trap_to_host(): notification of %zu bytes states %u bytes of bindings. "
         "What is missing reads as zero.\n",

@@ -18,20 +18,6 @@
 namespace Snmp_pp {}
 using namespace Snmp_pp;  // NOLINT(google-build-using-namespace,google-global-names-in-headers)
 
-// AgentX PDU header: byte offsets, and the PDU type of a notification.
-inline constexpr size_t kAgentxVersion = 0;
-inline constexpr size_t kAgentxType = 1;
-inline constexpr size_t kAgentxFlags = 2;
-inline constexpr size_t kAgentxSessionId = 4;
-inline constexpr size_t kAgentxTransactionId = 8;
-inline constexpr size_t kAgentxPacketId = 12;
-inline constexpr size_t kAgentxPayloadLength = 16;
-inline constexpr size_t kAgentxHeaderSize = 20;
-inline constexpr uint8_t kAgentxNotify = 12;
-
-// The largest notification that is looked at, header included.
-inline constexpr size_t kAgentxNotificationMax = 4096;
-
 // A decoded notification.
 struct Notification {
   OidText trapOid = {};     // of snmpTrapOID.0; empty when there was none

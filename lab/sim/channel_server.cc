@@ -12,7 +12,7 @@
 #include <cstring>
 #include <utility>
 
-#include "bmc/chif.h"
+#include "wire/chif.h"
 
 namespace {
 
@@ -44,7 +44,7 @@ bool flush(Channel* channel) {
 
 // Takes everything that the client sent. A report may hang up on the client.
 bool serve_client(Channel* channel, const ChannelReports& report) {
-  std::array<uint8_t, 2 * kChifPacketMax> buffer = {};
+  std::array<uint8_t, 2 * chif::kPacketMax> buffer = {};
   bool any = false;
   while (channel->client) {
     const ssize_t length = recv(channel->client.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);

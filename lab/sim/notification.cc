@@ -21,21 +21,21 @@ struct TypeName {
 };
 
 constexpr std::array<TypeName, 15> kTypes = {{
-    {"integer", kTypeInteger, Form::kWord},
-    {"counter32", kTypeCounter32, Form::kWord},
-    {"gauge32", kTypeGauge32, Form::kWord},
-    {"timeticks", kTypeTimeticks, Form::kWord},
-    {"octets", kTypeOctets, Form::kText},
-    {"hex", kTypeOctets, Form::kHex},
-    {"opaque", kTypeOpaque, Form::kText},
-    {"opaque-hex", kTypeOpaque, Form::kHex},
-    {"ipaddress", kTypeIpAddress, Form::kAddress},
-    {"oid", kTypeOid, Form::kObjectIdentifier},
-    {"counter64", kTypeCounter64, Form::kLongWord},
-    {"null", kTypeNull, Form::kNothing},
-    {"noSuchObject", kTypeNoSuchObject, Form::kNothing},
-    {"noSuchInstance", kTypeNoSuchInstance, Form::kNothing},
-    {"endOfMibView", kTypeEndOfMibView, Form::kNothing},
+    {"integer", agentx::type::kInteger, Form::kWord},
+    {"counter32", agentx::type::kCounter32, Form::kWord},
+    {"gauge32", agentx::type::kGauge32, Form::kWord},
+    {"timeticks", agentx::type::kTimeTicks, Form::kWord},
+    {"octets", agentx::type::kOctetString, Form::kText},
+    {"hex", agentx::type::kOctetString, Form::kHex},
+    {"opaque", agentx::type::kOpaque, Form::kText},
+    {"opaque-hex", agentx::type::kOpaque, Form::kHex},
+    {"ipaddress", agentx::type::kIpAddress, Form::kAddress},
+    {"oid", agentx::type::kObjectIdentifier, Form::kObjectIdentifier},
+    {"counter64", agentx::type::kCounter64, Form::kLongWord},
+    {"null", agentx::type::kNull, Form::kNothing},
+    {"noSuchObject", agentx::type::kNoSuchObject, Form::kNothing},
+    {"noSuchInstance", agentx::type::kNoSuchInstance, Form::kNothing},
+    {"endOfMibView", agentx::type::kEndOfMibView, Form::kNothing},
 }};
 
 void append_word(Bytes* bytes, uint32_t value) {
@@ -110,16 +110,18 @@ struct Cursor {
 };
 
 bool take_oid(Cursor* cursor, OidNumbers* oid) {
-  const size_t count = get_u8(cursor->bytes, cursor->at);
-  if (!cursor->has(4 + 4 * count)) {
+  const size_t count = get_u8(cursor->bytes, cursor->at + agentx::object_id::kSubids);
+  const size_t size = agentx::object_id::kArcs + agentx::kWordSize * count;
+  if (!cursor->has(size)) {
     return false;
   }
   oid->assign(kInternet.begin(), kInternet.end());
-  oid->push_back(get_u8(cursor->bytes, cursor->at + 1));
+  oid->push_back(get_u8(cursor->bytes, cursor->at + agentx::object_id::kPrefix));
   for (size_t i = 0; i < count; ++i) {
-    oid->push_back(get_u32(cursor->bytes, cursor->at + 4 + 4 * i));
+    oid->push_back(
+        get_u32(cursor->bytes, cursor->at + agentx::object_id::kArcs + agentx::kWordSize * i));
   }
-  cursor->at += 4 + 4 * count;
+  cursor->at += size;
   return true;
 }
 
@@ -134,10 +136,10 @@ bool is_text(std::span<const uint8_t> octets) {
 }
 
 std::string octets_text(uint16_t type, std::span<const uint8_t> octets) {
-  if (type == kTypeIpAddress) {
+  if (type == agentx::type::kIpAddress) {
     return "ipaddress:" + dotted(octets);
   }
-  const std::string prefix = type == kTypeOpaque ? "opaque" : "";
+  const std::string prefix = type == agentx::type::kOpaque ? "opaque" : "";
   if (is_text(octets)) {
     return (prefix.empty() ? "octets" : prefix) + ":" + quoted(octets);
   }
@@ -171,8 +173,8 @@ bool take_value(Cursor* cursor, const TypeName& type, std::string* text) {
     case Form::kWord: {
       const uint32_t number = get_u32(cursor->bytes, cursor->at);
       *text = std::string(type.name) + ":" +
-              (type.type == kTypeInteger ? std::to_string(static_cast<int32_t>(number))
-                                         : std::to_string(number));
+              (type.type == agentx::type::kInteger ? std::to_string(static_cast<int32_t>(number))
+                                                   : std::to_string(number));
       const bool whole = cursor->has(4);
       cursor->at += 4;
       return whole;
@@ -193,9 +195,9 @@ bool take_value(Cursor* cursor, const TypeName& type, std::string* text) {
 
 // Takes one binding and appends its word. False ends the walk.
 bool take_binding(Cursor* cursor, std::string* description) {
-  const uint16_t code = get_u16(cursor->bytes, cursor->at);
+  const uint16_t code = get_u16(cursor->bytes, cursor->at + agentx::binding::kType);
   OidNumbers name;
-  if (!cursor->has(8)) {
+  if (!cursor->has(agentx::binding::kName)) {
     return false;
   }
   cursor->at += 4;
@@ -212,9 +214,9 @@ bool take_binding(Cursor* cursor, std::string* description) {
   if (!take_value(cursor, *type, &value)) {
     return false;
   }
-  if (code == kTypeTimeticks && std::ranges::equal(name, kSysUpTime)) {
+  if (code == agentx::type::kTimeTicks && std::ranges::equal(name, kSysUpTime)) {
     *description += " uptime=" + value.substr(value.find(':') + 1);
-  } else if (code == kTypeOid && std::ranges::equal(name, kSnmpTrapOid)) {
+  } else if (code == agentx::type::kObjectIdentifier && std::ranges::equal(name, kSnmpTrapOid)) {
     *description += " " + value.substr(value.find(':') + 1);
   } else {
     *description += " " + oid_text(name) + "=" + value;
@@ -267,20 +269,20 @@ Bytes build_notify(const SentNotification& notification) {
   append_word(&pdu, notification.packet_id);
   append_word(&pdu, 0);
   if (notification.uptime) {
-    append_binding(
-        &pdu,
-        {{kSysUpTime.begin(), kSysUpTime.end()}, kTypeTimeticks, word_value(*notification.uptime)});
+    append_binding(&pdu, {{kSysUpTime.begin(), kSysUpTime.end()},
+                          agentx::type::kTimeTicks,
+                          word_value(*notification.uptime)});
   }
   if (!notification.trap_oid.empty()) {
-    append_binding(
-        &pdu,
-        {{kSnmpTrapOid.begin(), kSnmpTrapOid.end()}, kTypeOid, oid_value(notification.trap_oid)});
+    append_binding(&pdu, {{kSnmpTrapOid.begin(), kSnmpTrapOid.end()},
+                          agentx::type::kObjectIdentifier,
+                          oid_value(notification.trap_oid)});
   }
   for (const SentBinding& binding : notification.bindings) {
     append_binding(&pdu, binding);
   }
-  const auto true_length = static_cast<uint32_t>(pdu.size() - kAgentxHeaderSize);
-  put_u32(pdu, 16, notification.payload_length.value_or(true_length));
+  const auto true_length = static_cast<uint32_t>(pdu.size() - agentx::header::kSize);
+  put_u32(pdu, agentx::header::kPayloadLength, notification.payload_length.value_or(true_length));
   return pdu;
 }
 
@@ -324,14 +326,14 @@ std::optional<SentBinding> parse_binding(std::string_view text, std::string* err
 }
 
 std::string describe_notify(std::span<const uint8_t> pdu) {
-  if (pdu.size() < kAgentxHeaderSize) {
+  if (pdu.size() < agentx::header::kSize) {
     return "AgentX PDU of " + std::to_string(pdu.size()) + " bytes";
   }
   std::string description = "notify";
-  if (get_u8(pdu, 1) != kPduNotify) {
-    description += " type=" + std::to_string(get_u8(pdu, 1));
+  if (get_u8(pdu, agentx::header::kType) != agentx::kNotify) {
+    description += " type=" + std::to_string(get_u8(pdu, agentx::header::kType));
   }
-  Cursor cursor = {pdu, kAgentxHeaderSize};
+  Cursor cursor = {pdu, agentx::header::kSize};
   while (cursor.at < pdu.size()) {
     if (!take_binding(&cursor, &description)) {
       return description + " (the rest cannot be read)";

@@ -12,30 +12,13 @@
 #include <vector>
 
 #include "lab/sim/text.h"
-
-// Type codes of variable bindings.
-inline constexpr uint16_t kTypeInteger = 2;
-inline constexpr uint16_t kTypeOctets = 4;
-inline constexpr uint16_t kTypeNull = 5;
-inline constexpr uint16_t kTypeOid = 6;
-inline constexpr uint16_t kTypeIpAddress = 64;
-inline constexpr uint16_t kTypeCounter32 = 65;
-inline constexpr uint16_t kTypeGauge32 = 66;
-inline constexpr uint16_t kTypeTimeticks = 67;
-inline constexpr uint16_t kTypeOpaque = 68;
-inline constexpr uint16_t kTypeCounter64 = 70;
-inline constexpr uint16_t kTypeNoSuchObject = 128;
-inline constexpr uint16_t kTypeNoSuchInstance = 129;
-inline constexpr uint16_t kTypeEndOfMibView = 130;
-
-inline constexpr uint8_t kPduNotify = 12;
-inline constexpr size_t kAgentxHeaderSize = 20;
+#include "wire/agentx.h"
 
 // One variable binding. value holds the bytes after the name exactly as they
 // travel, so that also a type that does not exist can be sent.
 struct SentBinding {
   OidNumbers name;
-  uint16_t type = kTypeNull;
+  uint16_t type = agentx::type::kNull;
   Bytes value;
 };
 
@@ -46,7 +29,7 @@ struct SentNotification {
   std::optional<uint32_t> uptime;  // hundredths of a second
   OidNumbers trap_oid;             // empty: no snmpTrapOID.0
   std::vector<SentBinding> bindings;
-  uint8_t pdu_type = kPduNotify;
+  uint8_t pdu_type = agentx::kNotify;
   uint32_t session_id = 1;
   uint32_t transaction_id = 0;
   uint32_t packet_id = 0;

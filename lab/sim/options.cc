@@ -3,13 +3,11 @@
 #include <algorithm>
 #include <utility>
 
-#include "bmc/chif.h"
+#include "wire/chif.h"
 
 namespace {
 
-constexpr uint32_t kFirstYear = 1990;
 constexpr uint32_t kLastYear = 2053;
-constexpr size_t kMostIpv6Entries = 12;
 
 bool has_key(const std::string& word, std::string_view key) {
   return word.size() > key.size() && word.starts_with(key) && word[key.size()] == '=';
@@ -54,7 +52,7 @@ std::optional<uint32_t> parse_date(std::string_view text) {
   const auto year = parse_number(pieces[0], kLastYear);
   const auto month = parse_number(pieces[1], 12);
   const auto day = parse_number(pieces[2], 31);
-  if (!year || !month || !day || *year < kFirstYear || *month == 0 || *day == 0) {
+  if (!year || !month || !day || *year < chif::mox_status::kFirstYear || *month == 0 || *day == 0) {
     return std::nullopt;
   }
   return pack_date(static_cast<uint32_t>(*year), static_cast<uint32_t>(*month),
@@ -73,7 +71,7 @@ std::optional<std::vector<Ipv6Entry>> parse_ipv6_entries(std::string_view text) 
     }
     entries.push_back({*address, static_cast<uint8_t>(*state)});
   }
-  return entries.size() <= kMostIpv6Entries ? std::optional(entries) : std::nullopt;
+  return entries.size() <= chif::ipv6_address::kEntries ? std::optional(entries) : std::nullopt;
 }
 
 // Takes a value and parses it; a value that does not parse is an error.
@@ -155,7 +153,7 @@ FieldChanges take_fields(Options* options) {
   changes.idx = narrow<uint16_t>(options->take_number("idx", UINT16_MAX));
   changes.more = narrow<uint16_t>(options->take_number("more", UINT16_MAX));
   changes.resplen = narrow<uint32_t>(options->take_number("resplen", UINT32_MAX));
-  changes.size = narrow<size_t>(options->take_number("size", kChifPacketMax));
+  changes.size = narrow<size_t>(options->take_number("size", chif::kPacketMax));
   return changes;
 }
 

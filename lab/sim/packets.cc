@@ -2,31 +2,14 @@
 
 #include <algorithm>
 
-#include "bmc/chif.h"
 #include "lab/sim/notification.h"
+#include "wire/chif.h"
+#include "wire/kcs.h"
 
 namespace {
 
-constexpr uint16_t kResponseBit = 0x8000;
+// A notification's command: any that is not spoken for would do.
 constexpr uint16_t kCmdNotification = 0x0194;
-constexpr size_t kStatusReplySize = 100;
-constexpr size_t kIpv4ReplySize = 276;
-constexpr size_t kIpv6ReplySize = 512;
-constexpr size_t kIpv6Entries = 12;
-
-// KCS in CHIF: network function and command, then the data of a request, or
-// the completion code and the data of a response.
-constexpr size_t kKcsFunction = 8;
-constexpr size_t kKcsCommand = 9;
-constexpr size_t kKcsRequestData = 10;
-constexpr size_t kKcsCompletion = 10;
-constexpr size_t kKcsResponseData = 11;
-constexpr uint8_t kOemFunction = 0x36;
-constexpr uint8_t kNvramCommand = 0x02;
-constexpr uint8_t kNvramGetOperation = 4;
-constexpr uint8_t kNvramSetOperation = 5;
-constexpr size_t kNvramLength = 11;
-constexpr size_t kNvramName = 13;
 
 struct KindName {
   PacketKind kind;
@@ -49,11 +32,11 @@ constexpr std::array<KindName, 12> kKindNames = {{
 
 PacketKind classify_session(uint16_t subcommand) {
   switch (subcommand) {
-    case kSubHello:
+    case chif::session_request::kHello:
       return PacketKind::kHello;
-    case kSubBye:
+    case chif::session_request::kBye:
       return PacketKind::kBye;
-    case kSubConnect:
+    case chif::session_request::kConnect:
       return PacketKind::kConnect;
     default:
       return PacketKind::kUnknown;
@@ -61,14 +44,15 @@ PacketKind classify_session(uint16_t subcommand) {
 }
 
 PacketKind classify_kcs(std::span<const uint8_t> packet) {
-  if (get_u8(packet, kKcsFunction) != kOemFunction << 2 ||
-      get_u8(packet, kKcsCommand) != kNvramCommand) {
+  if (get_u8(packet, kcs::kNetworkFunction) != kcs::kOemNetworkFunction
+                                                   << kcs::kNetworkFunctionShift ||
+      get_u8(packet, kcs::kCommand) != kcs::kOemNvramCommand) {
     return PacketKind::kOtherKcs;
   }
-  switch (get_u8(packet, kKcsRequestData)) {
-    case kNvramGetOperation:
+  switch (get_u8(packet, kcs::request::kData + nvram::request::kOperation)) {
+    case nvram::request::kGet:
       return PacketKind::kNvramGet;
-    case kNvramSetOperation:
+    case nvram::request::kSet:
       return PacketKind::kNvramSet;
     default:
       return PacketKind::kOtherKcs;
@@ -77,21 +61,22 @@ PacketKind classify_kcs(std::span<const uint8_t> packet) {
 
 Bytes empty_packet(size_t size, uint16_t seqno, uint16_t cmdno, uint16_t svc) {
   Bytes packet(size);
-  put_chif_header(packet, static_cast<uint16_t>(size), seqno, cmdno, svc);
+  chif::put_header(packet, static_cast<uint16_t>(size), seqno, cmdno, svc);
   return packet;
 }
 
 Bytes reply_to(std::span<const uint8_t> request, size_t size) {
-  return empty_packet(size, get_u16(request, kChifSeqno),
-                      get_u16(request, kChifCmdno) | kResponseBit, get_u16(request, kChifSvc));
+  return empty_packet(size, get_u16(request, chif::header::kSeqno),
+                      get_u16(request, chif::header::kCmdno) | chif::kResponseBit,
+                      get_u16(request, chif::header::kSvc));
 }
 
 // A packet of the proxy service with text from offset 16 and a zero byte after
 // it. Text beyond a packet's end is left out.
 Bytes text_packet(uint16_t cmdno, std::string_view text) {
-  const size_t length = std::min(text.size(), kChifPacketMax - kChifPayload - 1);
-  Bytes packet = empty_packet(kChifPayload + length + 1, 0, cmdno, kSvcProxy);
-  std::copy_n(text.begin(), length, packet.begin() + kChifPayload);
+  const size_t length = std::min(text.size(), chif::kPacketMax - chif::kBodyStart - 1);
+  Bytes packet = empty_packet(chif::kBodyStart + length + 1, 0, cmdno, chif::kSvcProxy);
+  std::copy_n(text.begin(), length, packet.begin() + chif::kBodyStart);
   return packet;
 }
 
@@ -102,7 +87,7 @@ std::string hex_word(uint16_t value) {
 }
 
 std::string with_seqno(std::string_view what, std::span<const uint8_t> packet) {
-  return std::string(what) + ", seqno " + std::to_string(get_u16(packet, kChifSeqno));
+  return std::string(what) + ", seqno " + std::to_string(get_u16(packet, chif::header::kSeqno));
 }
 
 std::span<const uint8_t> from(std::span<const uint8_t> packet, size_t offset) {
@@ -115,13 +100,13 @@ std::string text_at(std::span<const uint8_t> packet, size_t offset) {
 }
 
 std::string describe_shutdown(std::span<const uint8_t> packet) {
-  const uint32_t action = get_u32(packet, kChifErrcode);
-  const auto delay = static_cast<int32_t>(get_u32(packet, kChifAgentxRespLen));
-  const std::string reason = text_at(packet, kChifPayload);
-  if ((action & kActionReboot) != 0) {
+  const uint32_t action = get_u32(packet, chif::shutdown::kAction);
+  const auto delay = static_cast<int32_t>(get_u32(packet, chif::shutdown::kDelay));
+  const std::string reason = text_at(packet, chif::shutdown::kReason);
+  if ((action & chif::shutdown::kReboot) != 0) {
     return "reboot request, in " + std::to_string(delay) + " s, reason " + reason;
   }
-  if ((action & kActionAbort) != 0) {
+  if ((action & chif::shutdown::kAbort) != 0) {
     return "shutdown abort, reason " + reason;
   }
   return "shutdown request, in " + std::to_string(delay) + " s, reason " + reason;
@@ -129,33 +114,35 @@ std::string describe_shutdown(std::span<const uint8_t> packet) {
 
 std::string describe_kcs_reply(std::span<const uint8_t> packet) {
   std::string text = with_seqno("KCS reply", packet) + ", completion code " +
-                     std::to_string(get_u8(packet, kKcsCompletion));
-  if (get_u8(packet, kKcsFunction) == (kOemFunction + 1) << 2 &&
-      get_u8(packet, kKcsCommand) == kNvramCommand) {
-    text += ", data " + hex_text(from(packet, kKcsResponseData));
+                     std::to_string(get_u8(packet, kcs::response::kCompletionCode));
+  if (get_u8(packet, kcs::kNetworkFunction) == (kcs::kOemNetworkFunction + 1)
+                                                   << kcs::kNetworkFunctionShift &&
+      get_u8(packet, kcs::kCommand) == kcs::kOemNvramCommand) {
+    text += ", data " + hex_text(from(packet, kcs::response::kData));
   }
   return text;
 }
 
 std::string describe_session_reply(std::span<const uint8_t> packet) {
   std::string text = with_seqno("session reply", packet);
-  if (const uint32_t error = get_u32(packet, kChifErrcode); error != 0) {
+  if (const uint32_t error = get_u32(packet, chif::session_reply::kErrcode); error != 0) {
     text += ", errcode " + std::to_string(error);
   }
-  if (const uint16_t more = get_u16(packet, kChifMore); more != 0) {
+  if (const uint16_t more = get_u16(packet, chif::session_reply::kMore); more != 0) {
     text += ", more " + std::to_string(more);
   }
   return text + ", " + std::to_string(packet.size()) + " bytes";
 }
 
 std::string describe_agentx(std::span<const uint8_t> packet) {
-  const auto payload = from(packet, kChifPayload);
-  const size_t claimed = get_u32(packet, kChifAgentxRespLen);
+  const auto payload = from(packet, chif::notification::kPdu);
+  const size_t claimed = get_u32(packet, chif::notification::kAgentxRespLen);
   std::string text = describe_notify(payload.first(std::min(claimed, payload.size())));
-  const uint16_t cmdno = get_u16(packet, kChifCmdno);
-  if (cmdno == kCmdStatus || cmdno == kCmdStatusShortResponse || cmdno == kCmdStatusResponse) {
+  const uint16_t cmdno = get_u16(packet, chif::header::kCmdno);
+  if (cmdno == chif::kCmdStatus || cmdno == chif::kCmdStatusShortResponse ||
+      cmdno == chif::kCmdStatusResponse) {
     return "status " + hex_word(cmdno) + ", error " +
-           std::to_string(get_u32(packet, kChifErrcode)) + ", " + text;
+           std::to_string(get_u32(packet, chif::notification::kErrcode)) + ", " + text;
   }
   return text;
 }
@@ -163,25 +150,25 @@ std::string describe_agentx(std::span<const uint8_t> packet) {
 }  // namespace
 
 PacketKind classify(std::span<const uint8_t> packet) {
-  if (packet.size() < kChifHeaderSize) {
+  if (packet.size() < chif::header::kSize) {
     return PacketKind::kUnknown;
   }
-  const uint16_t svc = get_u16(packet, kChifSvc);
-  switch (get_u16(packet, kChifCmdno)) {
-    case kCmdKcs:
-      return svc == kSvcKcs ? classify_kcs(packet) : PacketKind::kUnknown;
-    case kCmdMoxStatus:
+  const uint16_t svc = get_u16(packet, chif::header::kSvc);
+  switch (get_u16(packet, chif::header::kCmdno)) {
+    case chif::kCmdKcs:
+      return svc == chif::kSvcKcs ? classify_kcs(packet) : PacketKind::kUnknown;
+    case chif::kCmdMoxStatus:
       return PacketKind::kStatusQuery;
-    case kCmdIpv4Address:
+    case chif::kCmdIpv4Address:
       return PacketKind::kIpv4Query;
-    case kCmdIpv6Address:
+    case chif::kCmdIpv6Address:
       return PacketKind::kIpv6Query;
-    case kCmdHello:
-    case kCmdHelloShort:
-      return classify_session(get_u16(packet, kChifErrcode));
-    case kCmdImlLogAck:
+    case chif::kCmdHello:
+    case chif::kCmdHelloShort:
+      return classify_session(get_u16(packet, chif::session_request::kSubcommand));
+    case chif::kCmdImlLogAck:
       return PacketKind::kLogAck;
-    case kCmdShutdownAck:
+    case chif::kCmdShutdownAck:
       return PacketKind::kShutdownAck;
     default:
       return PacketKind::kUnknown;
@@ -204,7 +191,7 @@ std::string describe_to_bmc(std::span<const uint8_t> packet) {
       return with_seqno("hello", packet);
     case PacketKind::kConnect:
       return with_seqno("connect", packet) + ", parameter " +
-             std::to_string(get_u32(packet, kChifAgentxRespLen));
+             std::to_string(get_u32(packet, chif::session_request::kParameter));
     case PacketKind::kBye:
       return with_seqno("goodbye", packet);
     case PacketKind::kStatusQuery:
@@ -214,7 +201,8 @@ std::string describe_to_bmc(std::span<const uint8_t> packet) {
     case PacketKind::kNvramSet:
       return "write of variable " + nvram_name(packet) + "=" + hex_text(nvram_value(packet));
     case PacketKind::kOtherKcs:
-      return with_seqno("KCS request", packet) + ", " + hex_text(from(packet, kKcsFunction));
+      return with_seqno("KCS request", packet) + ", " +
+             hex_text(from(packet, kcs::kNetworkFunction));
     case PacketKind::kIpv4Query:
       return "IPv4 address query";
     case PacketKind::kIpv6Query:
@@ -230,26 +218,28 @@ std::string describe_to_bmc(std::span<const uint8_t> packet) {
 }
 
 std::string describe_from_bmc(std::span<const uint8_t> packet) {
-  if (packet.size() <= kChifHeaderSize) {
+  if (packet.size() <= chif::header::kSize) {
     return packet.empty() ? "empty read" : "packet " + hex_text(packet);
   }
-  switch (get_u16(packet, kChifCmdno)) {
-    case kCmdHelloResponse:
-    case kCmdHelloShortResponse:
+  switch (get_u16(packet, chif::header::kCmdno)) {
+    case chif::kCmdHelloResponse:
+    case chif::kCmdHelloShortResponse:
       return describe_session_reply(packet);
-    case kCmdMoxStatus | kResponseBit:
-      return "status reply, generation " + std::to_string(static_cast<int8_t>(get_u8(packet, 71))) +
-             ", firmware " + std::to_string(get_u8(packet, 17)) + "." +
-             std::to_string(get_u8(packet, 16));
-    case kCmdKcs | kResponseBit:
+    case chif::kCmdMoxStatus | chif::kResponseBit:
+      return "status reply, generation " +
+             std::to_string(static_cast<int8_t>(get_u8(packet, chif::mox_status::kApplication))) +
+             ", firmware " +
+             std::to_string(get_u8(packet, chif::mox_status::kFirmwareVersion + 1)) + "." +
+             std::to_string(get_u8(packet, chif::mox_status::kFirmwareVersion));
+    case chif::kCmdKcs | chif::kResponseBit:
       return describe_kcs_reply(packet);
-    case kCmdIpv4Address | kResponseBit:
+    case chif::kCmdIpv4Address | chif::kResponseBit:
       return "IPv4 address reply";
-    case kCmdIpv6Address | kResponseBit:
+    case chif::kCmdIpv6Address | chif::kResponseBit:
       return "IPv6 address reply";
-    case kCmdImlLog:
-      return "log text " + text_at(packet, kChifPayload);
-    case kCmdShutdown:
+    case chif::kCmdImlLog:
+      return "log text " + text_at(packet, chif::log_text::kText);
+    case chif::kCmdShutdown:
       return describe_shutdown(packet);
     default:
       return describe_agentx(packet);
@@ -259,7 +249,7 @@ std::string describe_from_bmc(std::span<const uint8_t> packet) {
 void change_fields(Bytes* packet, const FieldChanges& changes) {
   if (changes.size) {
     packet->resize(*changes.size);
-    put_u16(*packet, kChifPktsize, static_cast<uint16_t>(*changes.size));
+    put_u16(*packet, chif::header::kPktsize, static_cast<uint16_t>(*changes.size));
   }
   const auto put_16 = [packet](size_t offset, std::optional<uint16_t> value) {
     if (value) {
@@ -271,48 +261,51 @@ void change_fields(Bytes* packet, const FieldChanges& changes) {
       put_u32(*packet, offset, *value);
     }
   };
-  put_16(kChifPktsize, changes.pktsize);
-  put_16(kChifSeqno, changes.seqno);
-  put_16(kChifCmdno, changes.cmdno);
-  put_16(kChifSvc, changes.svc);
-  put_32(kChifErrcode, changes.errcode);
-  put_32(kChifAgentxRespLen, changes.resplen);
-  put_16(kChifIdx, changes.idx);
-  put_16(kChifMore, changes.more);
+  put_16(chif::header::kPktsize, changes.pktsize);
+  put_16(chif::header::kSeqno, changes.seqno);
+  put_16(chif::header::kCmdno, changes.cmdno);
+  put_16(chif::header::kSvc, changes.svc);
+  put_32(chif::notification::kErrcode, changes.errcode);
+  put_32(chif::notification::kAgentxRespLen, changes.resplen);
+  put_16(chif::session_reply::kIdx, changes.idx);
+  put_16(chif::session_reply::kMore, changes.more);
 }
 
 Bytes notification_packet(std::span<const uint8_t> pdu) {
-  Bytes packet = empty_packet(kChifPayload + pdu.size(), 0, kCmdNotification, kSvcProxy);
-  put_u32(packet, kChifAgentxRespLen, static_cast<uint32_t>(pdu.size()));
-  std::ranges::copy(pdu, packet.begin() + kChifPayload);
+  Bytes packet =
+      empty_packet(chif::notification::kPdu + pdu.size(), 0, kCmdNotification, chif::kSvcProxy);
+  put_u32(packet, chif::notification::kAgentxRespLen, static_cast<uint32_t>(pdu.size()));
+  std::ranges::copy(pdu, packet.begin() + chif::notification::kPdu);
   return packet;
 }
 
 Bytes log_packet(std::string_view text) {
-  Bytes packet = text_packet(kCmdImlLog, text);
-  put_u16(packet, kChifErrcode, static_cast<uint16_t>(packet.size() - kChifPayload - 1));
+  Bytes packet = text_packet(chif::kCmdImlLog, text);
+  put_u16(packet, chif::log_text::kLength,
+          static_cast<uint16_t>(packet.size() - chif::log_text::kText - 1));
   return packet;
 }
 
 Bytes shutdown_packet(uint32_t action, int32_t delay_seconds, std::string_view reason) {
-  Bytes packet = text_packet(kCmdShutdown, reason);
-  put_u32(packet, kChifErrcode, action);
-  put_u32(packet, kChifAgentxRespLen, static_cast<uint32_t>(delay_seconds));
+  Bytes packet = text_packet(chif::kCmdShutdown, reason);
+  put_u32(packet, chif::shutdown::kAction, action);
+  put_u32(packet, chif::shutdown::kDelay, static_cast<uint32_t>(delay_seconds));
   return packet;
 }
 
 Bytes status_packet(uint16_t command, uint32_t error) {
-  Bytes packet = empty_packet(kChifPayload + 4, 0, command, kSvcProxy);
-  put_u32(packet, kChifErrcode, error);
+  Bytes packet = empty_packet(chif::kBodyStart + 4, 0, command, chif::kSvcProxy);
+  put_u32(packet, chif::notification::kErrcode, error);
   return packet;
 }
 
 Bytes hello_response_packet(uint16_t command) {
-  return empty_packet(kChifPayload + 4, 0, command, kSvcProxy);
+  return empty_packet(chif::kBodyStart + 4, 0, command, chif::kSvcProxy);
 }
 
 uint32_t pack_date(uint32_t year, uint32_t month, uint32_t day) {
-  return ((year - 1990) << 26) | (month << 22) | (day << 17);
+  return ((year - chif::mox_status::kFirstYear) << chif::mox_status::kYearShift) |
+         (month << chif::mox_status::kMonthShift) | (day << chif::mox_status::kDayShift);
 }
 
 Bytes session_reply(std::span<const uint8_t> request, size_t size) {
@@ -320,31 +313,32 @@ Bytes session_reply(std::span<const uint8_t> request, size_t size) {
 }
 
 Bytes status_reply(std::span<const uint8_t> request, const BmcIdentity& identity) {
-  Bytes packet = reply_to(request, kStatusReplySize);
-  put_u8(packet, 16, identity.firmware_minor);
-  put_u8(packet, 17, identity.firmware_major);
-  put_u32(packet, 18, identity.firmware_date);
-  put_u8(packet, 71, static_cast<uint8_t>(identity.generation));
+  Bytes packet = reply_to(request, chif::mox_status::kSize);
+  put_u8(packet, chif::mox_status::kFirmwareVersion, identity.firmware_minor);
+  put_u8(packet, chif::mox_status::kFirmwareVersion + 1, identity.firmware_major);
+  put_u32(packet, chif::mox_status::kFirmwareDate, identity.firmware_date);
+  put_u8(packet, chif::mox_status::kApplication, static_cast<uint8_t>(identity.generation));
   return packet;
 }
 
 Bytes ipv4_reply(std::span<const uint8_t> request, const BmcIdentity& identity) {
-  Bytes packet = reply_to(request, kIpv4ReplySize);
-  std::ranges::reverse_copy(identity.ipv4, packet.begin() + 32);
+  Bytes packet = reply_to(request, chif::ipv4_address::kSize);
+  std::ranges::reverse_copy(identity.ipv4, packet.begin() + chif::ipv4_address::kLastOctet);
   return packet;
 }
 
 Bytes ipv6_reply(std::span<const uint8_t> request, const BmcIdentity& identity) {
-  Bytes packet = reply_to(request, kIpv6ReplySize);
-  put_u32(packet, 12, identity.ipv6_options);
-  for (size_t i = 0; i < kIpv6Entries; ++i) {
-    const size_t entry = 20 + 20 * i;
+  Bytes packet = reply_to(request, chif::ipv6_address::kSize);
+  put_u32(packet, chif::ipv6_address::kOptions, identity.ipv6_options);
+  for (size_t i = 0; i < chif::ipv6_address::kEntries; ++i) {
+    const size_t entry = i * chif::ipv6_address::kEntrySize;
     if (i < identity.ipv6_entries.size()) {
-      std::ranges::copy(identity.ipv6_entries[i].address,
-                        packet.begin() + static_cast<std::ptrdiff_t>(entry));
-      put_u8(packet, entry + 18, identity.ipv6_entries[i].state);
+      std::ranges::copy(
+          identity.ipv6_entries[i].address,
+          packet.begin() + static_cast<std::ptrdiff_t>(chif::ipv6_address::kFirstAddress + entry));
+      put_u8(packet, chif::ipv6_address::kFirstState + entry, identity.ipv6_entries[i].state);
     } else {
-      put_u8(packet, entry + 18, UINT8_MAX);  // not in use
+      put_u8(packet, chif::ipv6_address::kFirstState + entry, UINT8_MAX);  // not in use
     }
   }
   return packet;
@@ -352,19 +346,21 @@ Bytes ipv6_reply(std::span<const uint8_t> request, const BmcIdentity& identity) 
 
 Bytes kcs_reply(std::span<const uint8_t> request, uint8_t completion_code,
                 std::span<const uint8_t> data) {
-  const size_t length = std::min(data.size(), kChifPacketMax - kKcsResponseData);
-  Bytes packet = reply_to(request, kKcsResponseData + length);
-  put_u8(packet, kKcsFunction, static_cast<uint8_t>(get_u8(request, kKcsFunction) + (1 << 2)));
-  put_u8(packet, kKcsCommand, get_u8(request, kKcsCommand));
-  put_u8(packet, kKcsCompletion, completion_code);
-  std::copy_n(data.begin(), length, packet.begin() + kKcsResponseData);
+  const size_t length = std::min(data.size(), chif::kPacketMax - kcs::response::kData);
+  Bytes packet = reply_to(request, kcs::response::kData + length);
+  put_u8(packet, kcs::kNetworkFunction,
+         static_cast<uint8_t>(get_u8(request, kcs::kNetworkFunction) +
+                              (1 << kcs::kNetworkFunctionShift)));
+  put_u8(packet, kcs::kCommand, get_u8(request, kcs::kCommand));
+  put_u8(packet, kcs::response::kCompletionCode, completion_code);
+  std::copy_n(data.begin(), length, packet.begin() + kcs::response::kData);
   return packet;
 }
 
 Bytes nvram_get_reply(std::span<const uint8_t> request, const Variables& variables) {
   const auto variable = variables.find(nvram_name(request));
   if (variable == variables.end()) {
-    return kcs_reply(request, 0, std::to_array<uint8_t>({0, kNvramNotFound, 0, 0}));
+    return kcs_reply(request, 0, std::to_array<uint8_t>({0, nvram::response::kNotFound, 0, 0}));
   }
   const Bytes& value = variable->second;
   Bytes data(4);
@@ -378,12 +374,14 @@ Bytes nvram_set_reply(std::span<const uint8_t> request) {
 }
 
 std::string nvram_name(std::span<const uint8_t> request) {
-  const auto rest = from(request, kNvramName);
+  const auto rest = from(request, kcs::request::kData + nvram::request::kName);
   return {rest.begin(), std::ranges::find(rest, 0)};
 }
 
 Bytes nvram_value(std::span<const uint8_t> request) {
-  const auto value = from(request, kNvramName + nvram_name(request).size() + 1);
-  const size_t length = std::min<size_t>(get_u16(request, kNvramLength), value.size());
+  const auto value =
+      from(request, kcs::request::kData + nvram::request::kName + nvram_name(request).size() + 1);
+  const size_t length = std::min<size_t>(
+      get_u16(request, kcs::request::kData + nvram::request::kLength), value.size());
   return {value.begin(), value.begin() + static_cast<std::ptrdiff_t>(length)};
 }

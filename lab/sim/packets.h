@@ -54,7 +54,7 @@ struct FieldChanges {
   std::optional<uint16_t> idx;      // u16 at 12
   std::optional<uint16_t> more;     // u16 at 14
   std::optional<uint32_t> resplen;  // u32 at 12
-  std::optional<size_t> size;       // at most kChifPacketMax
+  std::optional<size_t> size;       // at most chif::kPacketMax
 };
 void change_fields(Bytes* packet, const FieldChanges& changes);
 
@@ -64,11 +64,6 @@ Bytes log_packet(std::string_view text);
 Bytes shutdown_packet(uint32_t action, int32_t delay_seconds, std::string_view reason);
 Bytes status_packet(uint16_t command, uint32_t error);
 Bytes hello_response_packet(uint16_t command);
-
-// Bits of a shutdown request's action.
-inline constexpr uint32_t kActionPowerOff = 0;
-inline constexpr uint32_t kActionReboot = 1;
-inline constexpr uint32_t kActionAbort = 2;
 
 // What the BMC tells about itself.
 struct Ipv6Entry {
@@ -92,8 +87,6 @@ uint32_t pack_date(uint32_t year, uint32_t month, uint32_t day);
 using Variables = std::map<std::string, Bytes, std::less<>>;
 
 // Answers to requests; each carries its request's seqno.
-inline constexpr uint8_t kNvramNotFound = 0x88;
-inline constexpr uint8_t kInvalidCommand = 0xC1;  // an IPMI completion code
 Bytes session_reply(std::span<const uint8_t> request, size_t size);
 Bytes status_reply(std::span<const uint8_t> request, const BmcIdentity& identity);
 Bytes ipv4_reply(std::span<const uint8_t> request, const BmcIdentity& identity);

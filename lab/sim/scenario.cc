@@ -9,10 +9,10 @@
 #include <fstream>
 #include <sstream>
 
-#include "bmc/chif.h"
 #include "lab/sim/notification.h"
 #include "lab/sim/options.h"
 #include "lab/sim/simulator.h"
+#include "wire/chif.h"
 
 namespace {
 
@@ -105,9 +105,9 @@ ParsedEvent finish_notification(SentNotification notification, Options* options)
     notification.bindings.push_back(*binding);
   }
   Bytes packet = notification_packet(build_notify(notification));
-  if (packet.size() > kChifPacketMax && !changes.size) {
+  if (packet.size() > chif::kPacketMax && !changes.size) {
     return failed("the notification has " + std::to_string(packet.size()) +
-                  " bytes, and a packet at most " + std::to_string(kChifPacketMax));
+                  " bytes, and a packet at most " + std::to_string(chif::kPacketMax));
   }
   change_fields(&packet, changes);
   return finished(*options, PushEvent{std::move(packet), changes.seqno.has_value()});
@@ -138,7 +138,7 @@ ParsedEvent parse_log(Arguments arguments) {
   Options options(arguments);
   Bytes packet = log_packet(options.take_word());
   if (const auto length = options.take_number("length", UINT16_MAX)) {
-    put_u16(packet, kChifErrcode, static_cast<uint16_t>(*length));
+    put_u16(packet, chif::log_text::kLength, static_cast<uint16_t>(*length));
   }
   return push(std::move(packet), &options);
 }
@@ -153,13 +153,13 @@ ParsedEvent parse_shutdown(Arguments arguments, uint32_t usual_action) {
 }
 
 ParsedEvent parse_power_off(Arguments arguments) {
-  return parse_shutdown(arguments, kActionPowerOff);
+  return parse_shutdown(arguments, chif::shutdown::kPowerOff);
 }
 ParsedEvent parse_reboot(Arguments arguments) {
-  return parse_shutdown(arguments, kActionReboot);
+  return parse_shutdown(arguments, chif::shutdown::kReboot);
 }
 ParsedEvent parse_abort(Arguments arguments) {
-  return parse_shutdown(arguments, kActionAbort);
+  return parse_shutdown(arguments, chif::shutdown::kAbort);
 }
 
 ParsedEvent parse_status(Arguments arguments) {
@@ -175,7 +175,7 @@ ParsedEvent parse_status(Arguments arguments) {
 
 ParsedEvent parse_hello_response(Arguments arguments) {
   Options options(arguments);
-  return push(hello_response_packet(kCmdHelloResponse), &options);
+  return push(hello_response_packet(chif::kCmdHelloResponse), &options);
 }
 
 ParsedEvent parse_raw(Arguments arguments) {
@@ -187,8 +187,8 @@ ParsedEvent parse_raw(Arguments arguments) {
   if (!bytes) {
     return failed("raw needs pairs of hexadecimal digits");
   }
-  if (bytes->size() > kChifPacketMax) {
-    return failed("a packet has at most " + std::to_string(kChifPacketMax) + " bytes");
+  if (bytes->size() > chif::kPacketMax) {
+    return failed("a packet has at most " + std::to_string(chif::kPacketMax) + " bytes");
   }
   return {PushEvent{*bytes, true}, ""};
 }

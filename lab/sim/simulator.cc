@@ -7,18 +7,15 @@
 #include <chrono>
 #include <cstring>
 
-#include "bmc/chif.h"
 #include "lab/shim/faults.h"
 #include "lab/sim/nvram.h"
+#include "wire/chif.h"
+#include "wire/kcs.h"
 
 namespace {
 
 constexpr size_t kHelloReplySize = 20;
 constexpr size_t kConnectReplySize = 16;
-constexpr size_t kShortByeReplySize = 12;
-constexpr size_t kKcsCompletion = 10;
-constexpr size_t kNvramStatus = 12;
-constexpr size_t kNvramLength = 13;
 
 // A utility query is read for this often before the host gives up.
 constexpr int kReadAttempts = 10;
@@ -43,9 +40,9 @@ Bytes true_answer(const Simulator& simulator, PacketKind kind, std::span<const u
     case PacketKind::kConnect:
       return session_reply(request, kConnectReplySize);
     case PacketKind::kBye:
-      return session_reply(request, get_u16(request, kChifCmdno) == kCmdHelloShort
-                                        ? kShortByeReplySize
-                                        : kChifReplyMax);
+      return session_reply(request, get_u16(request, chif::header::kCmdno) == chif::kCmdHelloShort
+                                        ? chif::session_request::kShortSize
+                                        : chif::session_reply::kMax);
     case PacketKind::kStatusQuery:
       return status_reply(request, simulator.identity);
     case PacketKind::kNvramGet:
@@ -62,7 +59,7 @@ Bytes true_answer(const Simulator& simulator, PacketKind kind, std::span<const u
     case PacketKind::kUnknown:
       break;
   }
-  return kcs_reply(request, kInvalidCommand, {});
+  return kcs_reply(request, kcs::kCompletionInvalidCommand, {});
 }
 
 void change_answer(Bytes* packet, const AnswerEvent& changes) {
@@ -70,17 +67,17 @@ void change_answer(Bytes* packet, const AnswerEvent& changes) {
     *packet = *changes.packet;
   }
   if (changes.seqno_offset != 0) {
-    put_u16(*packet, kChifSeqno,
-            static_cast<uint16_t>(get_u16(*packet, kChifSeqno) + changes.seqno_offset));
+    put_u16(*packet, chif::header::kSeqno,
+            static_cast<uint16_t>(get_u16(*packet, chif::header::kSeqno) + changes.seqno_offset));
   }
   if (changes.completion) {
-    put_u8(*packet, kKcsCompletion, *changes.completion);
+    put_u8(*packet, kcs::response::kCompletionCode, *changes.completion);
   }
   if (changes.nvram_status) {
-    put_u8(*packet, kNvramStatus, *changes.nvram_status);
+    put_u8(*packet, kcs::response::kData + nvram::response::kStatus, *changes.nvram_status);
   }
   if (changes.nvram_length) {
-    put_u16(*packet, kNvramLength, *changes.nvram_length);
+    put_u16(*packet, kcs::response::kData + nvram::response::kLength, *changes.nvram_length);
   }
   change_fields(packet, changes.fields);
 }
@@ -152,7 +149,7 @@ struct Executor {
   std::string operator()(const PushEvent& event) const {
     Bytes packet = event.packet;
     if (!event.keep_seqno) {
-      put_u16(packet, kChifSeqno, simulator->next_seqno++);
+      put_u16(packet, chif::header::kSeqno, simulator->next_seqno++);
     }
     return simulator->push(simulator->session_channel(), packet)
                ? ""

@@ -10,9 +10,9 @@
 #include <filesystem>
 #include <span>
 
-#include "bmc/chif.h"
 #include "lab/sim/scenario.h"
 #include "lab/timeline/show.h"
+#include "wire/chif.h"
 
 namespace {
 
@@ -35,10 +35,11 @@ std::string load_agent(const std::string& path, std::vector<std::string>* notifi
   const Scenario scenario = load_scenario(path);
   for (const ScenarioLine& line : scenario.lines) {
     const auto* push = std::get_if<PushEvent>(&line.event);
-    if (push == nullptr || push->packet.size() < kChifPayload) {
+    if (push == nullptr || push->packet.size() < chif::notification::kPdu) {
       return path + ":" + std::to_string(line.number) + ": an agent can only notify";
     }
-    notifications->emplace_back(push->packet.begin() + kChifPayload, push->packet.end());
+    notifications->emplace_back(push->packet.begin() + chif::notification::kPdu,
+                                push->packet.end());
   }
   return scenario.error;
 }

@@ -11,6 +11,7 @@
 
 #include "lab/sim/channel_server.h"
 #include "tests/e2e/process.h"
+#include "wire/agentx.h"
 
 namespace {
 
@@ -18,22 +19,17 @@ constexpr const char* kPath = "/tmp/agentx-master";
 constexpr std::chrono::seconds kLimit(60);
 constexpr int kLookMs = 5;
 
-constexpr size_t kHeaderSize = 20;
-constexpr size_t kType = 1;
-constexpr size_t kFlags = 2;
-constexpr size_t kPayloadLength = 16;
 constexpr uint8_t kNetworkByteOrder = 0x10;
-constexpr uint8_t kNotify = 12;
 constexpr uint8_t kResponse = 18;
 
 bool is_big_endian(const Bytes& pdu) {
-  return (pdu[kFlags] & kNetworkByteOrder) != 0;
+  return (pdu[agentx::header::kFlags] & kNetworkByteOrder) != 0;
 }
 
 size_t payload_length(const Bytes& pdu) {
   size_t length = 0;
   for (size_t i = 0; i < 4; ++i) {
-    const size_t offset = kPayloadLength + (is_big_endian(pdu) ? i : 3 - i);
+    const size_t offset = agentx::header::kPayloadLength + (is_big_endian(pdu) ? i : 3 - i);
     length = length << 8 | pdu[offset];
   }
   return length;
@@ -41,9 +37,9 @@ size_t payload_length(const Bytes& pdu) {
 
 // Success, in the byte order and with the numbers of the request.
 Bytes response_to(const Bytes& request) {
-  Bytes response(request.begin(), request.begin() + kPayloadLength);
-  response[kType] = kResponse;
-  response[kFlags] &= kNetworkByteOrder;
+  Bytes response(request.begin(), request.begin() + agentx::header::kPayloadLength);
+  response[agentx::header::kType] = kResponse;
+  response[agentx::header::kFlags] &= kNetworkByteOrder;
   const Bytes length = is_big_endian(request) ? Bytes{0, 0, 0, 8} : Bytes{8, 0, 0, 0};
   response.insert(response.end(), length.begin(), length.end());
   response.insert(response.end(), 8, 0);  // sysUpTime, error, index
@@ -52,10 +48,10 @@ Bytes response_to(const Bytes& request) {
 
 // Cuts the complete PDUs off the front of what was received, answering each.
 void take_pdus(Bytes* received, int fd, std::vector<Bytes>* pdus) {
-  while (received->size() >= kHeaderSize &&
-         received->size() >= kHeaderSize + payload_length(*received)) {
-    const auto end =
-        received->begin() + static_cast<std::ptrdiff_t>(kHeaderSize + payload_length(*received));
+  while (received->size() >= agentx::header::kSize &&
+         received->size() >= agentx::header::kSize + payload_length(*received)) {
+    const auto end = received->begin() +
+                     static_cast<std::ptrdiff_t>(agentx::header::kSize + payload_length(*received));
     pdus->emplace_back(received->begin(), end);
     received->erase(received->begin(), end);
     const Bytes response = response_to(pdus->back());
@@ -125,7 +121,7 @@ Capture capture_agentxtrap(const std::vector<std::string>& arguments) {
         "agentxtrap ended with " + std::to_string(client.status()) + ": " + client.err();
   }
   for (const Bytes& pdu : capture.pdus) {
-    if (pdu[kType] == kNotify) {
+    if (pdu[agentx::header::kType] == agentx::kNotify) {
       capture.notify = pdu;
     }
   }

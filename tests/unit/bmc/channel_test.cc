@@ -6,9 +6,9 @@
 #include <array>
 #include <cerrno>
 
-#include "bmc/chif.h"
 #include "log/debug_flags.h"
 #include "tests/unit/bmc/bmc_script.h"
+#include "wire/chif.h"
 
 namespace {
 
@@ -151,16 +151,16 @@ TEST_F(Channel, ReadZeroesWhatAShortPacketDoesNotCover) {
 }
 
 TEST_F(Channel, ReadFillsAWholePacket) {
-  const Bytes packet(kChifPacketMax, 0x5A);
+  const Bytes packet(chif::kPacketMax, 0x5A);
   script.ioctl(kFd).gives(packet);
-  Bytes destination(kChifPacketMax, 0);
+  Bytes destination(chif::kPacketMax, 0);
   EXPECT_EQ(readMP(kFd, destination), 4096);
   EXPECT_EQ(destination, packet);
 }
 
 TEST_F(Channel, ReadZeroesADestinationBeyondTheLargestPacket) {
-  script.ioctl(kFd).gives(Bytes(kChifPacketMax, 0x5A));
-  Bytes destination(kChifPacketMax + 3, 0xEE);
+  script.ioctl(kFd).gives(Bytes(chif::kPacketMax, 0x5A));
+  Bytes destination(chif::kPacketMax + 3, 0xEE);
   EXPECT_EQ(readMP(kFd, destination), 4096);
   EXPECT_EQ(destination[4095], 0x5A);
   EXPECT_EQ(hex_of(std::span(destination).last(3)), "00 00 00");

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "tests/unit/bmc/bmc_script.h"
+#include "wire/kcs.h"
 
 namespace {
 
@@ -94,7 +95,7 @@ TEST_F(GetVariable, ReadsAsZeroWhatNoPacketCanHold) {
 TEST_F(GetVariable, ReportsAVariableThatDoesNotExist) {
   expect_nvram(kFd, kGetOneByte, "00 88 01 00 51");
   EXPECT_EQ(run(1), 0);
-  EXPECT_EQ(status, kEvNotFound);
+  EXPECT_EQ(status, nvram::response::kNotFound);
   EXPECT_EQ(length, 0);
   EXPECT_EQ(hex_of(value), "ee");
   EXPECT_EQ(logs_with("OsGetEV"),

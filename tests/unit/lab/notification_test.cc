@@ -46,7 +46,7 @@ TEST(BuildNotify, PutsUptimeAndTrapOidFirst) {
       6, 0, 0, 0, 6, 6, 0, 0, 3, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 4, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0,
       0, 2, 4, 0, 0, 1, 0, 0, 0, 0xD9, 0x7E, 0, 0};
   Bytes bytes(expected.begin(), expected.end());
-  bytes[16] = static_cast<uint8_t>(bytes.size() - kAgentxHeaderSize);
+  bytes[16] = static_cast<uint8_t>(bytes.size() - agentx::header::kSize);
   EXPECT_THAT(build_notify(notification), ElementsAreArray(bytes));
 }
 

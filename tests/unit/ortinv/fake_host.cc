@@ -21,6 +21,7 @@
 #include "smbios/oem_queries.h"
 #include "smbios/smbios_records.h"
 #include "smbios/smbios_table.h"
+#include "wire/kcs.h"
 
 FakeHost g_host;
 
@@ -338,7 +339,7 @@ void close_channel(int /*fd*/) {}
 
 int OsGetEV(int /*fd*/, const char* name, uint8_t* /*value*/, uint16_t /*capacity*/,
             uint8_t* status, uint16_t* /*length*/) {
-  *status = g_host.variables.contains(name) ? g_host.variable_status : kEvNotFound;
+  *status = g_host.variables.contains(name) ? g_host.variable_status : nvram::response::kNotFound;
   return g_host.answers ? 0 : 1;
 }
 

@@ -9,10 +9,11 @@
 #include "tests/support/packets.h"
 #include "tests/unit/trap/notification_text.h"
 #include "trap/agentx.h"
+#include "wire/agentx.h"
 
 namespace {
 
-constexpr size_t kMax = kAgentxNotificationMax;
+constexpr size_t kMax = agentx::kNotificationMax;
 
 class Damage : public testing::Test {
  protected:
