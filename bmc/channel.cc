@@ -10,7 +10,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "bmc/heap_buffer.h"
+#include "base/heap_buffer.h"
+#include "base/text.h"
 #include "log/log.h"
 #include "wire/chif.h"
 
@@ -26,7 +27,7 @@ int first_channel(const char* name) {
   if (name == nullptr) {
     return 4;
   }
-  return strstr(name, "vbqd") != nullptr ? 9 : 15;
+  return holds(name, "vbqd") ? 9 : 15;
 }
 
 // Tries every channel once, from the first down to 0.

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <span>
 
+#include "base/text.h"
 #include "bmc/channel.h"
 #include "log/log.h"
 #include "wire/chif.h"
@@ -28,10 +29,6 @@ int query(int fd, uint16_t command, std::span<uint8_t> response) {
 
 bool is_zero_group(std::span<const uint8_t> address, size_t group) {
   return get_u16(address, group * kGroupSize) == 0;
-}
-
-void copy_text(const AddressText& text, char* destination) {
-  memcpy(destination, text.data(), strlen(text.data()) + 1);
 }
 
 AddressText ipv6_text(std::span<const uint8_t> address) {
@@ -94,7 +91,7 @@ int get_Mox_IPv4(char* address) {
            get_u8(response, chif::ipv4_address::kLastOctet));
   DebugLog("utils: get_Mox_IPv4(): Mox IPv4 address is [%s]\n", text.data());
   if (address != nullptr) {
-    copy_text(text, address);
+    copy_text({address, strlen(text.data()) + 1}, text.data());
   }
   return 0;
 }
@@ -124,7 +121,7 @@ int get_Mox_IPv6(char* address, int* ipv6_enabled, int* ipv4_enabled) {
   }
   const AddressText text = has_ipv6 != 0 ? first_usable_address(response) : AddressText{};
   if (address != nullptr) {
-    copy_text(text, address);
+    copy_text({address, strlen(text.data()) + 1}, text.data());
   }
   return 0;
 }

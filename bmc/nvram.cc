@@ -4,7 +4,7 @@
 #include <cstring>
 #include <span>
 
-#include "bmc/heap_buffer.h"
+#include "base/heap_buffer.h"
 #include "bmc/kcs.h"
 #include "log/log.h"
 #include "wire/kcs.h"

@@ -2,9 +2,9 @@
 
 #include <array>
 #include <cstdio>
-#include <cstring>
-#include <memory>
 
+#include "base/file.h"
+#include "base/text.h"
 #include "log/log.h"
 
 namespace {
@@ -17,14 +17,6 @@ constexpr unsigned kSubDevice = 0x00E4;
 constexpr unsigned kOtherSubDevice = 0x027F;
 
 using Line = std::array<char, 1024>;
-
-bool read_line(FILE* pipe, Line& line) {
-  return fgets(line.data(), sizeof(Line), pipe) != nullptr;
-}
-
-bool holds(const Line& line, const char* label) {
-  return strstr(line.data(), label) != nullptr;
-}
 
 // Each of these takes the value 0, which is no function's, when the line does
 // not parse.
@@ -50,16 +42,16 @@ unsigned sub_device_of(const Line& line) {
 }
 
 // Reads the three lines after a matching vendor line, as far as they match.
-bool rest_matches(FILE* pipe, int32_t generation) {
+bool rest_matches(FILE* list, int32_t generation) {
   Line line = {};
-  if (!read_line(pipe, line) || !holds(line, "Device ID:") || device_of(line) != kDevice) {
+  if (!read_line(list, line) || !holds(line.data(), "Device ID:") || device_of(line) != kDevice) {
     return false;
   }
-  if (!read_line(pipe, line) || !holds(line, "SubVendor ID:") ||
+  if (!read_line(list, line) || !holds(line.data(), "SubVendor ID:") ||
       sub_vendor_of(line) != kSubVendor || generation != kPciGeneration) {
     return false;
   }
-  if (!read_line(pipe, line) || !holds(line, "SubDevice ID:")) {
+  if (!read_line(list, line) || !holds(line.data(), "SubDevice ID:")) {
     return false;
   }
   const unsigned sub_device = sub_device_of(line);
@@ -69,16 +61,15 @@ bool rest_matches(FILE* pipe, int32_t generation) {
 }  // namespace
 
 int system_is_supported(int32_t generation) {
-  const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen("/sbin/localcli hardware pci list", "r"),
-                                                   &pclose);
-  if (pipe == nullptr) {
+  const Command list = start_command("/sbin/localcli hardware pci list");
+  if (list == nullptr) {
     UtilLog("system_is_supported(): Error popen\n");
     return 0;
   }
   Line line = {};
-  while (read_line(pipe.get(), line)) {
-    if (holds(line, "Vendor ID:") && vendor_of(line) == kVendor &&
-        rest_matches(pipe.get(), generation)) {
+  while (read_line(list.get(), line)) {
+    if (holds(line.data(), "Vendor ID:") && vendor_of(line) == kVendor &&
+        rest_matches(list.get(), generation)) {
       return 1;
     }
   }

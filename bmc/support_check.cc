@@ -1,11 +1,9 @@
 #include "bmc/support_check.h"
 
-#include <sys/stat.h>
-
 #include <array>
 #include <cstdio>
-#include <memory>
 
+#include "base/file.h"
 #include "bmc/channel.h"
 #include "log/log.h"
 #include "wire/chif.h"
@@ -18,17 +16,10 @@ constexpr int kSupportedGeneration = 6;
 // The response to the status query, as far as it is read.
 using MoxStatus = std::array<uint8_t, chif::mox_status::kSize>;
 
-using File = std::unique_ptr<FILE, int (*)(FILE*)>;
-
-bool status_file_is_roots() {
-  struct stat status = {};
-  return stat(kStatusFile, &status) == 0 && status.st_uid == 0;
-}
-
 int supported_by_file(FILE* file) {
   std::array<char, 128> line = {};
   int generation = 0;
-  if (fgets(line.data(), line.size(), file) == nullptr) {
+  if (!read_line(file, line)) {
     return 0;
   }
   sscanf(line.data(), "Mox%d", &generation);
@@ -52,7 +43,7 @@ bool query_status(int fd, MoxStatus& status) {
 }
 
 void write_status_file(int generation) {
-  const File file(fopen(kStatusFile, "w"), &fclose);
+  const File file = open_to_write(kStatusFile);
   if (file != nullptr) {
     DebugLog("Generating file [%s]...\n", kStatusFile);
     fprintf(file.get(), "Mox%d\r\n", generation);
@@ -99,12 +90,12 @@ int supported_by_bmc() {
 int SystemSupported() {
   DebugLog("utils: check if system is supported...\n");
   DebugLog("utils: Looking for file [%s]...\n", kStatusFile);
-  if (!status_file_is_roots()) {
+  if (!belongs_to_root(kStatusFile)) {
     DebugLog("utils: File not Found.  Pulling info from Mox...\n");
     return supported_by_bmc();
   }
   DebugLog("utils: Found file\n");
-  const File file(fopen(kStatusFile, "r"), &fclose);
+  const File file = open_to_read(kStatusFile);
   if (file == nullptr) {
     DebugLog("utils: Failed to open file [%s]. Will pull info directly from mox...\n", kStatusFile);
     return supported_by_bmc();

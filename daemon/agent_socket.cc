@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <array>
@@ -83,7 +84,7 @@ int accept_client(int listener) {
     close(listener);
     exit(kExit);
   }
-  Log(kPriorityState, "[tvud]: TVU Reverse Proxy Connected.\n");
+  Log(LOG_INFO, "[tvud]: TVU Reverse Proxy Connected.\n");
   add_poll_entry(client, POLLIN);
   DaemonDebug("tvud: TVU Reverse Proxy: numfds [%d].\n", numfds);
   return client;
@@ -93,9 +94,8 @@ void stop_if_requested() {
   if (ortstop_requested() == 0) {
     return;
   }
-  Log(kPriorityState,
-      "tvu_rev_proxy: Detected request to disable and stop TVU Reverse mode for ORT.\n");
-  Log(kPriorityState, "[tvud]: TVU Reverse Proxy Service shutting down...\n");
+  Log(LOG_INFO, "tvu_rev_proxy: Detected request to disable and stop TVU Reverse mode for ORT.\n");
+  Log(LOG_INFO, "[tvud]: TVU Reverse Proxy Service shutting down...\n");
   clear_ortstop();
   exit(kExit);
 }

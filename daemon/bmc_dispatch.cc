@@ -9,8 +9,8 @@
 #include <cstdio>
 #include <span>
 
+#include "base/heap_buffer.h"
 #include "bmc/channel.h"
-#include "bmc/heap_buffer.h"
 #include "daemon/packet_dump.h"
 #include "daemon/reverse_proxy.h"
 #include "daemon/shutdown_action.h"
@@ -46,7 +46,7 @@ void handle_hello_response(const Packet& packet) {
   DaemonDebug("Received HELLO_RESPONSE [0x%04x].\n", get_u16(packet.bytes, chif::header::kCmdno));
   errno = static_cast<int>(get_u32(packet.bytes, chif::session_reply::kErrcode));
   if (errno != 0) {
-    Log(kPriorityFailure, "bmc_recv ERROR: errno is [0x%x]", static_cast<unsigned>(errno));
+    Log(LOG_ERR, "bmc_recv ERROR: errno is [0x%x]", static_cast<unsigned>(errno));
   }
 }
 
@@ -54,7 +54,7 @@ void handle_log_packet(int fd, const Packet& packet) {
   DaemonDebug("case CHIF_IML_LOG: Received log packet [0x%04x].\n", chif::kCmdImlLog);
   dump_chif(packet.bytes);
   put_u8(packet.bytes, chif::log_text::kText + get_u16(packet.bytes, chif::log_text::kLength), 0);
-  syslog(kPriorityAlert, "%s", text_at(packet, chif::log_text::kText));
+  syslog(LOG_ALERT, "%s", text_at(packet, chif::log_text::kText));
 
   const std::span<uint8_t> ack = packet.bytes.first(chif::log_ack::kSize);
   std::fill(ack.begin(), ack.end(), uint8_t{0});
@@ -68,14 +68,14 @@ void handle_log_packet(int fd, const Packet& packet) {
 void carry_out_shutdown(uint32_t action, int32_t delay, const char* reason) {
   if ((action & chif::shutdown::kReboot) != 0) {
     shutdown_aborted = 0;
-    syslog(kPriorityAlert, "System will reboot in %d seconds due to %s.\n", delay, reason);
+    syslog(LOG_ALERT, "System will reboot in %d seconds due to %s.\n", delay, reason);
   } else if ((action & chif::shutdown::kAbort) != 0) {
-    syslog(kPriorityState, "Shutdown due to %s has been Aborted.\n", reason);
+    syslog(LOG_INFO, "Shutdown due to %s has been Aborted.\n", reason);
     shutdown_aborted = 1;
     abort_shutdown();
   } else {
     shutdown_aborted = 0;
-    syslog(kPriorityAlert, "System will shutdown in %d seconds due to %s.\n", delay, reason);
+    syslog(LOG_ALERT, "System will shutdown in %d seconds due to %s.\n", delay, reason);
   }
   if (shutdown_aborted == 0) {
     do_shutdown(action, delay, reason);
@@ -110,7 +110,7 @@ void handle_shutdown(int fd, const Packet& packet) {
 
 void log_status(int status) {
   errno = status;
-  Log(kPriorityFailure, "bmc_recv ERROR: errno is [0x%x]", static_cast<unsigned>(status));
+  Log(LOG_ERR, "bmc_recv ERROR: errno is [0x%x]", static_cast<unsigned>(status));
 }
 
 int return_success(int received) {
@@ -129,7 +129,7 @@ bool sizes_are_sound(const Packet& packet) {
   }
   const uint32_t length = get_u32(packet.bytes, chif::notification::kAgentxRespLen);
   if (length > chif::notification::kPduMax || length > static_cast<uint32_t>(packet.received)) {
-    Log(kPriorityFailure, "bmc_recv(): agentx_resp_len %d > expected: size=%d, rc=%d",
+    Log(LOG_ERR, "bmc_recv(): agentx_resp_len %d > expected: size=%d, rc=%d",
         static_cast<int>(length), static_cast<int>(chif::notification::kPduMax), packet.received);
     log_status(EMSGSIZE);
     return false;
@@ -223,7 +223,7 @@ int bmc_recv(int fd) {
   }
   const HeapBuffer buffer = allocate_zeroed(chif::kPacketMax + 1);
   if (buffer == nullptr) {
-    Log(kPriorityFailure, "bmc_recv(): Failed: malloc for recv_pkt.\n");
+    Log(LOG_ERR, "bmc_recv(): Failed: malloc for recv_pkt.\n");
     return 0;
   }
   const std::span<uint8_t> bytes(buffer.get(), chif::kPacketMax);

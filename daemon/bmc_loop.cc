@@ -1,6 +1,7 @@
 #include "daemon/bmc_loop.h"
 
 #include <poll.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -58,8 +59,8 @@ bool connect_bmc() {
     return false;
   }
   DaemonDebug("reverse mode: BMC Reverse Proxy Connected. Starting proxy loop\n");
-  Log(kPriorityState, "[tvud]: BMC Reverse Proxy Connected.\n");
-  Log(kPriorityState, "[tvud]: BMC Reverse channel is [%d].\n", bmc_fd);
+  Log(LOG_INFO, "[tvud]: BMC Reverse Proxy Connected.\n");
+  Log(LOG_INFO, "[tvud]: BMC Reverse channel is [%d].\n", bmc_fd);
   return true;
 }
 
@@ -84,10 +85,9 @@ void stop_if_requested() {
   if (bmcstop_requested() == 0) {
     return;
   }
-  Log(kPriorityState,
-      "proxy_bmc_rev: Detected request to disable and stop TVU Reverse mode for Mox.\n");
+  Log(LOG_INFO, "proxy_bmc_rev: Detected request to disable and stop TVU Reverse mode for Mox.\n");
   clear_bmcstop();
-  Log(kPriorityState, "tvud: BMC Reverse Proxy Service shutting down...\n");
+  Log(LOG_INFO, "tvud: BMC Reverse Proxy Service shutting down...\n");
   if (bmc_fd != -1) {
     leave_bmc();
   }

@@ -1,13 +1,13 @@
 #include "daemon/control_files.h"
 
-#include <sys/stat.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdio>
 #include <cstdlib>
 
-#include "daemon/reverse_proxy.h"
+#include "base/file.h"
 #include "log/log.h"
 
 const char* g_running_file = "/opt/ortdv/tmp/tvurevrunning.text";
@@ -18,11 +18,6 @@ namespace {
 
 constexpr const char* kRestartFile = "/opt/ortdv/tmp/tvurevrestart.text";
 constexpr unsigned kRestartCheckSeconds = 120;
-
-int exists(const char* path) {
-  struct stat status = {};
-  return stat(path, &status) == 0 ? 1 : 0;
-}
 
 void touch(const char* path) {
   std::array<char, 256> command = {};
@@ -35,7 +30,7 @@ void touch(const char* path) {
 }  // namespace
 
 int running_file_exists() {
-  return exists(g_running_file);
+  return exists(g_running_file) ? 1 : 0;
 }
 
 void create_running_file() {
@@ -54,11 +49,11 @@ void request_stop() {
 }
 
 int ortstop_requested() {
-  return exists(g_ort_stop_file);
+  return exists(g_ort_stop_file) ? 1 : 0;
 }
 
 int bmcstop_requested() {
-  return exists(g_bmc_stop_file);
+  return exists(g_bmc_stop_file) ? 1 : 0;
 }
 
 void clear_ortstop() {
@@ -70,10 +65,10 @@ void clear_bmcstop() {
 }
 
 int restart_requested() {
-  if (exists(kRestartFile) == 0) {
+  if (!exists(kRestartFile)) {
     return 0;
   }
-  Log(kPriorityState, "tvurev: Detected TVUREV enable/disable. Restarting tvurev ....\n");
+  Log(LOG_INFO, "tvurev: Detected TVUREV enable/disable. Restarting tvurev ....\n");
   unlink(kRestartFile);
   return 1;
 }

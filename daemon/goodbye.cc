@@ -2,13 +2,14 @@
 // once and always closes the channel.
 
 #include <poll.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <span>
 
+#include "base/heap_buffer.h"
 #include "bmc/channel.h"
-#include "bmc/heap_buffer.h"
 #include "daemon/handshake.h"
 #include "daemon/reverse_proxy.h"
 #include "daemon/session_request.h"
@@ -41,8 +42,7 @@ int send_bye(int fd, std::span<const uint8_t> request) {
   DaemonDebug("go_bye(): After mox write bytes=%d errno =%d\n", written, error);
   usleep(kWritePauseUs);
   if (written < static_cast<int>(request.size())) {
-    Log(kPriorityFailure, "go_bye(): Failed: Writing SNMP_HELLO_BYE send=%d errno =%d\n", written,
-        error);
+    Log(LOG_ERR, "go_bye(): Failed: Writing SNMP_HELLO_BYE send=%d errno =%d\n", written, error);
     return written;
   }
   return 0;
@@ -53,7 +53,7 @@ int receive_bye(int fd, std::span<uint8_t> reply) {
   pollfd entry = {.fd = fd, .events = POLLIN, .revents = 0};
   const int ready = poll(&entry, 1, kReplyTimeoutMs);
   if (ready < 0 && errno != EINTR) {
-    Log(kPriorityFailure, "go_bye(): poll() errno=%d\n", errno);
+    Log(LOG_ERR, "go_bye(): poll() errno=%d\n", errno);
     return -1;
   }
   if (ready <= 0 || (entry.revents & POLLIN) == 0) {
@@ -61,18 +61,18 @@ int receive_bye(int fd, std::span<uint8_t> reply) {
   }
   const int length = readMP(fd, reply);
   if (length < 0) {
-    Log(kPriorityFailure, "go_bye(): read() bytes=%d  errno=%d\n", length, errno);
+    Log(LOG_ERR, "go_bye(): read() bytes=%d  errno=%d\n", length, errno);
     return -1;
   }
   if (length < static_cast<int>(reply.size())) {
-    Log(kPriorityFailure, "go_bye(): read() bytes=%d < len=%d  errno=%d\n", length,
+    Log(LOG_ERR, "go_bye(): read() bytes=%d < len=%d  errno=%d\n", length,
         static_cast<int>(reply.size()), errno);
     return -1;
   }
   const uint32_t errcode = get_u32(reply, chif::session_reply::kErrcode);
   if (errcode != 0) {
-    Log(kPriorityFailure, "go_bye(): read() returned rsp_pkt->err=%d  errno=%d\n",
-        static_cast<int>(errcode), errno);
+    Log(LOG_ERR, "go_bye(): read() returned rsp_pkt->err=%d  errno=%d\n", static_cast<int>(errcode),
+        errno);
     return -1;
   }
   return 0;
@@ -81,7 +81,7 @@ int receive_bye(int fd, std::span<uint8_t> reply) {
 int say_bye(int fd, bool long_form) {
   const HeapBuffer request = allocate_zeroed(chif::session_request::kLongSize);
   if (request == nullptr) {
-    Log(kPriorityFailure, "go_bye(): Failed: malloc for send_pkt.\n");
+    Log(LOG_ERR, "go_bye(): Failed: malloc for send_pkt.\n");
     return -1;
   }
   const std::span<uint8_t> packet = build_bye(request.get(), long_form);
@@ -93,7 +93,7 @@ int say_bye(int fd, bool long_form) {
       long_form ? chif::session_reply::kMax : chif::session_request::kShortSize;
   const HeapBuffer reply = allocate_zeroed(reply_size);
   if (reply == nullptr) {
-    Log(kPriorityFailure, "go_bye(): Failed: malloc for recv_pkt.\n");
+    Log(LOG_ERR, "go_bye(): Failed: malloc for recv_pkt.\n");
     return -1;
   }
   return receive_bye(fd, {reply.get(), reply_size});

@@ -1,6 +1,7 @@
 #include "daemon/handshake.h"
 
 #include <poll.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <array>
@@ -39,25 +40,19 @@ constexpr Exchange kHello = {
     .waiting = "waiting on Mox reverse mode response\n",
     .log_write_failure =
         [](int error) {
-          Log(kPriorityFailure, "do_hello_rev(): Failed: Writing ZEMOX TVU_HELLO errno =%d\n",
-              error);
+          Log(LOG_ERR, "do_hello_rev(): Failed: Writing ZEMOX TVU_HELLO errno =%d\n", error);
         },
     .log_poll_failure =
-        [](int error) {
-          Log(kPriorityFailure, "do_hello_rev(): Failed: poll() error=%d\n", error);
-        },
+        [](int error) { Log(LOG_ERR, "do_hello_rev(): Failed: poll() error=%d\n", error); },
     .log_read_failure =
-        [](int error) {
-          Log(kPriorityFailure, "do_hello_rev(): Failed: read() error=%d\n", error);
-        },
+        [](int error) { Log(LOG_ERR, "do_hello_rev(): Failed: read() error=%d\n", error); },
     .log_short_reply =
         [](int length) {
-          Log(kPriorityFailure, "do_hello_rev(): Failed: TVU_HELLO_REV response read() < len %d\n",
-              length);
+          Log(LOG_ERR, "do_hello_rev(): Failed: TVU_HELLO_REV response read() < len %d\n", length);
         },
     .log_errcode =
         [](int errcode) {
-          Log(kPriorityFailure, "do_hello_rev(): Failed: read()<errcode error=%d\n", errcode);
+          Log(LOG_ERR, "do_hello_rev(): Failed: read()<errcode error=%d\n", errcode);
         },
 };
 
@@ -66,25 +61,21 @@ constexpr Exchange kConnect = {
     .waiting = "waiting on Mox TVU_HELLO_CONNECT response\n",
     .log_write_failure =
         [](int error) {
-          Log(kPriorityFailure,
-              "do_connect_rev(): Failed: Writing ZEMOX TVU_HELLO_CONNECT errno =%d\n", error);
+          Log(LOG_ERR, "do_connect_rev(): Failed: Writing ZEMOX TVU_HELLO_CONNECT errno =%d\n",
+              error);
         },
     .log_poll_failure =
-        [](int error) {
-          Log(kPriorityFailure, "do_connect_rev(): Failed: poll() error=%d\n", error);
-        },
+        [](int error) { Log(LOG_ERR, "do_connect_rev(): Failed: poll() error=%d\n", error); },
     .log_read_failure =
-        [](int error) {
-          Log(kPriorityFailure, "do_connect_rev(): Failed: read() error=%d\n", error);
-        },
+        [](int error) { Log(LOG_ERR, "do_connect_rev(): Failed: read() error=%d\n", error); },
     .log_short_reply =
         [](int length) {
-          Log(kPriorityFailure,
-              "do_connect_rev(): Failed: TVU_HELLO_CONNECT response read()< len %d\n", length);
+          Log(LOG_ERR, "do_connect_rev(): Failed: TVU_HELLO_CONNECT response read()< len %d\n",
+              length);
         },
     .log_errcode =
         [](int errcode) {
-          Log(kPriorityFailure, "do_connect_rev(): Failed: read()<errcode error=%d\n", errcode);
+          Log(LOG_ERR, "do_connect_rev(): Failed: read()<errcode error=%d\n", errcode);
         },
 };
 

@@ -9,11 +9,6 @@
 #include <array>
 #include <cstdint>
 
-// Syslog priorities of the daemon's lines.
-inline constexpr int kPriorityAlert = 1;
-inline constexpr int kPriorityFailure = 3;
-inline constexpr int kPriorityState = 6;
-
 extern int32_t bmc_fd;                  // BMC channel, -1 when none is open; set by the BMC loop
 extern int32_t proxy_running;           // 1 once start-up is complete; nothing clears it
 extern int32_t host_snmp_enabled;       // result of the host SNMP check; set by start-up

@@ -1,12 +1,14 @@
 #include "daemon/startup.h"
 
 #include <sys/stat.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdio>
 #include <cstdlib>
 
+#include "base/file.h"
 #include "bmc/rev_mode.h"
 #include "bmc/support_check.h"
 #include "daemon/control_files.h"
@@ -25,11 +27,6 @@ constexpr mode_t kOwnerOnly = 0700;
 constexpr int kFirstInherited = 3;
 constexpr int kExitCannotRun = 0;
 
-bool exists(const char* path) {
-  struct stat status = {};
-  return stat(path, &status) == 0;
-}
-
 // Prints a line now: the process may wait for long, and a forked child must not
 // inherit it unwritten.
 void print_line(const char* text) {
@@ -41,28 +38,28 @@ void print_line(const char* text) {
 
 std::optional<int> check_gates() {
   if (!exists(kDriverNode)) {
-    Log(kPriorityState, "tvurev: ERROR: Missing mox driver.\n");
+    Log(LOG_INFO, "tvurev: ERROR: Missing mox driver.\n");
     return kExitCannotRun;
   }
   InitDebugFlag();
   if (SystemSupported() == 0) {
-    Log(kPriorityState, "ryn11 tvurev: Server not supported.\n");
+    Log(LOG_INFO, "ryn11 tvurev: Server not supported.\n");
     print_line("ryn11 tvurev:  Server not supported.");
     return kExitCannotRun;
   }
-  Log(kPriorityState, "tvurev:  Supported Ryn11 server detected.\n");
+  Log(LOG_INFO, "tvurev:  Supported Ryn11 server detected.\n");
   if (getRevModeConfig() == 0) {
-    Log(kPriorityState, "tvurev:  Reverse TVU disabled.\n");
+    Log(LOG_INFO, "tvurev:  Reverse TVU disabled.\n");
     return wait_for_restart();
   }
   host_snmp_enabled = 0;
   host_snmp_enabled = snmpEnabled();
   if (host_snmp_enabled == 0) {
     print_line("ESXi Host SNMP disabled. Cannot run TVU Reverse Proxy.");
-    Log(kPriorityState, "ESXi Host SNMP disabled. Cannot run TVU Reverse Proxy.\n");
+    Log(LOG_INFO, "ESXi Host SNMP disabled. Cannot run TVU Reverse Proxy.\n");
     return wait_for_restart();
   }
-  Log(kPriorityState, "tvurev:  Reverse TVU enabled and Host SNMP enabled.\n");
+  Log(LOG_INFO, "tvurev:  Reverse TVU enabled and Host SNMP enabled.\n");
   return std::nullopt;
 }
 

@@ -5,8 +5,9 @@
 #include <cstring>
 #include <span>
 
+#include "base/file.h"
+#include "base/text.h"
 #include "hostinfo/host_version.h"
-#include "hostinfo/pipe.h"
 #include "log/log.h"
 
 static_assert(sizeof(HostIdentity) == 1068);
@@ -19,13 +20,6 @@ int g_distro_built;
 
 bool is_graphic(char character) {
   return character >= '!' && character <= '~';
-}
-
-// Copies what fits and terminates it.
-void copy_text(std::span<char> field, const char* text) {
-  const size_t length = strnlen(text, field.size() - 1);
-  memcpy(field.data(), text, length);
-  field[length] = '\0';
 }
 
 // The first character is never cut.
@@ -45,9 +39,9 @@ int number_in(const char* text) {
 
 void read_kernel_description(std::span<char> sys_descr) {
   DebugLog("talHost getDistro(): Calling popen() for uname cmd...\n");
-  const Pipe pipe = start_command("uname -a");
+  const Command uname = start_command("uname -a");
   std::array<char, 256> line = {};
-  if (pipe == nullptr || fgets(line.data(), line.size(), pipe.get()) == nullptr) {
+  if (uname == nullptr || !read_line(uname.get(), line)) {
     return;
   }
   const size_t length = strlen(line.data());
@@ -124,12 +118,12 @@ void read_version(HostIdentity& identity) {
 
 char get_distro() {
   std::array<char, 128> line = {};
-  const Pipe pipe = start_command("localcli system version get | awk '/Version:/{print $2}'");
-  if (pipe == nullptr) {
+  const Command version = start_command("localcli system version get | awk '/Version:/{print $2}'");
+  if (version == nullptr) {
     DebugLog("utils: %s: popen FAILED!.\n", "get_distro");
     return line[0];
   }
-  if (fgets(line.data(), line.size(), pipe.get()) == nullptr) {
+  if (!read_line(version.get(), line)) {
     DebugLog("utils: %s: get ESXi version FAILED!\n", "get_distro");
   }
   return line[0];

@@ -4,9 +4,9 @@
 
 #include <array>
 #include <cstdio>
-#include <cstring>
 
-#include "hostinfo/pipe.h"
+#include "base/file.h"
+#include "base/text.h"
 #include "log/log.h"
 
 static_assert(sizeof(HostMemInfo) == 16);
@@ -21,10 +21,6 @@ struct Kilobytes {
   int total_virtual;
   int free_virtual;
 };
-
-bool holds(const char* line, const char* label) {
-  return strstr(line, label) != nullptr;
-}
 
 // A number that does not parse leaves its counter as it was.
 void read_physical(const char* line, Kilobytes& counters) {
@@ -50,16 +46,16 @@ void read_virtual(const char* line, Kilobytes& counters) {
 }
 
 // Returns false, after a log line, when the command could not be started.
-bool read_counters(const char* command, void (*read_line)(const char*, Kilobytes&),
+bool read_counters(const char* command, void (*read_figures)(const char*, Kilobytes&),
                    Kilobytes& counters) {
-  const Pipe pipe = start_command(command);
-  if (pipe == nullptr) {
+  const Command output = start_command(command);
+  if (output == nullptr) {
     DebugLog("talHostMem: update_mem_info(): vsish command FAILED!.\n");
     return false;
   }
   std::array<char, 1024> line = {};
-  while (fgets(line.data(), line.size(), pipe.get()) != nullptr) {
-    read_line(line.data(), counters);
+  while (read_line(output.get(), line)) {
+    read_figures(line.data(), counters);
   }
   return true;
 }

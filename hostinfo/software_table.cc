@@ -10,9 +10,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string_view>
 
+#include "base/descriptor.h"
+#include "base/file.h"
+#include "base/text.h"
 #include "hostinfo/image_database.h"
 #include "hostinfo/software_parse.h"
 #include "log/log.h"
@@ -34,11 +36,6 @@ pthread_mutex_t g_lock = PTHREAD_MUTEX_INITIALIZER;
 pthread_mutexattr_t g_lock_attributes;
 bool g_lock_created;
 
-struct FileCloser {
-  void operator()(FILE* file) const { fclose(file); }
-};
-using File = std::unique_ptr<FILE, FileCloser>;
-
 struct Listing {
   dirent** entries = nullptr;
   int count = 0;
@@ -55,23 +52,19 @@ struct Listing {
   Listing& operator=(const Listing&) = delete;
 };
 
-bool holds(const char* text, const char* part) {
-  return strstr(text, part) != nullptr;
-}
-
 // Opens regular files only: a pipe must not hold the caller up, and a directory
 // is no description.
 File open_description(const char* path) {
-  const int fd = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-  if (fd == -1) {
+  Descriptor fd(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  struct stat status = {};
+  if (!fd.valid() || fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
     return {};
   }
-  struct stat status = {};
-  FILE* file = fstat(fd, &status) == 0 && S_ISREG(status.st_mode) ? fdopen(fd, "r") : nullptr;
-  if (file == nullptr) {
-    close(fd);
+  File file(fdopen(fd.get(), "r"));
+  if (file != nullptr) {
+    fd.release();
   }
-  return File(file);
+  return file;
 }
 
 // What sets the two forms apart.
@@ -101,7 +94,7 @@ bool parse_file(const char* name, const char* directory, const Form& form, SwIns
     return false;
   }
   std::array<char, kLineSize> line = {};
-  while (fgets(line.data(), line.size(), file.get()) != nullptr) {
+  while (read_line(file.get(), line)) {
     form.parse_line(line.data(), record);
   }
   return true;

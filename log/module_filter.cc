@@ -1,10 +1,10 @@
 #include "log/module_filter.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <array>
-#include <cstring>
+
+#include "base/file.h"
+#include "base/text.h"
 
 namespace {
 
@@ -37,15 +37,10 @@ constexpr std::array<ModuleSwitch, 18> kModules = {{
     {"/tmp/mox.text", "moxApi", nullptr},
 }};
 
-bool exists(const char* path) {
-  struct stat status = {};
-  return stat(path, &status) == 0;
-}
-
 bool selects(const ModuleSwitch& module, const char* message) {
   const bool keyword_found =
-      strstr(message, module.keyword) != nullptr ||
-      (module.other_keyword != nullptr && strstr(message, module.other_keyword) != nullptr);
+      holds(message, module.keyword) ||
+      (module.other_keyword != nullptr && holds(message, module.other_keyword));
   return keyword_found && exists(module.switch_file);
 }
 

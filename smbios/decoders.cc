@@ -2,8 +2,8 @@
 // at its end yields zeros and "Undefined" for what it lacks.
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 
+#include "base/text.h"
 #include "smbios/smbios_records.h"
 #include "smbios/smbios_table.h"
 #include "smbios/table.h"
@@ -13,12 +13,6 @@ namespace {
 
 SmbRecordHeader header_of(const uint8_t* structure) {
   return {byte_at(structure, 0), formatted_length(structure), handle_of(structure)};
-}
-
-// Into a zero-filled field, whose last byte stays zero.
-template <size_t Size>
-void copy_text(char (&field)[Size], const char* text) {
-  memcpy(field, text, strnlen(text, Size - 1));
 }
 
 template <size_t Size>

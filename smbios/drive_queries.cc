@@ -2,6 +2,7 @@
 #include <cstring>
 #include <string>
 
+#include "base/text.h"
 #include "log/log.h"
 #include "smbios/oem_queries.h"
 #include "smbios/serial_trim.h"
@@ -18,7 +19,7 @@ constexpr uint8_t kDriveWithText = 42;
 // The drive's serial as it is compared; a longer one is cut to 63 characters.
 SerialText trimmed_serial(const char* text) {
   SerialText serial = {};
-  memcpy(serial.data(), text, strnlen(text, serial.size() - 1));
+  copy_text(serial, text);
   SmbTrimSerial(serial);
   return serial;
 }

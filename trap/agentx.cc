@@ -1,12 +1,14 @@
 #include "trap/agentx.h"
 
+#include <syslog.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstring>
 #include <string>
 #include <string_view>
 
+#include "base/text.h"
 #include "log/debug_flags.h"
 #include "log/log.h"
 #include "wire/agentx.h"
@@ -14,7 +16,7 @@
 
 namespace {
 
-constexpr int kPriorityFailure = 3;
+using namespace Snmp_pp;  // NOLINT(google-build-using-namespace)
 
 // Steering bindings, found by these texts anywhere in their name.
 constexpr const char* kSysUpTime = "1.3.6.1.2.1.1.3";
@@ -58,15 +60,11 @@ const char* type_name(uint16_t type) {
   }
 }
 
-bool holds(const OidText& text, const char* part) {
-  return strstr(text.data(), part) != nullptr;
-}
-
 bool fits(const Binding& binding, size_t length) {
   if (length <= binding.bytes.size()) {
     return true;
   }
-  Log(kPriorityFailure,
+  Log(LOG_ERR,
       "send_trap_to_host(): vb[%d] type [%d] of %zu bytes passes the end of the notification. "
       "It and the rest are dropped.\n",
       binding.index, binding.type, length);
@@ -98,7 +96,7 @@ size_t decode_word(Notification& notification, const Binding& binding) {
   DaemonDebug("vb[%d] OID: [%s] [%s] [0x%x] vblen [%d] vbtype [%d]\n", binding.index,
               binding.name.data(), type_name(binding.type), value, static_cast<int>(length),
               binding.type);
-  if (holds(binding.name, kSysUpTime)) {
+  if (holds(binding.name.data(), kSysUpTime)) {
     notification.timestamp = value;
   } else if (binding.type == agentx::type::kTimeTicks) {
     add_binding(notification, binding, TimeTicks());  // never its own value, on purpose
@@ -122,7 +120,7 @@ size_t decode_oid(Notification& notification, const Binding& binding) {
                                   value.subspan(agentx::object_id::kArcs, subids_size));
   DaemonDebug("vb[%d] OID: [%s] [%s] [%s] vblen [%d]\n", binding.index, binding.name.data(),
               type_name(binding.type), text.data(), static_cast<int>(length));
-  if (holds(binding.name, kSnmpTrapOid)) {
+  if (holds(binding.name.data(), kSnmpTrapOid)) {
     notification.trapOid = text;
   } else {
     add_binding(notification, binding, Oid(text.data()));
@@ -156,7 +154,7 @@ size_t decode_octets(Notification& notification, const Binding& binding) {
                 type_name(binding.type), text.c_str(), static_cast<int>(length));
     DaemonDebug("OctetString in Hex [%s]\n", render_hex(text, octets_size).data());
   }
-  if (holds(binding.name, kSnmpTrapCommunity)) {
+  if (holds(binding.name.data(), kSnmpTrapCommunity)) {
     return length;
   }
   if (binding.type == agentx::type::kIpAddress) {
@@ -204,7 +202,7 @@ size_t decode_binding(Notification& notification, const Binding& binding, size_t
     return skip_binding(binding, 0);
   }
   if (previous_length == 0) {
-    Log(kPriorityFailure,
+    Log(LOG_ERR,
         "send_trap_to_host(): vb[%d] has the unknown type [%d] and no length. "
         "It and the rest are dropped.\n",
         binding.index, binding.type);
@@ -264,7 +262,7 @@ Notification decode_notification(std::span<const uint8_t> packet) {
   std::copy_n(packet.begin(), std::min(packet.size(), copy.size()), copy.begin());
   const uint32_t payload_length = get_u32(copy, agentx::header::kPayloadLength);
   if (agentx::header::kSize + uint64_t{payload_length} > packet.size() && payload_length > 0) {
-    Log(kPriorityFailure,
+    Log(LOG_ERR,
         "send_trap_to_host(): notification of %zu bytes states %u bytes of bindings. "
         "What is missing reads as zero.\n",
         packet.size(), payload_length);
@@ -272,7 +270,7 @@ Notification decode_notification(std::span<const uint8_t> packet) {
   Notification notification;
   walk_bindings(notification, copy);
   DaemonDebug("tvudrev: trapOid is [%s].\n", notification.trapOid.data());
-  if (holds(notification.trapOid, kResetMark)) {
+  if (holds(notification.trapOid.data(), kResetMark)) {
     DaemonDebug("tvurev: Found 6061 string in trapOid indicating Mox reset.  Set ret to [%d]\n", 1);
     notification.reset_seen = true;
   } else {

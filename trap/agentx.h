@@ -5,25 +5,20 @@
 #ifndef TVUREV_TRAP_AGENTX_H_
 #define TVUREV_TRAP_AGENTX_H_
 
-#include <snmp_pp/snmp_pp.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
 
 #include "trap/agentx_text.h"
-
-// Some releases of the SNMP classes have a name space of this name, some none.
-namespace Snmp_pp {}
-using namespace Snmp_pp;  // NOLINT(google-build-using-namespace,google-global-names-in-headers)
+#include "trap/snmp_classes.h"
 
 // A decoded notification.
 struct Notification {
-  OidText trapOid = {};     // of snmpTrapOID.0; empty when there was none
-  uint32_t timestamp = 0;   // of sysUpTime.0, in hundredths of a second
-  std::vector<Vb> vbs;      // the other bindings, in order
-  bool reset_seen = false;  // trapOid holds "6061": the BMC announces its reset
+  OidText trapOid = {};          // of snmpTrapOID.0; empty when there was none
+  uint32_t timestamp = 0;        // of sysUpTime.0, in hundredths of a second
+  std::vector<Snmp_pp::Vb> vbs;  // the other bindings, in order
+  bool reset_seen = false;       // trapOid holds "6061": the BMC announces its reset
 };
 
 // Decodes a notification of any bytes whatever.

@@ -1,10 +1,9 @@
 #include "trap/host_address.h"
 
-#include <cstdio>
-#include <cstring>
-#include <memory>
 #include <string_view>
 
+#include "base/file.h"
+#include "base/text.h"
 #include "log/log.h"
 
 std::array<char, 32> host_ipaddress = {};
@@ -21,10 +20,6 @@ struct InterfaceWords {
   std::array<char, 32> name = {};
   std::array<char, 64> address = {};
 };
-
-bool read_line(FILE* pipe, Line& line) {
-  return fgets(line.data(), sizeof line, pipe) != nullptr;
-}
 
 // Cuts the next word off the text. Returns an empty one at the end.
 std::string_view next_word(std::string_view& text) {
@@ -43,8 +38,7 @@ std::string_view next_word(std::string_view& text) {
 template <size_t size>
 void keep_word(std::array<char, size>& field, std::string_view word) {
   if (!word.empty()) {
-    field.fill('\0');
-    word.copy(field.data(), size - 1);
+    copy_text(field, word);
   }
 }
 
@@ -52,23 +46,22 @@ void keep_word(std::array<char, size>& field, std::string_view word) {
 
 void get_host_ipaddress() {
   host_ipaddress.fill('\0');
-  const std::unique_ptr<FILE, int (*)(FILE*)> pipe(
-      popen("localcli network ip interface ipv4 get", "r"), &pclose);
-  if (pipe == nullptr) {
+  const Command list = start_command("localcli network ip interface ipv4 get");
+  if (list == nullptr) {
     return;
   }
   Line line = {};
   for (int title = 0; title < kTitleLines; ++title) {
-    if (!read_line(pipe.get(), line)) {
+    if (!read_line(list.get(), line)) {
       return;
     }
   }
   InterfaceWords words;
-  while (read_line(pipe.get(), line)) {
+  while (read_line(list.get(), line)) {
     std::string_view text(line.data());
     keep_word(words.name, next_word(text));
     keep_word(words.address, next_word(text));
-    if (strstr(words.name.data(), "vmk0") != nullptr) {
+    if (holds(words.name.data(), "vmk0")) {
       keep_word(host_ipaddress, words.address.data());
       DaemonDebug("get_host_ipaddress(): Found vmk0! IPaddress is [%s]\n", host_ipaddress.data());
       return;

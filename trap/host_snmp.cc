@@ -1,12 +1,14 @@
 #include "trap/host_snmp.h"
 
+#include <syslog.h>
+
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <memory>
 #include <string_view>
 
+#include "base/file.h"
+#include "base/text.h"
 #include "log/log.h"
 
 std::vector<std::string> trap_destinations;
@@ -23,26 +25,21 @@ constexpr size_t kTargetsMax = 2047;
 constexpr size_t kDestinationMax = 32;
 constexpr size_t kCommunityMax = 128;
 constexpr int32_t kTargetCountMax = 3;
-constexpr int kPriorityFailure = 3;
 
 using Line = std::array<char, 4096>;
-
-bool read_line(FILE* file, Line& line) {
-  return fgets(line.data(), sizeof line, file) != nullptr;
-}
 
 bool enabled_in(FILE* file) {
   bool enabled = false;
   Line line = {};
   while (read_line(file, line)) {
-    enabled = enabled || strstr(line.data(), "<enable>true") != nullptr;
+    enabled = enabled || holds(line.data(), "<enable>true");
   }
   return enabled;
 }
 
 void require_fits(std::string_view piece, size_t limit, const char* what) {
   if (piece.size() > limit) {
-    Log(kPriorityFailure,
+    Log(LOG_ERR,
         "snmpEnabled(): %s: %s of %d characters is longer than %d. Mend the file and start "
         "again.\n",
         kConfigFile, what, static_cast<int>(piece.size()), static_cast<int>(limit));
@@ -94,7 +91,7 @@ void load_targets(std::string_view targets) {
 int snmpEnabled() {
   DaemonDebug("snmpEnabled() start\n");
   snmp_enabled_flag = 0;
-  const std::unique_ptr<FILE, int (*)(FILE*)> file(fopen(kConfigFile, "r"), &fclose);
+  const File file = open_to_read(kConfigFile);
   if (file == nullptr) {
     return 0;
   }

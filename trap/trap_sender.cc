@@ -1,57 +1,15 @@
 #include "trap/trap_sender.h"
 
-#include <arpa/inet.h>
-
-#include <algorithm>
+#include <syslog.h>
 
 #include "log/log.h"
-#include "trap/host_address.h"
+#include "trap/agentx.h"
 #include "trap/host_snmp.h"
-
-namespace {
-
-constexpr int kPriorityFailure = 3;
-constexpr int kPriorityState = 6;
-constexpr size_t kBindingsMax = 25;
-
-// The agent address: what inet_addr makes of the host address, which is
-// 255.255.255.255 when there is none.
-IpAddress agent_address() {
-  const in_addr address = {.s_addr = inet_addr(host_ipaddress.data())};
-  return IpAddress(inet_ntoa(address));
-}
-
-Pdu build_pdu(const Oid& notify_id, uint32_t timestamp, const std::vector<Vb>& vbs) {
-  Pdu pdu;
-  pdu.set_notify_id(notify_id);
-  const TimeTicks ticks(static_cast<unsigned long>(static_cast<int32_t>(timestamp)));
-  pdu.set_notify_timestamp(ticks);
-  pdu.set_v1_trap_address(agent_address());
-  const size_t count = std::min(vbs.size(), kBindingsMax);
-  for (size_t i = 0; i < count; ++i) {
-    Vb vb(vbs[i]);  // NOLINT(performance-*): some releases take no const reference
-    pdu += vb;
-  }
-  return pdu;
-}
-
-// An invalid address makes the target invalid, so that no earlier destination
-// is left in it.
-void set_address(CTarget& target, const char* destination) {
-  GenAddress address(destination);
-  if (address.valid()) {
-    target.set_address(address);
-  } else {
-    IpAddress none;
-    target.set_address(none);
-  }
-}
-
-}  // namespace
+#include "trap/traps.h"
 
 int send_trap_to_host(std::span<const uint8_t> packet) {
   if (snmp_enabled_flag == 0) {
-    Log(kPriorityFailure, "send_trap_to_host(): Host SNMP Disabled. Cannot send trap thru Host.\n");
+    Log(LOG_ERR, "send_trap_to_host(): Host SNMP Disabled. Cannot send trap thru Host.\n");
     return 0;
   }
   DaemonDebug("send_trap_to_host(): Host SNMP Enabled. Continuing to send trap thru Host.\n");
@@ -59,41 +17,4 @@ int send_trap_to_host(std::span<const uint8_t> packet) {
   const int result = send_traps(notification.trapOid, notification.timestamp, notification.vbs);
   DaemonDebug("tvurev: Returning ret [%d]\n", result);
   return notification.reset_seen ? 1 : 0;
-}
-
-int send_traps(const OidText& trapOid, uint32_t timestamp, const std::vector<Vb>& vbs) {
-  if (trap_destinations.empty()) {
-    Log(kPriorityFailure, "tvurev: no trap destinations defined!\n");
-    return 1;
-  }
-  const Oid notify_id(trapOid.data());
-  if (!notify_id.valid()) {
-    Log(kPriorityFailure, "tvurev: notification without a valid trap OID [%s]: no trap sent\n",
-        trapOid.data());
-    return 1;
-  }
-  Pdu pdu = build_pdu(notify_id, timestamp, vbs);
-  CTarget target;
-  target.set_version(version1);
-  for (size_t i = 0; i < trap_destinations.size(); ++i) {
-    set_address(target, trap_destinations[i].c_str());
-    target.set_readcommunity(trap_communities[i].c_str());
-    send_one_trap(pdu, target, trap_destinations[i].c_str(), trapOid);
-  }
-  return 1;
-}
-
-void send_one_trap(Pdu& pdu, CTarget& target, const char* destination, const OidText& trapOid) {
-  int status = SNMP_CLASS_SUCCESS;
-  Snmp session(status, 0);
-  if (status != SNMP_CLASS_SUCCESS) {
-    Log(kPriorityFailure, "Unable to construct SNMP++ session, failed to send traps\n");
-    return;
-  }
-  Log(kPriorityState, "tvurev: Sending trap [%s] to dest [%s] ...\n", trapOid.data(), destination);
-  const int result = session.trap(pdu, target);
-  if (result != SNMP_CLASS_SUCCESS) {
-    Log(kPriorityFailure, "tvurev: Trap [%s] to dest [%s] was not sent: %s\n", trapOid.data(),
-        destination, Snmp::error_msg(result));
-  }
 }

@@ -42,7 +42,7 @@ class SupportCheck : public BmcTest {
 
   void expect_file(std::string_view content) {
     script.file(kStatusFile);
-    script.fopen(kStatusFile, "r").prints(content);
+    script.fopen(kStatusFile, "re").prints(content);
   }
 
   // Without the lines of the exchange itself.
@@ -113,9 +113,9 @@ TEST_F(SupportCheck, ReadsNoMoreThan127CharactersOfTheLine) {
 
 TEST_F(SupportCheck, AsksTheBmcWhenTheFileCannotBeOpened) {
   script.file(kStatusFile);
-  script.fopen(kStatusFile, "r").fails(EACCES);
+  script.fopen(kStatusFile, "re").fails(EACCES);
   expect_query(status_response(7));
-  script.fopen(kStatusFile, "w").fails(EACCES);
+  script.fopen(kStatusFile, "we").fails(EACCES);
   EXPECT_EQ(SystemSupported(), 0);
   EXPECT_EQ(
       logs_with("file"),
@@ -128,7 +128,7 @@ TEST_F(SupportCheck, AsksTheBmcWhenTheFileCannotBeOpened) {
 
 TEST_F(SupportCheck, AsksTheBmcWithoutAFileAndKeepsTheAnswer) {
   expect_query(status_response(6, 0x0211, 0x8D2E0000));
-  script.fopen(kStatusFile, "w");
+  script.fopen(kStatusFile, "we");
   EXPECT_EQ(SystemSupported(), 1);
   EXPECT_EQ(script.written_to(kStatusFile), "Mox6\r\n");
   EXPECT_EQ(own_logs(),
@@ -143,7 +143,7 @@ TEST_F(SupportCheck, AsksTheBmcWithoutAFileAndKeepsTheAnswer) {
 TEST_F(SupportCheck, IgnoresAFileOfAnotherUserAndRewritesIt) {
   script.file(kStatusFile, 1000);
   expect_query(status_response(6));
-  script.fopen(kStatusFile, "w");
+  script.fopen(kStatusFile, "we");
   EXPECT_EQ(SystemSupported(), 1);
   EXPECT_EQ(script.written_to(kStatusFile), "Mox6\r\n");
   EXPECT_EQ(logs_with("Pulling"), Lines({"6 utils: File not Found.  Pulling info from Mox...\n"}));
@@ -158,7 +158,7 @@ class OtherGeneration : public SupportCheck, public testing::WithParamInterface<
 
 TEST_P(OtherGeneration, IsWrittenToTheFileAndNotSupported) {
   expect_query(status_response(GetParam().application, 0x0211, 0x8D2E0000));
-  script.fopen(kStatusFile, "w");
+  script.fopen(kStatusFile, "we");
   EXPECT_EQ(SystemSupported(), 0);
   const std::string line = GetParam().line;
   EXPECT_EQ(script.written_to(kStatusFile), line + "\r\n");
@@ -178,21 +178,21 @@ INSTANTIATE_TEST_SUITE_P(Generations, OtherGeneration,
 
 TEST_F(SupportCheck, AnswersAllTheSameWhenTheFileCannotBeWritten) {
   expect_query(status_response(6));
-  script.fopen(kStatusFile, "w").fails(ENOENT);
+  script.fopen(kStatusFile, "we").fails(ENOENT);
   EXPECT_EQ(SystemSupported(), 1);
   EXPECT_EQ(logs_with("Generating"), Lines());
 }
 
 TEST_F(SupportCheck, PrintsTheLargestVersionAndDate) {
   expect_query(status_response(6, 0xFFFF, 0xFFFFFFFF));
-  script.fopen(kStatusFile, "w");
+  script.fopen(kStatusFile, "we");
   EXPECT_EQ(SystemSupported(), 1);
   EXPECT_EQ(logs_with("Mox6: "), Lines({"6 Mox6: 255.255 (2053/15/31)\n"}));
 }
 
 TEST_F(SupportCheck, ReadsAsZeroWhatAShortResponseDoesNotHold) {
   expect_query(bytes_of("08 00 ad de 02 80 00 00"));
-  script.fopen(kStatusFile, "w");
+  script.fopen(kStatusFile, "we");
   EXPECT_EQ(SystemSupported(), 0);
   EXPECT_EQ(script.written_to(kStatusFile), "Mox0\r\n");
 }
@@ -201,7 +201,7 @@ TEST_F(SupportCheck, ReadsAResponseLongerThanItAskedFor) {
   Bytes response = status_response(6);
   response.resize(4096, 0xFF);
   expect_query(response);
-  script.fopen(kStatusFile, "w");
+  script.fopen(kStatusFile, "we");
   EXPECT_EQ(SystemSupported(), 1);
 }
 
@@ -228,7 +228,7 @@ TEST_F(SupportCheck, AnswersNoWhenTheExchangeFailsAndLeavesTheFile) {
 TEST_F(SupportCheck, WritesOnlyTheFirmwareLineWithoutTheDebugFlag) {
   g_utilities_debug_flag = 0;
   expect_query(status_response(6, 0x0100, 0x8D2E0000));
-  script.fopen(kStatusFile, "w");
+  script.fopen(kStatusFile, "we");
   EXPECT_EQ(SystemSupported(), 1);
   EXPECT_EQ(script.logs(), Lines({"6 Mox6: 1.0 (2025/4/23)\n"}));
 }

@@ -21,7 +21,7 @@ class Gates : public Daemon {
     script.file(kDriverNode);
     script.file(kStatusFile);
   }
-  void expect_generation(const char* line) { script.fopen(kStatusFile, "r").prints(line); }
+  void expect_generation(const char* line) { script.fopen(kStatusFile, "re").prints(line); }
   // The variable's channel fails to open: reads as disabled.
   void expect_reverse_mode_unreadable() {
     for (int sweep = 0; sweep < 5; ++sweep) {
@@ -100,7 +100,7 @@ TEST_F(Gates, UnreadableReverseModeCountsAsDisabled) {
 TEST_F(Gates, DisabledHostSnmpIsPrintedAndLoggedAndWaits) {
   expect_generation("Mox6\r\n");
   expect_reverse_mode(1);
-  script.fopen(kSnmpXml, "r").fails(ENOENT);
+  script.fopen(kSnmpXml, "re").fails(ENOENT);
   script.file(kRestart);
   script.unlink(kRestart);
   const OutputCapture capture;
@@ -113,7 +113,7 @@ TEST_F(Gates, DisabledHostSnmpIsPrintedAndLoggedAndWaits) {
 TEST_F(Gates, LetTheDaemonRunWhenAllArePassed) {
   expect_generation("Mox6\r\n");
   expect_reverse_mode(1);
-  script.fopen(kSnmpXml, "r").prints("<enable>true</enable>\n");
+  script.fopen(kSnmpXml, "re").prints("<enable>true</enable>\n");
   EXPECT_EQ(check_gates(), std::nullopt);
   EXPECT_EQ(host_snmp_enabled, 1);
   EXPECT_EQ(script.logs(), Lines({"6 tvurev:  Supported Ryn11 server detected.\n",

@@ -30,7 +30,7 @@ class HostSnmp : public testing::Test {
   }
 
   int read(const std::string& content) {
-    script.fopen(kFile, "r").prints(content);
+    script.fopen(kFile, "re").prints(content);
     return snmpEnabled();
   }
 
@@ -46,7 +46,7 @@ class HostSnmp : public testing::Test {
 
 TEST_F(HostSnmp, IsDisabledWithoutAFile) {
   snmp_enabled_flag = 1;
-  script.fopen(kFile, "r").fails(ENOENT);
+  script.fopen(kFile, "re").fails(ENOENT);
   EXPECT_EQ(snmpEnabled(), 0);
   EXPECT_EQ(snmp_enabled_flag, 0);
 }
@@ -245,7 +245,7 @@ TEST_P(OverlongPiece, EndsTheProcessAfterALogLine) {
   EXPECT_EXIT(
       {
         CallScript script;
-        script.fopen(kFile, "r").prints("<enable>true</enable>\n" + GetParam().line + "\n");
+        script.fopen(kFile, "re").prints("<enable>true</enable>\n" + GetParam().line + "\n");
         snmpEnabled();
       },
       testing::KilledBySignal(SIGABRT), GetParam().message);

@@ -8,28 +8,28 @@
 #include "trap/agentx.h"
 
 // "OID INTEGER 7", "OID OCTETS text" and so on.
-inline std::string binding_text(const Vb& vb) {
+inline std::string binding_text(const Snmp_pp::Vb& vb) {
   const std::string name = vb.get_printable_oid();
   switch (vb.get_syntax()) {
-    case sNMP_SYNTAX_INT32: {
-      SnmpInt32 number;
+    case Snmp_pp::sNMP_SYNTAX_INT32: {
+      Snmp_pp::SnmpInt32 number;
       vb.get_value(number);
       return name + " INTEGER " + std::to_string(static_cast<long>(number));
     }
-    case sNMP_SYNTAX_TIMETICKS: {
-      TimeTicks ticks;
+    case Snmp_pp::sNMP_SYNTAX_TIMETICKS: {
+      Snmp_pp::TimeTicks ticks;
       vb.get_value(ticks);
       return name + " TIMETICKS " + std::to_string(static_cast<unsigned long>(ticks));
     }
-    case sNMP_SYNTAX_OCTETS: {
-      OctetStr octets;
+    case Snmp_pp::sNMP_SYNTAX_OCTETS: {
+      Snmp_pp::OctetStr octets;
       vb.get_value(octets);
       return name + " OCTETS " +
              std::string(reinterpret_cast<const char*>(octets.data()), octets.len());
     }
-    case sNMP_SYNTAX_OID:
+    case Snmp_pp::sNMP_SYNTAX_OID:
       return name + " OID " + vb.get_printable_value();
-    case sNMP_SYNTAX_IPADDR:
+    case Snmp_pp::sNMP_SYNTAX_IPADDR:
       return name + " IPADDRESS " + vb.get_printable_value();
     default:
       return name + " syntax " + std::to_string(vb.get_syntax());
@@ -38,7 +38,7 @@ inline std::string binding_text(const Vb& vb) {
 
 inline Lines bindings_text(const Notification& notification) {
   Lines lines;
-  for (const Vb& vb : notification.vbs) {
+  for (const Snmp_pp::Vb& vb : notification.vbs) {
     lines.push_back(binding_text(vb));
   }
   return lines;

@@ -16,6 +16,7 @@
 #include "tests/unit/trap/trap_reader.h"
 #include "trap/host_address.h"
 #include "trap/host_snmp.h"
+#include "trap/traps.h"
 
 namespace {
 
@@ -266,7 +267,8 @@ TEST_F(TrapSender, ReportsAFailedSendWithItsReceiverAndGoesOn) {
   ASSERT_EQ(script.logs().size(), 3U);
   EXPECT_EQ(script.logs()[1].rfind("3 ", 0), 0U) << script.logs()[1];
   EXPECT_NE(script.logs()[1].find("[192.0.2.7]"), std::string::npos) << script.logs()[1];
-  EXPECT_NE(script.logs()[1].find(Snmp::error_msg(SNMP_CLASS_TL_FAILED)), std::string::npos)
+  EXPECT_NE(script.logs()[1].find(Snmp_pp::Snmp::error_msg(Snmp_pp::SNMP_CLASS_TL_FAILED)),
+            std::string::npos)
       << script.logs()[1];
 }
 

@@ -1,6 +1,6 @@
 // A zeroed heap block that frees itself; null when there was no memory.
-#ifndef TVUREV_BMC_HEAP_BUFFER_H_
-#define TVUREV_BMC_HEAP_BUFFER_H_
+#ifndef TVUREV_BASE_HEAP_BUFFER_H_
+#define TVUREV_BASE_HEAP_BUFFER_H_
 
 #include <cstddef>
 #include <cstdint>
@@ -15,4 +15,4 @@ using HeapBuffer = std::unique_ptr<uint8_t[], HeapBufferDeleter>;
 // no memory: each caller has its own message for that.
 HeapBuffer allocate_zeroed(size_t size);
 
-#endif  // TVUREV_BMC_HEAP_BUFFER_H_
+#endif  // TVUREV_BASE_HEAP_BUFFER_H_

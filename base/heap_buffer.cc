@@ -1,4 +1,4 @@
-#include "bmc/heap_buffer.h"
+#include "base/heap_buffer.h"
 
 #include <cstdlib>
 
