@@ -1,4 +1,4 @@
-#include "bmc/interval.h"
+#include "ortinv/interval.h"
 
 #include <unistd.h>
 

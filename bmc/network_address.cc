@@ -1,4 +1,4 @@
-#include "bmc/network_address.h"
+#include "ortinv/network_address.h"
 
 #include <array>
 #include <cstdint>

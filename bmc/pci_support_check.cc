@@ -1,4 +1,4 @@
-#include "bmc/pci_support_check.h"
+#include "ortinv/pci_support_check.h"
 
 #include <array>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "bmc/rev_mode.h"
+#include "ortinv/rev_mode.h"
 
 #include <unistd.h>
 

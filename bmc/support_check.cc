@@ -1,4 +1,4 @@
-#include "bmc/support_check.h"
+#include "ortinv/support_check.h"
 
 #include <array>
 #include <cstdio>

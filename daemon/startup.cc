@@ -9,12 +9,12 @@
 #include <cstdlib>
 
 #include "base/file.h"
-#include "bmc/rev_mode.h"
-#include "bmc/support_check.h"
 #include "daemon/control_files.h"
 #include "daemon/reverse_proxy.h"
 #include "log/debug_flags.h"
 #include "log/log.h"
+#include "ortinv/rev_mode.h"
+#include "ortinv/support_check.h"
 #include "trap/host_snmp.h"
 
 namespace {

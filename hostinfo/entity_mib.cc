@@ -1,4 +1,4 @@
-#include "hostinfo/entity_mib.h"
+#include "ortinv/entity_mib.h"
 
 #include <array>
 #include <cstdint>
@@ -6,9 +6,9 @@
 #include <cstring>
 #include <ctime>
 
-#include "bmc/network_address.h"
 #include "hostinfo/entity_mib_path.h"
 #include "log/log.h"
+#include "ortinv/network_address.h"
 
 const char* g_entity_mib_path = "/etc/config/ent_mib/ort.xml";
 

@@ -1,4 +1,4 @@
-#include "hostinfo/host_identity.h"
+#include "ortinv/host_identity.h"
 
 #include <array>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "hostinfo/memory_info.h"
+#include "ortinv/memory_info.h"
 
 #include <sys/sysinfo.h>
 

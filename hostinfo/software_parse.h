@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-#include "hostinfo/software_table.h"
+#include "ortinv/software_table.h"
 
 // Each picks every element it knows out of a line, independently of the others.
 // An element whose end is not on the line leaves the record as it was.

@@ -1,4 +1,4 @@
-#include "hostinfo/text_cut.h"
+#include "ortinv/text_cut.h"
 
 namespace {
 

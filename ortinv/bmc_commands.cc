@@ -10,13 +10,13 @@
 #include <string_view>
 
 #include "bmc/channel.h"
-#include "bmc/interval.h"
-#include "bmc/network_address.h"
 #include "bmc/nvram.h"
-#include "bmc/rev_mode.h"
-#include "hostinfo/entity_mib.h"
 #include "hostinfo/entity_mib_path.h"
+#include "ortinv/entity_mib.h"
+#include "ortinv/interval.h"
+#include "ortinv/network_address.h"
 #include "ortinv/quiet_stdout.h"
+#include "ortinv/rev_mode.h"
 #include "wire/kcs.h"
 
 namespace {

@@ -6,10 +6,10 @@
 #include <cstdlib>
 #include <vector>
 
-#include "hostinfo/host_identity.h"
 #include "hostinfo/image_database.h"
-#include "hostinfo/memory_info.h"
-#include "hostinfo/software_table.h"
+#include "ortinv/host_identity.h"
+#include "ortinv/memory_info.h"
+#include "ortinv/software_table.h"
 #include "ortinv/sources.h"
 
 namespace {

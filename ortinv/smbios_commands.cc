@@ -10,12 +10,12 @@
 #include <set>
 #include <string_view>
 
+#include "ortinv/oem_queries.h"
+#include "ortinv/smbios_records.h"
 #include "ortinv/smbios_records_json.h"
+#include "ortinv/smbios_table.h"
 #include "ortinv/sources.h"
-#include "smbios/oem_queries.h"
 #include "smbios/serial_trim.h"
-#include "smbios/smbios_records.h"
-#include "smbios/smbios_table.h"
 
 namespace {
 

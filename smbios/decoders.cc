@@ -4,8 +4,8 @@
 #include <cstdlib>
 
 #include "base/text.h"
-#include "smbios/smbios_records.h"
-#include "smbios/smbios_table.h"
+#include "ortinv/smbios_records.h"
+#include "ortinv/smbios_table.h"
 #include "smbios/table.h"
 #include "smbios/uuid_text.h"
 

@@ -4,7 +4,7 @@
 
 #include "base/text.h"
 #include "log/log.h"
-#include "smbios/oem_queries.h"
+#include "ortinv/oem_queries.h"
 #include "smbios/serial_trim.h"
 #include "smbios/table.h"
 

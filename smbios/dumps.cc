@@ -1,7 +1,7 @@
 // Console dumps of the records.
 #include <cstdio>
 
-#include "smbios/smbios_records.h"
+#include "ortinv/smbios_records.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The port number of a NIC.
 #include "log/log.h"
+#include "ortinv/oem_queries.h"
 #include "smbios/device_record.h"
-#include "smbios/oem_queries.h"
 #include "smbios/table.h"
 
 namespace {

@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "log/log.h"
+#include "ortinv/oem_queries.h"
 #include "smbios/device_record.h"
-#include "smbios/oem_queries.h"
 #include "smbios/table.h"
 
 namespace {

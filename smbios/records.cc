@@ -1,10 +1,10 @@
 // Arrays of decoded records.
-#include "smbios/smbios_records.h"
+#include "ortinv/smbios_records.h"
 
 #include <array>
 #include <cstdlib>
 
-#include "smbios/smbios_table.h"
+#include "ortinv/smbios_table.h"
 #include "smbios/table.h"
 
 namespace {

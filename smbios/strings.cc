@@ -1,6 +1,6 @@
 #include <cstring>
 
-#include "smbios/smbios_table.h"
+#include "ortinv/smbios_table.h"
 #include "smbios/table.h"
 
 namespace {

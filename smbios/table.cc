@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "log/log.h"
-#include "smbios/smbios_table.h"
+#include "ortinv/smbios_table.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // The periodic trap intervals.
-#include "bmc/interval.h"
+#include "ortinv/interval.h"
 
 #include <gtest/gtest.h>
 

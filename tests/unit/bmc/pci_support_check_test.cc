@@ -1,5 +1,5 @@
 // The other support check: the BMC's function in the list of PCI devices.
-#include "bmc/pci_support_check.h"
+#include "ortinv/pci_support_check.h"
 
 #include <gtest/gtest.h>
 

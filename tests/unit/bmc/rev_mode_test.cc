@@ -1,5 +1,5 @@
 // The variable that switches the reverse proxy on.
-#include "bmc/rev_mode.h"
+#include "ortinv/rev_mode.h"
 
 #include <gtest/gtest.h>
 

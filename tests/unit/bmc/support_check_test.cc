@@ -1,5 +1,5 @@
 // Is the BMC of the supported generation? The cached answer, and the query.
-#include "bmc/support_check.h"
+#include "ortinv/support_check.h"
 
 #include <gtest/gtest.h>
 

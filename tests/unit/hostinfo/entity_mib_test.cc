@@ -1,4 +1,4 @@
-#include "hostinfo/entity_mib.h"
+#include "ortinv/entity_mib.h"
 
 #include <gtest/gtest.h>
 
@@ -7,8 +7,8 @@
 #include <ctime>
 #include <string>
 
-#include "bmc/network_address.h"
 #include "hostinfo/entity_mib_path.h"
+#include "ortinv/network_address.h"
 #include "tests/unit/hostinfo/debug_log.h"
 #include "tests/unit/hostinfo/fresh_process.h"
 

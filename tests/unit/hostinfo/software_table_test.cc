@@ -1,4 +1,4 @@
-#include "hostinfo/software_table.h"
+#include "ortinv/software_table.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

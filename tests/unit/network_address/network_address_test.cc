@@ -1,4 +1,4 @@
-#include "bmc/network_address.h"
+#include "ortinv/network_address.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -12,15 +12,15 @@
 #include <fstream>
 
 #include "bmc/channel.h"
-#include "bmc/interval.h"
-#include "bmc/network_address.h"
 #include "bmc/nvram.h"
-#include "bmc/rev_mode.h"
-#include "hostinfo/entity_mib.h"
 #include "hostinfo/entity_mib_path.h"
-#include "smbios/oem_queries.h"
-#include "smbios/smbios_records.h"
-#include "smbios/smbios_table.h"
+#include "ortinv/entity_mib.h"
+#include "ortinv/interval.h"
+#include "ortinv/network_address.h"
+#include "ortinv/oem_queries.h"
+#include "ortinv/rev_mode.h"
+#include "ortinv/smbios_records.h"
+#include "ortinv/smbios_table.h"
 #include "wire/kcs.h"
 
 FakeHost g_host;

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "hostinfo/host_identity.h"
-#include "hostinfo/memory_info.h"
-#include "hostinfo/software_table.h"
+#include "ortinv/host_identity.h"
+#include "ortinv/memory_info.h"
+#include "ortinv/software_table.h"
 
 // One PCI device that the SMBIOS table knows; an empty text is absent.
 struct FakePciDevice {

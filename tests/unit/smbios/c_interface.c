@@ -3,9 +3,9 @@
 
 #include <stdlib.h>
 
-#include "smbios/oem_queries.h"
-#include "smbios/smbios_records.h"
-#include "smbios/smbios_table.h"
+#include "ortinv/oem_queries.h"
+#include "ortinv/smbios_records.h"
+#include "ortinv/smbios_table.h"
 
 uint32_t count_slots_from_c(void) {
   struct SmbSlotRec* slots = NULL;

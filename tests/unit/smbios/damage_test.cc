@@ -5,8 +5,8 @@
 #include <random>
 #include <string>
 
-#include "smbios/oem_queries.h"
-#include "smbios/smbios_records.h"
+#include "ortinv/oem_queries.h"
+#include "ortinv/smbios_records.h"
 #include "tests/unit/smbios/loaded_table.h"
 
 namespace {

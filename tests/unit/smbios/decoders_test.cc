@@ -2,7 +2,7 @@
 #include <cstring>
 #include <string>
 
-#include "smbios/smbios_records.h"
+#include "ortinv/smbios_records.h"
 #include "tests/unit/smbios/loaded_table.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include <sstream>
 #include <string>
 
-#include "smbios/smbios_records.h"
+#include "ortinv/smbios_records.h"
 #include "tests/support/smbios/sample_host.h"
 #include "tests/unit/smbios/loaded_table.h"
 

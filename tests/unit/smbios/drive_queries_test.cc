@@ -1,7 +1,7 @@
 // Drives by their serial number, and how serial numbers are compared.
 #include <string>
 
-#include "smbios/oem_queries.h"
+#include "ortinv/oem_queries.h"
 #include "smbios/serial_trim.h"
 #include "tests/unit/smbios/loaded_table.h"
 

@@ -10,7 +10,7 @@
 #include <functional>
 #include <vector>
 
-#include "smbios/smbios_table.h"
+#include "ortinv/smbios_table.h"
 #include "tests/support/call_script.h"
 #include "tests/support/smbios/table_builder.h"
 

@@ -1,5 +1,5 @@
 // The port number of a NIC, from two kinds of structures in turn.
-#include "smbios/oem_queries.h"
+#include "ortinv/oem_queries.h"
 #include "tests/unit/smbios/loaded_table.h"
 
 namespace {

@@ -2,7 +2,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "smbios/oem_queries.h"
+#include "ortinv/oem_queries.h"
 #include "tests/unit/smbios/loaded_table.h"
 
 // NOLINTBEGIN(bugprone-reserved-identifier): the names that --wrap gives

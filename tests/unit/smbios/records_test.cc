@@ -1,7 +1,7 @@
 // Arrays of decoded records of one type.
 #include <array>
 
-#include "smbios/smbios_records.h"
+#include "ortinv/smbios_records.h"
 #include "tests/unit/smbios/loaded_table.h"
 
 namespace {

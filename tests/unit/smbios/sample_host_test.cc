@@ -3,8 +3,8 @@
 
 #include <cstdlib>
 
-#include "smbios/oem_queries.h"
-#include "smbios/smbios_records.h"
+#include "ortinv/oem_queries.h"
+#include "ortinv/smbios_records.h"
 #include "tests/unit/smbios/loaded_table.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <string>
 #include <thread>
 
-#include "smbios/smbios_records.h"
+#include "ortinv/smbios_records.h"
 #include "tests/unit/smbios/loaded_table.h"
 
 namespace {

@@ -1,6 +1,6 @@
 /* Two ways to cut a text short, in place. Usable from C. */
-#ifndef TVUREV_HOSTINFO_TEXT_CUT_H_
-#define TVUREV_HOSTINFO_TEXT_CUT_H_
+#ifndef ORTINV_TEXT_CUT_H_
+#define ORTINV_TEXT_CUT_H_
 
 #ifdef __cplusplus
 extern "C" {
@@ -19,4 +19,4 @@ void CutAtParen(char* text, int length);
 }
 #endif
 
-#endif /* TVUREV_HOSTINFO_TEXT_CUT_H_ */
+#endif /* ORTINV_TEXT_CUT_H_ */

@@ -1,8 +1,8 @@
 /* The registration file by which the hypervisor's SNMP agent learns that a
  * management agent at the BMC's address serves the entity MIB:
  * "/etc/config/ent_mib/ort.xml". Usable from C. */
-#ifndef TVUREV_HOSTINFO_ENTITY_MIB_H_
-#define TVUREV_HOSTINFO_ENTITY_MIB_H_
+#ifndef ORTINV_ENTITY_MIB_H_
+#define ORTINV_ENTITY_MIB_H_
 
 #ifdef __cplusplus
 extern "C" {
@@ -25,4 +25,4 @@ int update_ent_mib_xml(void);
 }
 #endif
 
-#endif /* TVUREV_HOSTINFO_ENTITY_MIB_H_ */
+#endif /* ORTINV_ENTITY_MIB_H_ */

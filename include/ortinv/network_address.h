@@ -2,8 +2,8 @@
  * opens a channel of its own and closes it before it looks at the answer. All
  * messages go through DebugLog. docs/protocol-chif.md shows the packets. Usable
  * from C. */
-#ifndef TVUREV_BMC_NETWORK_ADDRESS_H_
-#define TVUREV_BMC_NETWORK_ADDRESS_H_
+#ifndef ORTINV_NETWORK_ADDRESS_H_
+#define ORTINV_NETWORK_ADDRESS_H_
 
 #ifdef __cplusplus
 extern "C" {
@@ -35,4 +35,4 @@ int get_Mox_IPv6(char* address, int* ipv6_enabled, int* ipv4_enabled);
 }
 #endif
 
-#endif /* TVUREV_BMC_NETWORK_ADDRESS_H_ */
+#endif /* ORTINV_NETWORK_ADDRESS_H_ */

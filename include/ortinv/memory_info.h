@@ -1,8 +1,8 @@
 /* The host's memory figures, read from the hypervisor's kernel-state shell tool,
  * and its uptime. Messages go through DebugLog, under its module "talHost".
  * Usable from C. */
-#ifndef TVUREV_HOSTINFO_MEMORY_INFO_H_
-#define TVUREV_HOSTINFO_MEMORY_INFO_H_
+#ifndef ORTINV_MEMORY_INFO_H_
+#define ORTINV_MEMORY_INFO_H_
 
 /* NOLINTNEXTLINE(modernize-deprecated-headers): also read by C compilers */
 #include <stdint.h>
@@ -33,4 +33,4 @@ long HostUptime(void);
 }
 #endif
 
-#endif /* TVUREV_HOSTINFO_MEMORY_INFO_H_ */
+#endif /* ORTINV_MEMORY_INFO_H_ */

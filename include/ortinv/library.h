@@ -1,7 +1,7 @@
 /* What concerns the library as a whole: its version and its debug log. Usable
  * from C. */
-#ifndef TVUREV_ORTINV_LIBRARY_H_
-#define TVUREV_ORTINV_LIBRARY_H_
+#ifndef ORTINV_LIBRARY_H_
+#define ORTINV_LIBRARY_H_
 
 #ifdef __cplusplus
 extern "C" {
@@ -20,4 +20,4 @@ void ortinv_init_debug_log(void);
 }
 #endif
 
-#endif /* TVUREV_ORTINV_LIBRARY_H_ */
+#endif /* ORTINV_LIBRARY_H_ */

@@ -4,8 +4,8 @@
  * user-world library. Messages go through DebugLog, under its modules "utils"
  * and "talHost". Not locked: call from one thread, or once before others start.
  * Usable from C. */
-#ifndef TVUREV_HOSTINFO_HOST_IDENTITY_H_
-#define TVUREV_HOSTINFO_HOST_IDENTITY_H_
+#ifndef ORTINV_HOST_IDENTITY_H_
+#define ORTINV_HOST_IDENTITY_H_
 
 /* NOLINTNEXTLINE(modernize-deprecated-headers): also read by C compilers */
 #include <stdint.h>
@@ -43,4 +43,4 @@ void getDistro(struct HostIdentity* record);
 }
 #endif
 
-#endif /* TVUREV_HOSTINFO_HOST_IDENTITY_H_ */
+#endif /* ORTINV_HOST_IDENTITY_H_ */

@@ -2,7 +2,7 @@
  * the maker's OEM structures: 203 (device correlation), 233 (NIC), 240 (a text of
  * a device) and 242 (drive).
  *
- * All need a successful SmBiosInit (smbios/smbios_table.h), take no lock and only
+ * All need a successful SmBiosInit (<ortinv/smbios_table.h>), take no lock and only
  * read the table. A miss is null or 0, whatever its reason. Unless said otherwise
  * a result is a text in the table: valid until SmBiosTerm, not to be freed. Log
  * lines go through DebugLog.
@@ -12,8 +12,8 @@
  * device (type 41). What is correlated with that structure's handle answers the
  * query.
  */
-#ifndef TVUREV_SMBIOS_OEM_QUERIES_H_
-#define TVUREV_SMBIOS_OEM_QUERIES_H_
+#ifndef ORTINV_OEM_QUERIES_H_
+#define ORTINV_OEM_QUERIES_H_
 
 /* NOLINTNEXTLINE(modernize-deprecated-headers): also read by C compilers */
 #include <stdint.h>
@@ -57,4 +57,4 @@ uint8_t SmbGetNicPortNum(uint8_t segment, uint8_t bus, uint8_t device_function);
 }
 #endif
 
-#endif /* TVUREV_SMBIOS_OEM_QUERIES_H_ */
+#endif /* ORTINV_OEM_QUERIES_H_ */

@@ -1,7 +1,7 @@
 /* Tells whether the server's BMC is of the supported generation, 6, and caches
  * the BMC's answer in "/opt/ortdv/tmp/moxstatus". Usable from C. */
-#ifndef TVUREV_BMC_SUPPORT_CHECK_H_
-#define TVUREV_BMC_SUPPORT_CHECK_H_
+#ifndef ORTINV_SUPPORT_CHECK_H_
+#define ORTINV_SUPPORT_CHECK_H_
 
 #ifdef __cplusplus
 extern "C" {
@@ -17,4 +17,4 @@ int SystemSupported(void);
 }
 #endif
 
-#endif /* TVUREV_BMC_SUPPORT_CHECK_H_ */
+#endif /* ORTINV_SUPPORT_CHECK_H_ */

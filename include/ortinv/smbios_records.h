@@ -1,4 +1,4 @@
-/* The decoded records that SmBiosGetRecords (smbios/smbios_table.h) returns, the
+/* The decoded records that SmBiosGetRecords (<ortinv/smbios_table.h>) returns, the
  * decoders it fills them with, and one console dump for each.
  *
  * Records are packed and self-contained: texts are copied out of the table and
@@ -6,8 +6,8 @@
  * "Undefined", a byte that cannot be printed reads ".". Fields that a structure
  * is too short to supply stay zero. Numbers are in the machine's byte order.
  */
-#ifndef TVUREV_SMBIOS_SMBIOS_RECORDS_H_
-#define TVUREV_SMBIOS_SMBIOS_RECORDS_H_
+#ifndef ORTINV_SMBIOS_RECORDS_H_
+#define ORTINV_SMBIOS_RECORDS_H_
 
 /* NOLINTBEGIN(modernize-deprecated-headers): also read by C compilers */
 #include <assert.h>
@@ -155,4 +155,4 @@ void SmbDumpServerId(const struct SmbServerIdRec* records, uint32_t count);
 }
 #endif
 
-#endif /* TVUREV_SMBIOS_SMBIOS_RECORDS_H_ */
+#endif /* ORTINV_SMBIOS_RECORDS_H_ */

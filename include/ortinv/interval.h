@@ -2,8 +2,8 @@
  * a selector: 10 is KXHVMA, 9 is KXHVM9, 8 is KXHVM8. The unit is the BMC's.
  * Each call opens a channel of its own and closes it. Messages go through
  * DebugLog, a few failures also to standard output. Usable from C. */
-#ifndef TVUREV_BMC_INTERVAL_H_
-#define TVUREV_BMC_INTERVAL_H_
+#ifndef ORTINV_INTERVAL_H_
+#define ORTINV_INTERVAL_H_
 
 #include <stdint.h>
 
@@ -25,4 +25,4 @@ int setIntervalEV(int selector, uint32_t value);
 }
 #endif
 
-#endif /* TVUREV_BMC_INTERVAL_H_ */
+#endif /* ORTINV_INTERVAL_H_ */

@@ -1,5 +1,5 @@
 /* Read access to the host's SMBIOS structure table: the raw walk, the strings,
- * and arrays of decoded records (smbios/smbios_records.h).
+ * and arrays of decoded records (<ortinv/smbios_records.h>).
  *
  * The table is read once from "/vmfs/devices/char/mem/smbios" into a private
  * 65536-byte block. Structures and texts are pointers into that block; they
@@ -17,8 +17,8 @@
  * SmBiosGetCleanString, which change texts in place. SmBiosInit and SmBiosTerm
  * must not run in parallel with anything here.
  */
-#ifndef TVUREV_SMBIOS_SMBIOS_TABLE_H_
-#define TVUREV_SMBIOS_SMBIOS_TABLE_H_
+#ifndef ORTINV_SMBIOS_TABLE_H_
+#define ORTINV_SMBIOS_TABLE_H_
 
 /* NOLINTNEXTLINE(modernize-deprecated-headers): also read by C compilers */
 #include <stdint.h>
@@ -72,4 +72,4 @@ int SmBiosGetRecords(uint32_t type, void** records, uint32_t* count);
 }
 #endif
 
-#endif /* TVUREV_SMBIOS_SMBIOS_TABLE_H_ */
+#endif /* ORTINV_SMBIOS_TABLE_H_ */

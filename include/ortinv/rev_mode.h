@@ -1,8 +1,8 @@
 /* The BMC variable that switches the reverse proxy on: KXHVM6, one byte, 0
  * disabled. Each call opens a channel of its own and closes it. All messages go
  * through DebugLog. Usable from C. */
-#ifndef TVUREV_BMC_REV_MODE_H_
-#define TVUREV_BMC_REV_MODE_H_
+#ifndef ORTINV_REV_MODE_H_
+#define ORTINV_REV_MODE_H_
 
 #include <stdint.h>
 
@@ -21,4 +21,4 @@ int setRevModeConfig(uint8_t value);
 }
 #endif
 
-#endif /* TVUREV_BMC_REV_MODE_H_ */
+#endif /* ORTINV_REV_MODE_H_ */

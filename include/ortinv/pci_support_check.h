@@ -1,8 +1,8 @@
 /* The other, independent support check: looks for the BMC's PCI function in the
  * host's device list. It knows generation 5 only, SystemSupported() 6 only; the
  * two are separate on purpose. Usable from C. */
-#ifndef TVUREV_BMC_PCI_SUPPORT_CHECK_H_
-#define TVUREV_BMC_PCI_SUPPORT_CHECK_H_
+#ifndef ORTINV_PCI_SUPPORT_CHECK_H_
+#define ORTINV_PCI_SUPPORT_CHECK_H_
 
 #include <stdint.h>
 
@@ -19,4 +19,4 @@ int system_is_supported(int32_t generation);
 }
 #endif
 
-#endif /* TVUREV_BMC_PCI_SUPPORT_CHECK_H_ */
+#endif /* ORTINV_PCI_SUPPORT_CHECK_H_ */

@@ -3,8 +3,8 @@
  * "/var/db/esximg/bulletins/". The files are XML, but are read line by line: an
  * element that spreads over several lines is not picked up. Only a look-up takes
  * the table's lock: no rebuild or release may run beside it. Usable from C. */
-#ifndef TVUREV_HOSTINFO_SOFTWARE_TABLE_H_
-#define TVUREV_HOSTINFO_SOFTWARE_TABLE_H_
+#ifndef ORTINV_SOFTWARE_TABLE_H_
+#define ORTINV_SOFTWARE_TABLE_H_
 
 #include <dirent.h>
 /* NOLINTNEXTLINE(modernize-deprecated-headers): also read by C compilers */
@@ -75,4 +75,4 @@ int SwParseBulletins(struct dirent** entries, int entry_count, struct SwInstalle
 }
 #endif
 
-#endif /* TVUREV_HOSTINFO_SOFTWARE_TABLE_H_ */
+#endif /* ORTINV_SOFTWARE_TABLE_H_ */
