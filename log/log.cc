@@ -2,48 +2,46 @@
 
 #include <syslog.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdarg>
+#include <cstdio>
 
 #include "log/debug_flags.h"
+#include "log/log_client.h"
 #include "log/message.h"
 #include "log/module_filter.h"
 
 namespace {
 
-// What a write does to the process's log mask.
-enum class Mask { kKeep, kAllPriorities };
 constexpr int kAllPriorities = 255;
+
+// A BMC's text of 4080 bytes and what is said around it.
+constexpr size_t kProgramMessageSize = 8 * 1024;
 
 // Puts errno back, so that "%m" sees it at the write and the caller after it.
 class ErrnoKeeper {
  public:
   ErrnoKeeper() : saved_(errno) {}
-  ~ErrnoKeeper() { restore(); }
+  ~ErrnoKeeper() { errno = saved_; }
   ErrnoKeeper(const ErrnoKeeper&) = delete;
   ErrnoKeeper& operator=(const ErrnoKeeper&) = delete;
 
-  void restore() const { errno = saved_; }
+  int saved() const { return saved_; }
 
  private:
   int saved_;
 };
 
-void write_message(int priority, const Message& message, const ErrnoKeeper& errno_keeper,
-                   Mask mask = Mask::kKeep) {
-  const MessageFormat format = as_format(message);
-  openlog("ortdv", LOG_PID, LOG_DAEMON);
-  if (mask == Mask::kAllPriorities) {
-    setlogmask(kAllPriorities);
-  }
-  errno_keeper.restore();
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral"
-#pragma GCC diagnostic ignored "-Wformat-security"
-  // The second expansion is documented behaviour; as_format made it harmless.
-  syslog(priority, format.data());
-#pragma GCC diagnostic pop
-  closelog();
+void write_message(int priority, std::string_view message, int error) {
+  ExpandedMessage expanded;  // not zeroed: only what is filled in is read
+  send_to_log(LogIdentity::kOwn, priority, expand_message(message, error, expanded));
+}
+
+[[gnu::format(printf, 2, 0)]] void format_and_write(int priority, const char* format,
+                                                    va_list arguments, int error) {
+  Message message;
+  write_message(priority, format_message(message, format, arguments), error);
 }
 
 }  // namespace
@@ -52,7 +50,7 @@ void Log(int priority, const char* format, ...) {
   const ErrnoKeeper errno_keeper;
   va_list arguments;
   va_start(arguments, format);
-  write_message(priority, format_message(format, arguments), errno_keeper);
+  format_and_write(priority, format, arguments, errno_keeper.saved());
   va_end(arguments);
 }
 
@@ -63,7 +61,7 @@ void DaemonDebug(const char* format, ...) {
   const ErrnoKeeper errno_keeper;
   va_list arguments;
   va_start(arguments, format);
-  write_message(LOG_INFO, format_message(format, arguments), errno_keeper);
+  format_and_write(LOG_INFO, format, arguments, errno_keeper.saved());
   va_end(arguments);
 }
 
@@ -72,12 +70,13 @@ void DebugLog(const char* format, ...) {
     return;
   }
   const ErrnoKeeper errno_keeper;
+  Message message = {};
   va_list arguments;
   va_start(arguments, format);
-  const Message message = format_message(format, arguments);
+  const std::string_view text = format_message(message, format, arguments);
   va_end(arguments);
-  if (ModuleDebugEnabled(message.data()) == 1) {
-    write_message(LOG_INFO, message, errno_keeper);
+  if (ModuleDebugEnabled(text.empty() ? "" : message.data()) == 1) {
+    write_message(LOG_INFO, text, errno_keeper.saved());
   }
 }
 
@@ -85,14 +84,27 @@ void UtilLog(const char* format, ...) {
   const ErrnoKeeper errno_keeper;
   va_list arguments;
   va_start(arguments, format);
-  write_message(LOG_INFO, format_message(format, arguments), errno_keeper);
+  format_and_write(LOG_INFO, format, arguments, errno_keeper.saved());
   va_end(arguments);
 }
 
 void UtilLogAll(const char* format, ...) {
   const ErrnoKeeper errno_keeper;
+  setlogmask(kAllPriorities);
   va_list arguments;
   va_start(arguments, format);
-  write_message(LOG_INFO, format_message(format, arguments), errno_keeper, Mask::kAllPriorities);
+  format_and_write(LOG_INFO, format, arguments, errno_keeper.saved());
   va_end(arguments);
+}
+
+void LogAsProgram(int priority, const char* format, ...) {
+  const ErrnoKeeper errno_keeper;
+  std::array<char, kProgramMessageSize> message;
+  va_list arguments;
+  va_start(arguments, format);
+  const int length = vsnprintf(message.data(), message.size(), format, arguments);
+  va_end(arguments);
+  if (length >= 0) {
+    send_to_log(LogIdentity::kProgram, priority, message.data());
+  }
 }

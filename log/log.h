@@ -1,15 +1,16 @@
-// The logging calls. Everything goes to the host's syslog with identity
-// "ortdv", LOG_PID and facility LOG_DAEMON; there is no log file of our own.
-// Each call opens the log, writes one message and closes it again, so no
-// descriptor stays open between messages.
+// The logging calls. Everything goes to the host's log with identity "ortdv",
+// the process's number and facility LOG_DAEMON; there is no log file of our own.
+// No descriptor stays open between messages, and none is waited for longer than
+// a second (log/log_client.h).
 //
-// Every call formats into 512 bytes (a longer message is cut to 511
-// characters), never fails visibly, and leaves errno as it found it: messages
-// that print errno stay right after an earlier message was logged.
+// Every call but LogAsProgram formats into 512 bytes (a longer message is cut to
+// 511 characters). All never fail visibly and leave errno as they found it:
+// messages that print errno stay right after an earlier message was logged.
 //
-// The formatted text is handed to syslog as its format (kept on purpose): "%%"
-// and "%m" in text from outside are expanded once more. Every other percent
-// sign arrives as it was; none can fetch an argument (log/message.h).
+// The formatted text is expanded as a format once more (kept: operators' tools
+// have seen it so; docs/oddities.md: second-expansion): "%%" and "%m" in text
+// from outside change. Every other percent sign arrives as it was; none can fetch
+// an argument (log/message.h).
 #ifndef TVUREV_LOG_LOG_H_
 #define TVUREV_LOG_LOG_H_
 
@@ -31,5 +32,10 @@
 // As UtilLog, after setting the log mask to 255, which lets all eight
 // priorities through for the rest of the process's life.
 [[gnu::format(printf, 1, 2)]] void UtilLogAll(const char* format, ...);
+
+// Writes at the given priority under the program's own name instead, with no
+// limit of 512 bytes and no second expansion: the lines about shutdowns and the
+// BMC's own log texts.
+[[gnu::format(printf, 2, 3)]] void LogAsProgram(int priority, const char* format, ...);
 
 #endif  // TVUREV_LOG_LOG_H_

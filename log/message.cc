@@ -1,30 +1,37 @@
 #include "log/message.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 
-Message format_message(const char* format, va_list arguments) {
-  Message message = {};
-  if (vsnprintf(message.data(), message.size(), format, arguments) < 0) {
-    message[0] = '\0';
+std::string_view format_message(Message& message, const char* format, va_list arguments) {
+  const int length = vsnprintf(message.data(), message.size(), format, arguments);
+  if (length < 0) {
+    return {};
   }
-  return message;
+  return {message.data(), std::min(static_cast<size_t>(length), message.size() - 1)};
 }
 
-MessageFormat as_format(const Message& message) {
-  MessageFormat format = {};
-  size_t out = 0;
-  for (size_t in = 0; message[in] != '\0'; ++in) {
-    format[out++] = message[in];
-    if (message[in] != '%') {
-      continue;
-    }
-    const char conversion = message[in + 1];
-    if (conversion == '%' || conversion == 'm') {
-      format[out++] = conversion;
-      ++in;
-    } else {
-      format[out++] = '%';
-    }
+std::string_view expand_message(std::string_view message, int error, ExpandedMessage& expanded) {
+  if (message.find('%') == std::string_view::npos) {
+    return message;
   }
-  return format;
+  size_t length = 0;
+  const auto append = [&](std::string_view text) {
+    length += text.copy(expanded.data() + length, expanded.size() - length);
+  };
+  while (!message.empty()) {
+    size_t taken = 1;
+    if (message.starts_with("%%")) {
+      append("%");
+      taken = 2;
+    } else if (message.starts_with("%m")) {
+      append(strerror(error));
+      taken = 2;
+    } else {
+      append(message.substr(0, 1));
+    }
+    message.remove_prefix(taken);
+  }
+  return {expanded.data(), length};
 }

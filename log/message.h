@@ -1,28 +1,31 @@
-// One log message on its way to syslog: a bounded text, made safe to be used as
-// a format.
+// One log message on its way to the log: a bounded text, expanded a second time
+// without harm.
 #ifndef TVUREV_LOG_MESSAGE_H_
 #define TVUREV_LOG_MESSAGE_H_
 
 #include <array>
 #include <cstdarg>
 #include <cstddef>
+#include <string_view>
 
 inline constexpr size_t kMessageSize = 512;
 
 // Holds a message and its terminating zero.
 using Message = std::array<char, kMessageSize>;
 
-// Holds any Message after every one of its characters was doubled.
-using MessageFormat = std::array<char, 2 * kMessageSize>;
+// Formats into message, cut to 511 characters, and returns the text. A format
+// that cannot be expanded gives an empty one.
+[[gnu::format(printf, 2, 0)]] std::string_view format_message(Message& message, const char* format,
+                                                              va_list arguments);
 
-// Formats into a zeroed Message, cut to 511 characters. A format that cannot be
-// expanded gives an empty message.
-[[gnu::format(printf, 1, 0)]] Message format_message(const char* format, va_list arguments);
+// Room for a message that is nothing but "%m".
+using ExpandedMessage = std::array<char, size_t{16} * 1024>;
 
-// Turns a finished message into a format that fetches no arguments: "%%" and
-// "%m" stay as they are, and the percent sign of anything else is doubled, so
-// that it is printed as it stands. A "%n" from outside can thus not write
-// memory, and a "%999999999m" cannot claim it.
-MessageFormat as_format(const Message& message);
+// Expands a finished message once more, as it would be when it were a format:
+// "%%" becomes one percent sign and "%m" the text of error. Every other percent
+// sign stays as it is, so that a "%n" from outside cannot write memory, and a
+// "%999999999m" cannot claim it. Returns the text: message itself when there is
+// nothing to expand, else what was written to expanded.
+std::string_view expand_message(std::string_view message, int error, ExpandedMessage& expanded);
 
 #endif  // TVUREV_LOG_MESSAGE_H_

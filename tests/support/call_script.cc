@@ -345,10 +345,10 @@ void CallScript::note_log(std::string call) {
   log_calls_.push_back(std::move(call));
 }
 
-void CallScript::note_message(int priority, const std::string& text) {
+void CallScript::note_message(std::string_view identity, int priority, const std::string& text) {
   const std::string line = std::to_string(priority) + " " + text;
   logs_.push_back(line);
-  log_calls_.push_back("syslog " + line);
+  log_calls_.push_back(std::string(identity) + " " + line);
   timeline_.push_back(line);
 }
 

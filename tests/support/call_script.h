@@ -143,10 +143,10 @@ class CallScript {
   // What gettimeofday says from here on.
   void set_time(long seconds, long microseconds) { time_ = {{seconds, microseconds}}; }
 
-  // The messages, in order: "6 text", the text after syslog's own expansion.
+  // The messages, in order: "6 text".
   const Lines& logs() const { return logs_; }
-  // The same and their surroundings: "openlog ortdv 1 24", "setlogmask 255",
-  // "syslog 6 text", "closelog".
+  // The same with their identities, "ortdv 6 text" or "program 6 text", and
+  // "setlogmask 255".
   const Lines& log_calls() const { return log_calls_; }
   // Steps, waits and messages together, in order.
   const Lines& timeline() const { return timeline_; }
@@ -174,7 +174,7 @@ class CallScript {
   const CallStep& meet_write(int fd, std::span<const uint8_t> bytes);
   void note_datagram(std::span<const uint8_t> bytes);
   void note_log(std::string call);
-  void note_message(int priority, const std::string& text);
+  void note_message(std::string_view identity, int priority, const std::string& text);
   bool calloc_fails();
   std::optional<std::pair<long, long>> time() const { return time_; }
   // Prints the messages to standard error, complains about what is left over

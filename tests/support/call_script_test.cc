@@ -1,6 +1,7 @@
 // The script itself: a test must not pass when a call is missing, wrong or too
 // many.
 #include "tests/support/call_script.h"
+#include "log/log_client.h"
 
 #include <fcntl.h>
 #include <gtest/gtest-spi.h>
@@ -8,7 +9,6 @@
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
-#include <syslog.h>
 #include <unistd.h>
 
 #include <array>
@@ -149,19 +149,12 @@ TEST(CallScript, PretendsFiles) {
   EXPECT_EQ(script.stats(), Lines({"/tmp/a", "/tmp/b", "/tmp/b", "/tmp/c"}));
 }
 
-TEST(CallScript, CollectsMessagesAndLeavesAnotherErrno) {
+TEST(CallScript, CollectsMessagesAndTheirIdentities) {
   CallScript script;
-  openlog("who", LOG_PID, LOG_DAEMON);
-  errno = EBUSY;
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat"
-  syslog(LOG_ERR, "%s: %m", "why");
-#pragma GCC diagnostic pop
-  EXPECT_NE(errno, EBUSY);
-  closelog();
-  EXPECT_EQ(script.logs(), Lines({"3 why: Device or resource busy"}));
-  EXPECT_EQ(script.log_calls(),
-            Lines({"openlog who 1 24", "syslog 3 why: Device or resource busy", "closelog"}));
+  send_to_log(LogIdentity::kOwn, 3, "why\n");
+  send_to_log(LogIdentity::kProgram, 1, "what\n");
+  EXPECT_EQ(script.logs(), Lines({"3 why\n", "1 what\n"}));
+  EXPECT_EQ(script.log_calls(), Lines({"ortdv 3 why\n", "program 1 what\n"}));
 }
 
 TEST(CallScript, RunsCommandsOnPaper) {
@@ -211,7 +204,7 @@ TEST(CallScript, PrintsTheMessagesOfAProcessThatEnds) {
         CallScript script;
         script.fork().returns(0);
         if (fork() == 0) {
-          syslog(LOG_INFO, "over\n");
+          send_to_log(LogIdentity::kOwn, 6, "over\n");
           exit(3);
         }
       },

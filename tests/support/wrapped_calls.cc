@@ -3,10 +3,10 @@
 #include "tests/support/wrapped_calls.h"
 
 #include <fcntl.h>
-#include <syslog.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdarg>
 #include <string>
 
 #include "tests/support/call_script.h"
@@ -89,27 +89,11 @@ int wrapped_stat(const char* path, struct stat* status) {
   return 0;
 }
 
-[[gnu::format(printf, 2, 0)]] void wrapped_vsyslog(int priority, const char* format,
-                                                   va_list arguments) {
-  CallScript* script = CallScript::active();
-  if (script == nullptr) {
-    __real_vsyslog(priority, format, arguments);
-    return;
-  }
-  const int error = errno;
-  va_list copy;
-  va_copy(copy, arguments);
-  const int length = vsnprintf(nullptr, 0, format, copy);
-  va_end(copy);
-  std::string text(static_cast<size_t>(length), '\0');
-  errno = error;
-  vsnprintf(text.data(), text.size() + 1, format, arguments);
-  script->note_message(priority, text);
-  // As the C library's may: who needs errno afterwards has to have kept it.
-  errno = ECONNREFUSED;
-}
-
 }  // namespace
+
+// The log client, by the name that it is linked under.
+void wrapped_send_to_log(LogIdentity identity, int priority, std::string_view text) asm(
+    "__wrap__Z11send_to_log11LogIdentityiSt17basic_string_viewIcSt11char_traitsIcEE");
 
 extern "C" {
 
@@ -120,7 +104,6 @@ int __wrap_bind(int fd, const sockaddr* address, socklen_t length);
 void* __wrap_calloc(size_t count, size_t size);
 int __wrap_close(int fd);
 int __wrap_close_range(unsigned first, unsigned last, int flags);
-void __wrap_closelog();
 [[noreturn]] void __wrap_exit(int status);
 [[noreturn]] void __wrap__exit(int status);
 int __wrap_fclose(FILE* stream);
@@ -137,7 +120,6 @@ int __wrap_open(const char* path, int flags, ...);
 int __wrap_open64(const char* path, int flags, ...);
 int __wrap___open_2(const char* path, int flags);
 int __wrap___open64_2(const char* path, int flags);
-void __wrap_openlog(const char* identity, int option, int facility);
 int __wrap_pclose(FILE* stream);
 int __wrap_poll(pollfd* fds, nfds_t count, int timeout_ms);
 int __wrap___poll_chk(pollfd* fds, nfds_t count, int timeout_ms, size_t fds_size);
@@ -154,16 +136,9 @@ unsigned __wrap_sleep(unsigned seconds);
 int __wrap_socket(int domain, int type, int protocol);
 int __wrap_stat(const char* path, struct stat* status);
 int __wrap_stat64(const char* path, struct stat* status);
-[[gnu::format(printf, 2, 3)]] void __wrap_syslog(int priority, const char* format, ...);
-[[gnu::format(printf, 3, 4)]] void __wrap___syslog_chk(int priority, int flag, const char* format,
-                                                       ...);
 int __wrap_system(const char* command);
 int __wrap_unlink(const char* path);
 int __wrap_usleep(useconds_t microseconds);
-[[gnu::format(printf, 2, 0)]] void __wrap_vsyslog(int priority, const char* format,
-                                                  va_list arguments);
-[[gnu::format(printf, 3, 0)]] void __wrap___vsyslog_chk(int priority, int flag, const char* format,
-                                                        va_list arguments);
 pid_t __wrap_waitpid(pid_t pid, int* status, int options);
 ssize_t __wrap_write(int fd, const void* bytes, size_t length);
 
@@ -417,28 +392,7 @@ ssize_t __wrap_sendto(int fd, const void* bytes, size_t length, int flags, const
       .answer(static_cast<long>(length));
 }
 
-// The system log. Every call leaves a wrong errno behind.
-
-void __wrap_openlog(const char* identity, int option, int facility) {
-  CallScript* script = CallScript::active();
-  if (script == nullptr) {
-    __real_openlog(identity, option, facility);
-    return;
-  }
-  script->note_log("openlog " + std::string(identity) + " " + std::to_string(option) + " " +
-                   std::to_string(facility));
-  errno = ENOTCONN;
-}
-
-void __wrap_closelog() {
-  CallScript* script = CallScript::active();
-  if (script == nullptr) {
-    __real_closelog();
-    return;
-  }
-  script->note_log("closelog");
-  errno = EBADF;
-}
+// The system log.
 
 int __wrap_setlogmask(int mask) {
   CallScript* script = CallScript::active();
@@ -449,23 +403,14 @@ int __wrap_setlogmask(int mask) {
   return 0xFF;
 }
 
-void __wrap_syslog(int priority, const char* format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  wrapped_vsyslog(priority, format, arguments);
-  va_end(arguments);
-}
-void __wrap___syslog_chk(int priority, int, const char* format, ...) {
-  va_list arguments;
-  va_start(arguments, format);
-  wrapped_vsyslog(priority, format, arguments);
-  va_end(arguments);
-}
-void __wrap_vsyslog(int priority, const char* format, va_list arguments) {
-  wrapped_vsyslog(priority, format, arguments);
-}
-void __wrap___vsyslog_chk(int priority, int, const char* format, va_list arguments) {
-  wrapped_vsyslog(priority, format, arguments);
-}
-
 }  // extern "C"
+
+void wrapped_send_to_log(LogIdentity identity, int priority, std::string_view text) {
+  CallScript* script = CallScript::active();
+  if (script == nullptr) {
+    real_send_to_log(identity, priority, text);
+    return;
+  }
+  script->note_message(identity == LogIdentity::kOwn ? "ortdv" : "program", priority,
+                       std::string(text));
+}

@@ -9,9 +9,11 @@
 #include <sys/time.h>
 #include <sys/types.h>
 
-#include <cstdarg>
 #include <cstddef>
 #include <cstdio>
+#include <string_view>
+
+#include "log/log_client.h"
 
 extern "C" {
 [[noreturn]] void __real_abort();
@@ -20,7 +22,6 @@ int __real_bind(int fd, const sockaddr* address, socklen_t length);
 void* __real_calloc(size_t count, size_t size);
 int __real_close(int fd);
 int __real_close_range(unsigned first, unsigned last, int flags);
-void __real_closelog();
 [[noreturn]] void __real_exit(int status);
 [[noreturn]] void __real__exit(int status);
 int __real_fclose(FILE* stream);
@@ -33,7 +34,6 @@ int __real_kill(pid_t pid, int signal);
 int __real_listen(int fd, int backlog);
 int __real_mkdir(const char* path, mode_t mode);
 int __real_open(const char* path, int flags, ...);
-void __real_openlog(const char* identity, int option, int facility);
 int __real_pclose(FILE* stream);
 int __real_poll(pollfd* fds, nfds_t count, int timeout_ms);
 FILE* __real_popen(const char* command, const char* mode);
@@ -49,9 +49,12 @@ int __real_stat(const char* path, struct stat* status);
 int __real_system(const char* command);
 int __real_unlink(const char* path);
 int __real_usleep(useconds_t microseconds);
-void __real_vsyslog(int priority, const char* format, va_list arguments);
 pid_t __real_waitpid(pid_t pid, int* status, int options);
 ssize_t __real_write(int fd, const void* bytes, size_t length);
 }
+
+// The log client, by the name that it is linked under.
+void real_send_to_log(LogIdentity identity, int priority, std::string_view text) asm(
+    "__real__Z11send_to_log11LogIdentityiSt17basic_string_viewIcSt11char_traitsIcEE");
 
 #endif  // TVUREV_TESTS_SUPPORT_WRAPPED_CALLS_H_

@@ -87,7 +87,7 @@ TEST_F(Dispatch, WritesALogTextAsAnAlertAndAcknowledgesIt) {
       ChifBuilder(0x0095).seqno(9).u16_at(8, 8).text("fan 3 %n failed").bytes());
   script.write(kFd, bytes_of("1000 0302 9580 0d00 00000000 00000000"));
   EXPECT_EQ(bmc_recv(kFd), 0);
-  EXPECT_EQ(script.log_calls(), Lines({"syslog 1 fan 3 %n"}));
+  EXPECT_EQ(script.log_calls(), Lines({"program 1 fan 3 %n"}));
   EXPECT_EQ(chif_seqno, 0x10204U);
 }
 
@@ -139,7 +139,7 @@ TEST_F(Shutdown, WithAction1RebootsAfterItsDelay) {
   expect_ack("0500");
   EXPECT_EQ(bmc_recv(kFd), 0);
   EXPECT_EQ(script.log_calls(),
-            Lines({"syslog 1 System will reboot in 30 seconds due to lost %s fan.\n"}));
+            Lines({"program 1 System will reboot in 30 seconds due to lost %s fan.\n"}));
   EXPECT_EQ(shutdown_timer_pid, 77);
   EXPECT_EQ(chif_seqno, 6U);
 }

@@ -48,7 +48,7 @@ TEST_F(ShutdownAction, AnAbortKillsTheTimerAndForgetsIt) {
   script.kill(4711, SIGKILL);
   abort_shutdown();
   EXPECT_EQ(shutdown_timer_pid, 0);
-  EXPECT_EQ(script.log_calls(), Lines({"syslog 6 Terminating Shutdown timer ( PID [4711])...\n"}));
+  EXPECT_EQ(script.log_calls(), Lines({"program 6 Terminating Shutdown timer ( PID [4711])...\n"}));
 }
 
 TEST_F(ShutdownAction, AnAbortAfterTheTimerEndedIgnoresTheFailingKill) {

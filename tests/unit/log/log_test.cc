@@ -29,17 +29,15 @@ class Logging : public testing::Test {
   CallScript script;
 };
 
-// LOG_PID is 1, LOG_DAEMON is 3 << 3.
-TEST_F(Logging, OpensTheLogWritesOneMessageAndClosesIt) {
+TEST_F(Logging, WritesOneMessage) {
   Log(3, "value %d\n", 7);
-  EXPECT_EQ(script.log_calls(), Lines({"openlog ortdv 1 24", "syslog 3 value 7\n", "closelog"}));
+  EXPECT_EQ(script.log_calls(), Lines({"ortdv 3 value 7\n"}));
 }
 
-TEST_F(Logging, OpensAndClosesAroundEveryMessage) {
+TEST_F(Logging, WritesEveryMessageByItself) {
   UtilLog("first\n");
   UtilLog("second\n");
-  EXPECT_EQ(script.log_calls(), Lines({"openlog ortdv 1 24", "syslog 6 first\n", "closelog",  //
-                                       "openlog ortdv 1 24", "syslog 6 second\n", "closelog"}));
+  EXPECT_EQ(script.log_calls(), Lines({"ortdv 6 first\n", "ortdv 6 second\n"}));
 }
 
 TEST_F(Logging, KeepsThePriorityItWasGiven) {
@@ -51,20 +49,17 @@ TEST_F(Logging, KeepsThePriorityItWasGiven) {
 
 TEST_F(Logging, WritesDaemonDebugMessagesAtPriority6) {
   DaemonDebug("numfds [%d].\n", 1);
-  EXPECT_EQ(script.log_calls(),
-            Lines({"openlog ortdv 1 24", "syslog 6 numfds [1].\n", "closelog"}));
+  EXPECT_EQ(script.log_calls(), Lines({"ortdv 6 numfds [1].\n"}));
 }
 
 TEST_F(Logging, WritesDebugMessagesAtPriority6) {
   DebugLog("utils: [%s]\n", "text");
-  EXPECT_EQ(script.log_calls(),
-            Lines({"openlog ortdv 1 24", "syslog 6 utils: [text]\n", "closelog"}));
+  EXPECT_EQ(script.log_calls(), Lines({"ortdv 6 utils: [text]\n"}));
 }
 
-TEST_F(Logging, SetsTheLogMaskOnceTheLogIsOpen) {
+TEST_F(Logging, SetsTheLogMaskBeforeItWrites) {
   UtilLogAll("all %s\n", "levels");
-  EXPECT_EQ(script.log_calls(),
-            Lines({"openlog ortdv 1 24", "setlogmask 255", "syslog 6 all levels\n", "closelog"}));
+  EXPECT_EQ(script.log_calls(), Lines({"setlogmask 255", "ortdv 6 all levels\n"}));
 }
 
 TEST_F(Logging, LeavesTheLogMaskAloneElsewhere) {
@@ -211,6 +206,12 @@ INSTANTIATE_TEST_SUITE_P(
                     LogCall{"DaemonDebug", [](const char* text) { DaemonDebug("%s", text); }},
                     LogCall{"DebugLog", [](const char* text) { DebugLog("%s", text); }}),
     [](const auto& call) { return call.param.name; });
+
+TEST_F(Logging, WritesAsTheProgramWithoutACutOrASecondExpansion) {
+  const std::string text(4080, 'r');
+  LogAsProgram(1, "due to %s %s.\n", text.c_str(), "%m 100%%");
+  EXPECT_EQ(script.log_calls(), Lines({"program 1 due to " + text + " %m 100%%.\n"}));
+}
 
 TEST_F(Logging, LeavesErrnoAsItWasWhenNothingIsWritten) {
   g_daemon_debug_flag = 0;

@@ -1,67 +1,67 @@
-// Formatting into 512 bytes, and making the result safe to be a format.
+// Formatting into 512 bytes, and the second expansion.
 #include "log/message.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <cerrno>
 #include <cstdarg>
 #include <string>
 
 namespace {
 
-[[gnu::format(printf, 1, 2)]] Message formatted(const char* format, ...) {
+[[gnu::format(printf, 1, 2)]] std::string formatted(const char* format, ...) {
+  Message message;
   va_list arguments;
   va_start(arguments, format);
-  const Message message = format_message(format, arguments);
+  const std::string text(format_message(message, format, arguments));
   va_end(arguments);
-  return message;
+  return text;
 }
 
-TEST(Message, IsZeroToItsEnd) {
-  const Message message = formatted("%s", "abc");
-  EXPECT_STREQ(message.data(), "abc");
-  EXPECT_TRUE(std::all_of(message.begin() + 3, message.end(), [](char c) { return c == '\0'; }));
+TEST(Message, IsItsText) {
+  EXPECT_EQ(formatted("%s %d", "abc", 4), "abc 4");
 }
 
 TEST(Message, IsCutTo511Characters) {
-  const Message message = formatted("%s", std::string(512, 'x').c_str());
-  EXPECT_EQ(std::string(message.data()), std::string(511, 'x'));
+  EXPECT_EQ(formatted("%s", std::string(512, 'x').c_str()), std::string(511, 'x'));
+  EXPECT_EQ(formatted("%s", std::string(511, 'x').c_str()), std::string(511, 'x'));
 }
 
 TEST(Message, IsEmptyWhenItCannotBeFormatted) {
   const wchar_t not_in_this_locale[] = {0x20AC, 0};
-  EXPECT_STREQ(formatted("before %ls", not_in_this_locale).data(), "");
+  EXPECT_EQ(formatted("before %ls", not_in_this_locale), "");
 }
 
 struct Expansion {
   const char* message;
-  const char* format;
+  const char* expanded;
 };
 
-class MessageAsFormat : public testing::TestWithParam<Expansion> {};
+class MessageExpansion : public testing::TestWithParam<Expansion> {};
 
-TEST_P(MessageAsFormat, DoublesWhatWouldFetchAnArgument) {
-  const MessageFormat format = as_format(formatted("%s", GetParam().message));
-  EXPECT_STREQ(format.data(), GetParam().format);
+TEST_P(MessageExpansion, KnowsDoublePercentSignsAndErrnoOnly) {
+  ExpandedMessage expanded;
+  EXPECT_EQ(expand_message(GetParam().message, EBUSY, expanded), GetParam().expanded);
 }
 
-INSTANTIATE_TEST_SUITE_P(Texts, MessageAsFormat,
-                         testing::Values(Expansion{"plain", "plain"}, Expansion{"%%", "%%"},
-                                         Expansion{"%m", "%m"}, Expansion{"%n", "%%n"},
-                                         Expansion{"%s%d", "%%s%%d"}, Expansion{"%*d", "%%*d"},
-                                         Expansion{"%", "%%"}, Expansion{"%%%", "%%%%"},
-                                         Expansion{"%%%m", "%%%m"}, Expansion{"%%n", "%%n"},
-                                         Expansion{"%5%", "%%5%%"}, Expansion{"%5%n", "%%5%%n"},
-                                         Expansion{"%5m", "%%5m"}, Expansion{"", ""}));
+INSTANTIATE_TEST_SUITE_P(
+    Texts, MessageExpansion,
+    testing::Values(Expansion{"plain", "plain"}, Expansion{"%%", "%"},
+                    Expansion{"%m", "Device or resource busy"}, Expansion{"%n", "%n"},
+                    Expansion{"%s%d", "%s%d"}, Expansion{"%*d", "%*d"}, Expansion{"%", "%"},
+                    Expansion{"%%%", "%%"}, Expansion{"%%%m", "%Device or resource busy"},
+                    Expansion{"%%n", "%n"}, Expansion{"%%m", "%m"}, Expansion{"%5%", "%5%"},
+                    Expansion{"%5%n", "%5%n"}, Expansion{"%5m", "%5m"}, Expansion{"", ""}));
 
-TEST(MessageFormat, HoldsTheLongestMessageDoubled) {
-  std::string text;
+TEST(MessageExpansion, HoldsAMessageOfNothingButErrno) {
+  std::string message;
+  std::string expected;
   for (int i = 0; i < 255; ++i) {
-    text += "%x";
+    message += "%m";
+    expected += "Invalid or incomplete multibyte or wide character";  // EILSEQ, a long one
   }
-  text += "%";
-  const MessageFormat format = as_format(formatted("%s", text.c_str()));
-  EXPECT_EQ(std::string(format.data()).size(), 511U + 256U);
+  ExpandedMessage expanded;
+  EXPECT_EQ(expand_message(message, EILSEQ, expanded), expected);
 }
 
 }  // namespace
