@@ -54,7 +54,7 @@ void handle_log_packet(int fd, const Packet& packet) {
   DaemonDebug("case CHIF_IML_LOG: Received log packet [0x%04x].\n", chif::kCmdImlLog);
   dump_chif(packet.bytes);
   put_u8(packet.bytes, chif::log_text::kText + get_u16(packet.bytes, chif::log_text::kLength), 0);
-  LogAsProgram(LOG_ALERT, "%s", text_at(packet, chif::log_text::kText));
+  log_as_program(LOG_ALERT, "%s", text_at(packet, chif::log_text::kText));
 
   const std::span<uint8_t> ack = packet.bytes.first(chif::log_ack::kSize);
   std::fill(ack.begin(), ack.end(), uint8_t{0});
@@ -68,14 +68,14 @@ void handle_log_packet(int fd, const Packet& packet) {
 void carry_out_shutdown(uint32_t action, int32_t delay, const char* reason) {
   if ((action & chif::shutdown::kReboot) != 0) {
     shutdown_aborted = 0;
-    LogAsProgram(LOG_ALERT, "System will reboot in %d seconds due to %s.\n", delay, reason);
+    log_as_program(LOG_ALERT, "System will reboot in %d seconds due to %s.\n", delay, reason);
   } else if ((action & chif::shutdown::kAbort) != 0) {
-    LogAsProgram(LOG_INFO, "Shutdown due to %s has been Aborted.\n", reason);
+    log_as_program(LOG_INFO, "Shutdown due to %s has been Aborted.\n", reason);
     shutdown_aborted = 1;
     abort_shutdown();
   } else {
     shutdown_aborted = 0;
-    LogAsProgram(LOG_ALERT, "System will shutdown in %d seconds due to %s.\n", delay, reason);
+    log_as_program(LOG_ALERT, "System will shutdown in %d seconds due to %s.\n", delay, reason);
   }
   if (shutdown_aborted == 0) {
     do_shutdown(action, delay, reason);

@@ -27,17 +27,17 @@ void reap_finished_timers() {
 
 [[noreturn]] void run_timer(uint32_t action, int32_t delay_seconds, const char* reason) {
   setsid();
-  LogAsProgram(LOG_INFO, "Shutdown timer started.\n");
+  log_as_program(LOG_INFO, "Shutdown timer started.\n");
   while (delay_seconds > 0) {
     sleep(kStepSeconds);
     delay_seconds -= kStepSeconds;
   }
   int status = 0;
   if (action != 0) {
-    LogAsProgram(LOG_ALERT, "The host is being rebooted due to %s.\n", reason);
+    log_as_program(LOG_ALERT, "The host is being rebooted due to %s.\n", reason);
     status = system("reboot");
   } else {
-    LogAsProgram(LOG_ALERT, "The host is being shutdown due to %s.\n", reason);
+    log_as_program(LOG_ALERT, "The host is being shutdown due to %s.\n", reason);
     status = system("poweroff");
   }
   DaemonDebug("do_shutdown: system command returns [%d]\n", status);
@@ -62,7 +62,7 @@ void abort_shutdown() {
     DaemonDebug("Shutdown timer PID is 0.  Nothing to terminate.\n");
     return;
   }
-  LogAsProgram(LOG_INFO, "Terminating Shutdown timer ( PID [%d])...\n", shutdown_timer_pid);
+  log_as_program(LOG_INFO, "Terminating Shutdown timer ( PID [%d])...\n", shutdown_timer_pid);
   // -1, kept of a failed fork, would mean every process of the host.
   if (shutdown_timer_pid > 0) {
     kill(shutdown_timer_pid, SIGKILL);

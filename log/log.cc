@@ -5,7 +5,6 @@
 #include <array>
 #include <cerrno>
 #include <cstdarg>
-#include <cstdio>
 
 #include "log/debug_flags.h"
 #include "log/log_client.h"
@@ -17,7 +16,7 @@ namespace {
 constexpr int kAllPriorities = 255;
 
 // A BMC's text of 4080 bytes and what is said around it.
-constexpr size_t kProgramMessageSize = 8 * 1024;
+constexpr size_t kProgramMessageSize = size_t{8} * 1024;
 
 // Puts errno back, so that "%m" sees it at the write and the caller after it.
 class ErrnoKeeper {
@@ -97,14 +96,11 @@ void UtilLogAll(const char* format, ...) {
   va_end(arguments);
 }
 
-void LogAsProgram(int priority, const char* format, ...) {
+void log_as_program(int priority, const char* format, ...) {
   const ErrnoKeeper errno_keeper;
   std::array<char, kProgramMessageSize> message;
   va_list arguments;
   va_start(arguments, format);
-  const int length = vsnprintf(message.data(), message.size(), format, arguments);
+  send_to_log(LogIdentity::kProgram, priority, format_message(message, format, arguments));
   va_end(arguments);
-  if (length >= 0) {
-    send_to_log(LogIdentity::kProgram, priority, message.data());
-  }
 }

@@ -3,7 +3,7 @@
 // No descriptor stays open between messages, and none is waited for longer than
 // a second (log/log_client.h).
 //
-// Every call but LogAsProgram formats into 512 bytes (a longer message is cut to
+// Every call but log_as_program formats into 512 bytes (a longer message is cut to
 // 511 characters). All never fail visibly and leave errno as they found it:
 // messages that print errno stay right after an earlier message was logged.
 //
@@ -36,6 +36,6 @@
 // Writes at the given priority under the program's own name instead, with no
 // limit of 512 bytes and no second expansion: the lines about shutdowns and the
 // BMC's own log texts.
-[[gnu::format(printf, 2, 3)]] void LogAsProgram(int priority, const char* format, ...);
+[[gnu::format(printf, 2, 3)]] void log_as_program(int priority, const char* format, ...);
 
 #endif  // TVUREV_LOG_LOG_H_

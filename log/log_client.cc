@@ -25,7 +25,7 @@ constexpr const char* kOwnIdentity = "ortdv";
 constexpr int kPatienceMs = 1'000;
 
 // Longer texts than the log calls make are cut.
-constexpr size_t kDatagramMax = 16 * 1024;
+constexpr size_t kDatagramMax = size_t{16} * 1024;
 constexpr size_t kHeaderMax = 128;
 
 // What became of a message.

@@ -4,12 +4,12 @@
 #include <cstdio>
 #include <cstring>
 
-std::string_view format_message(Message& message, const char* format, va_list arguments) {
-  const int length = vsnprintf(message.data(), message.size(), format, arguments);
+std::string_view format_message(std::span<char> area, const char* format, va_list arguments) {
+  const int length = vsnprintf(area.data(), area.size(), format, arguments);
   if (length < 0) {
     return {};
   }
-  return {message.data(), std::min(static_cast<size_t>(length), message.size() - 1)};
+  return {area.data(), std::min(static_cast<size_t>(length), area.size() - 1)};
 }
 
 std::string_view expand_message(std::string_view message, int error, ExpandedMessage& expanded) {

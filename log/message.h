@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdarg>
 #include <cstddef>
+#include <span>
 #include <string_view>
 
 inline constexpr size_t kMessageSize = 512;
@@ -13,9 +14,10 @@ inline constexpr size_t kMessageSize = 512;
 // Holds a message and its terminating zero.
 using Message = std::array<char, kMessageSize>;
 
-// Formats into message, cut to 511 characters, and returns the text. A format
-// that cannot be expanded gives an empty one.
-[[gnu::format(printf, 2, 0)]] std::string_view format_message(Message& message, const char* format,
+// Formats into area, cut to what it holds less a terminating zero, and returns
+// the text. A format that cannot be expanded gives an empty one.
+[[gnu::format(printf, 2, 0)]] std::string_view format_message(std::span<char> area,
+                                                              const char* format,
                                                               va_list arguments);
 
 // Room for a message that is nothing but "%m".

@@ -209,7 +209,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(Logging, WritesAsTheProgramWithoutACutOrASecondExpansion) {
   const std::string text(4080, 'r');
-  LogAsProgram(1, "due to %s %s.\n", text.c_str(), "%m 100%%");
+  log_as_program(1, "due to %s %s.\n", text.c_str(), "%m 100%%");
   EXPECT_EQ(script.log_calls(), Lines({"program 1 due to " + text + " %m 100%%.\n"}));
 }
 
