@@ -33,7 +33,7 @@ std::span<uint8_t> build_bye(uint8_t* packet, bool long_form) {
   return request;
 }
 
-// Writes the request. Returns 0, or the write's result when it was short.
+// Writes the request once and returns the write's result; a short one is logged.
 int send_bye(int fd, std::span<const uint8_t> request) {
   DaemonDebug("go_bye(): bmc_fc [%d] Writing SNMP_HELLO_BYE svc=%d pktlen=%d\n", fd,
               get_u16(request, chif::header::kSvc), static_cast<int>(request.size()));
@@ -43,9 +43,8 @@ int send_bye(int fd, std::span<const uint8_t> request) {
   usleep(kWritePauseUs);
   if (written < static_cast<int>(request.size())) {
     Log(LOG_ERR, "go_bye(): Failed: Writing SNMP_HELLO_BYE send=%d errno =%d\n", written, error);
-    return written;
   }
-  return 0;
+  return written;
 }
 
 // Waits for the reply and checks it. No reply is a success.
@@ -85,9 +84,9 @@ int say_bye(int fd, bool long_form) {
     return -1;
   }
   const std::span<uint8_t> packet = build_bye(request.get(), long_form);
-  const int sent = send_bye(fd, packet);
-  if (sent != 0) {
-    return sent;
+  const int written = send_bye(fd, packet);
+  if (written < static_cast<int>(packet.size())) {
+    return written;
   }
   const size_t reply_size =
       long_form ? chif::session_reply::kMax : chif::session_request::kShortSize;

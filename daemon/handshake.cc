@@ -24,59 +24,30 @@ constexpr int kReplyTimeoutMs = 10'000;
 using Request = std::array<uint8_t, chif::session_request::kLongSize>;
 using Reply = std::array<uint8_t, chif::session_reply::kMax>;
 
-// In what hello and connect differ.
+// In what hello and connect differ: the words of their messages, and how short a
+// reply may be.
 struct Exchange {
-  int reply_size_min;
+  const char* function;
+  const char* request;
   const char* waiting;
-  void (*log_write_failure)(int error);
-  void (*log_poll_failure)(int error);
-  void (*log_read_failure)(int error);
-  void (*log_short_reply)(int length);
-  void (*log_errcode)(int errcode);
+  const char* short_reply;
+  int reply_size_min;
 };
 
 constexpr Exchange kHello = {
-    .reply_size_min = 17,
+    .function = "do_hello_rev",
+    .request = "TVU_HELLO",
     .waiting = "waiting on Mox reverse mode response\n",
-    .log_write_failure =
-        [](int error) {
-          Log(LOG_ERR, "do_hello_rev(): Failed: Writing ZEMOX TVU_HELLO errno =%d\n", error);
-        },
-    .log_poll_failure =
-        [](int error) { Log(LOG_ERR, "do_hello_rev(): Failed: poll() error=%d\n", error); },
-    .log_read_failure =
-        [](int error) { Log(LOG_ERR, "do_hello_rev(): Failed: read() error=%d\n", error); },
-    .log_short_reply =
-        [](int length) {
-          Log(LOG_ERR, "do_hello_rev(): Failed: TVU_HELLO_REV response read() < len %d\n", length);
-        },
-    .log_errcode =
-        [](int errcode) {
-          Log(LOG_ERR, "do_hello_rev(): Failed: read()<errcode error=%d\n", errcode);
-        },
+    .short_reply = "TVU_HELLO_REV response read() <",
+    .reply_size_min = 17,
 };
 
 constexpr Exchange kConnect = {
-    .reply_size_min = 16,
+    .function = "do_connect_rev",
+    .request = "TVU_HELLO_CONNECT",
     .waiting = "waiting on Mox TVU_HELLO_CONNECT response\n",
-    .log_write_failure =
-        [](int error) {
-          Log(LOG_ERR, "do_connect_rev(): Failed: Writing ZEMOX TVU_HELLO_CONNECT errno =%d\n",
-              error);
-        },
-    .log_poll_failure =
-        [](int error) { Log(LOG_ERR, "do_connect_rev(): Failed: poll() error=%d\n", error); },
-    .log_read_failure =
-        [](int error) { Log(LOG_ERR, "do_connect_rev(): Failed: read() error=%d\n", error); },
-    .log_short_reply =
-        [](int length) {
-          Log(LOG_ERR, "do_connect_rev(): Failed: TVU_HELLO_CONNECT response read()< len %d\n",
-              length);
-        },
-    .log_errcode =
-        [](int errcode) {
-          Log(LOG_ERR, "do_connect_rev(): Failed: read()<errcode error=%d\n", errcode);
-        },
+    .short_reply = "TVU_HELLO_CONNECT response read()<",
+    .reply_size_min = 16,
 };
 
 bool send_request(int fd, const Exchange& exchange, const Request& request) {
@@ -87,7 +58,8 @@ bool send_request(int fd, const Exchange& exchange, const Request& request) {
     if (written == static_cast<ssize_t>(request.size())) {
       return true;
     }
-    exchange.log_write_failure(error);
+    Log(LOG_ERR, "%s(): Failed: Writing ZEMOX %s errno =%d\n", exchange.function, exchange.request,
+        error);
     if (error != EBUSY) {
       return false;
     }
@@ -108,7 +80,7 @@ Wait wait_for_reply(int fd, const Exchange& exchange, Reply& reply) {
     return Wait::kNothing;
   }
   if (ready < 0) {
-    exchange.log_poll_failure(errno);
+    Log(LOG_ERR, "%s(): Failed: poll() error=%d\n", exchange.function, errno);
     return Wait::kFailed;
   }
   if (g_chif_dump_flag != 0) {
@@ -119,7 +91,7 @@ Wait wait_for_reply(int fd, const Exchange& exchange, Reply& reply) {
   }
   const int length = readMP(fd, reply);
   if (length < 0) {
-    exchange.log_read_failure(errno);
+    Log(LOG_ERR, "%s(): Failed: read() error=%d\n", exchange.function, errno);
     return Wait::kFailed;
   }
   if (g_chif_dump_flag != 0) {
@@ -129,12 +101,13 @@ Wait wait_for_reply(int fd, const Exchange& exchange, Reply& reply) {
   }
   if (length < exchange.reply_size_min) {
     dump_chif(reply);
-    exchange.log_short_reply(length);
+    Log(LOG_ERR, "%s(): Failed: %s len %d\n", exchange.function, exchange.short_reply, length);
     return Wait::kFailed;
   }
   const uint32_t errcode = get_u32(reply, chif::session_reply::kErrcode);
   if (errcode != 0) {
-    exchange.log_errcode(static_cast<int>(errcode));
+    Log(LOG_ERR, "%s(): Failed: read()<errcode error=%d\n", exchange.function,
+        static_cast<int>(errcode));
     return Wait::kFailed;
   }
   return Wait::kReply;

@@ -25,7 +25,8 @@ int do_connect_rev(int fd, uint32_t param);
 // Says goodbye, waits up to 1,000 seconds for the reply and closes fd, unless
 // it is -1, in every case; the caller forgets its number. long_form chooses the
 // 16-byte request and a 4084-byte reply instead of 12 and 12. Returns 0, also
-// when no reply came; the write's result when it was short; else -1.
+// when no reply came; the write's result when it was short (0 too, and no reply
+// is waited for); else -1.
 int go_bye(int fd, int long_form);
 
 #endif  // TVUREV_DAEMON_HANDSHAKE_H_

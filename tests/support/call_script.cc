@@ -220,6 +220,10 @@ CallStep& CallScript::sendto(int fd, std::string_view address) {
   return add(call_text("sendto", fd, quoted(address)));
 }
 
+CallStep& CallScript::message(int priority, std::string_view text) {
+  return add(call_text("message", priority, quoted(text)));
+}
+
 void CallScript::file(std::string_view path, uid_t uid) {
   files_.insert_or_assign(std::string(path), uid);
 }
@@ -347,9 +351,13 @@ void CallScript::note_log(std::string call) {
 
 void CallScript::note_message(std::string_view identity, int priority, const std::string& text) {
   const std::string line = std::to_string(priority) + " " + text;
+  const std::string step = call_text("message", priority, quoted(std::string_view(text)));
   logs_.push_back(line);
   log_calls_.push_back(std::string(identity) + " " + line);
   timeline_.push_back(line);
+  if (!steps_.empty() && steps_.front().call() == step && steps_.front().used_up()) {
+    steps_.pop_front();
+  }
 }
 
 bool CallScript::calloc_fails() {

@@ -18,8 +18,9 @@
 // reaches the host.
 //
 // Not steps, since tests would drown in them: log calls are collected, and stat
-// looks into a table of pretended files. gtest itself uses some of the wrapped
-// functions for death tests and for capturing output: build the script inside
+// looks into a table of pretended files. What a call leaves alone in the kernel,
+// it leaves alone here: buffers of a failing call, the events of a failing poll. gtest itself uses
+// some of the wrapped functions for death tests and for capturing output: build the script inside
 // the statement of EXPECT_EXIT, and capture with OutputCapture.
 #ifndef TVUREV_TESTS_SUPPORT_CALL_SCRIPT_H_
 #define TVUREV_TESTS_SUPPORT_CALL_SCRIPT_H_
@@ -60,7 +61,8 @@ class CallStep {
   CallStep& gives(std::string_view text);
   // What the command prints, or the file holds.
   CallStep& prints(std::string_view text) { return gives(text); }
-  // What poll puts into revents (and 1 as its result), or waitpid into status.
+  // What poll puts into revents as far as it was asked for (and 1 as its
+  // result), or waitpid into status.
   CallStep& reports(int value);
   CallStep& times(int count);
 
@@ -124,7 +126,8 @@ class CallScript {
   CallStep& listen(int fd, int backlog);
   CallStep& accept(int fd, unsigned address_length);
   CallStep& recv(int fd, size_t size, int flags);
-  CallStep& sendto(int fd, std::string_view address);  // datagrams() has the bytes
+  CallStep& sendto(int fd, std::string_view address);      // datagrams() has the bytes
+  CallStep& message(int priority, std::string_view text);  // only where its place matters
 
   // Pretends that path exists and belongs to uid, or does not exist.
   void file(std::string_view path, uid_t uid = 0);

@@ -8,7 +8,11 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <array>
@@ -125,6 +129,68 @@ TEST(CallScript, ReportsPollEventsAndListsTheTimeouts) {
   EXPECT_EQ(script.waits(), Lines({"poll 10000", "poll 10000", "poll 1"}));
 }
 
+TEST(CallScript, LeavesTheEventsOfAFailingPollAsLinuxDoes) {
+  CallScript script;
+  script.poll(7, POLLIN, 1).fails(ENOMEM);
+  script.poll(7, POLLIN, 1).fails(EINTR);
+  pollfd entry = {.fd = 7, .events = POLLIN, .revents = POLLHUP};
+  EXPECT_EQ(poll(&entry, 1, 1), -1);
+  EXPECT_EQ(entry.revents, POLLHUP);
+  EXPECT_EQ(poll(&entry, 1, 1), -1);
+  EXPECT_EQ(entry.revents, 0);
+}
+
+TEST(CallScript, ReportsOnlyThePollEventsThatWereAskedFor) {
+  CallScript script;
+  script.poll(7, 0, 1).reports(POLLIN | POLLHUP);
+  script.poll(7, 0, 1).reports(POLLIN);
+  pollfd entry = {.fd = 7, .events = 0, .revents = 0};
+  EXPECT_EQ(poll(&entry, 1, 1), 1);
+  EXPECT_EQ(entry.revents, POLLHUP);
+  EXPECT_EQ(poll(&entry, 1, 1), 0);
+  EXPECT_EQ(entry.revents, 0);
+}
+
+TEST(CallScript, LeavesTheBufferOfAFailingCallAlone) {
+  CallScript script;
+  script.recv(7, 4, 0).gives(bytes_of("0a0b")).fails(ECONNRESET);
+  script.readlink("/tmp/a", 4).gives("ab").fails(EINVAL);
+  std::array<char, 4> buffer = {'x'};
+  EXPECT_EQ(recv(7, buffer.data(), 4, 0), -1);
+  EXPECT_EQ(readlink("/tmp/a", buffer.data(), 4), -1);
+  EXPECT_EQ(errno, EINVAL);
+  EXPECT_STREQ(buffer.data(), "x");
+}
+
+TEST(CallScript, TellsTheFamilyOfAnAcceptedClientOnly) {
+  CallScript script;
+  script.accept(3, sizeof(sockaddr_un)).returns(4);
+  script.accept(3, sizeof(sockaddr_un)).fails(EMFILE);
+  sockaddr_un address = {};
+  socklen_t length = sizeof address;
+  EXPECT_EQ(accept(3, reinterpret_cast<sockaddr*>(&address), &length), 4);
+  EXPECT_EQ(address.sun_family, AF_UNIX);
+  EXPECT_EQ(length, sizeof address.sun_family);
+  address = {};
+  length = sizeof address;
+  EXPECT_EQ(accept(3, reinterpret_cast<sockaddr*>(&address), &length), -1);
+  EXPECT_EQ(address.sun_family, AF_UNSPEC);
+  EXPECT_EQ(length, sizeof address);
+}
+
+TEST(CallScript, TellsTheStatusOfAReapedChildOnly) {
+  CallScript script;
+  script.waitpid(-1, WNOHANG).reports(256);
+  script.waitpid(-1, WNOHANG).reports(256).fails(ECHILD);
+  script.waitpid(-1, WNOHANG).reports(256).returns(9);
+  int status = 1;
+  EXPECT_EQ(waitpid(-1, &status, WNOHANG), 0);
+  EXPECT_EQ(waitpid(-1, &status, WNOHANG), -1);
+  EXPECT_EQ(status, 1);
+  EXPECT_EQ(waitpid(-1, &status, WNOHANG), 9);
+  EXPECT_EQ(status, 256);
+}
+
 TEST(CallScript, CollectsWaitsOnRequest) {
   CallScript script;
   script.collect_waits();
@@ -155,6 +221,29 @@ TEST(CallScript, CollectsMessagesAndTheirIdentities) {
   send_to_log(LogIdentity::kProgram, 1, "what\n");
   EXPECT_EQ(script.logs(), Lines({"3 why\n", "1 what\n"}));
   EXPECT_EQ(script.log_calls(), Lines({"ortdv 3 why\n", "program 1 what\n"}));
+}
+
+TEST(CallScript, WantsAMessageInItsPlaceWhereItIsAStep) {
+  CallScript script;
+  script.setsid().returns(1);
+  script.message(LOG_INFO, "over\n");
+  script.close(7);
+  EXPECT_EQ(setsid(), 1);
+  send_to_log(LogIdentity::kOwn, LOG_INFO, "over\n");
+  EXPECT_EQ(close(7), 0);
+  EXPECT_EQ(script.timeline(), Lines({"setsid()", "6 over\n", "close(7)"}));
+}
+
+TEST(CallScript, FailsTheTestOnAMessageThatCameTooEarly) {
+  EXPECT_NONFATAL_FAILURE(
+      {
+        CallScript script;
+        script.setsid();
+        script.message(LOG_INFO, "over\n");
+        send_to_log(LogIdentity::kOwn, LOG_INFO, "over\n");
+        setsid();
+      },
+      "these calls never came:\n  message(6, \"over\n\")");
 }
 
 TEST(CallScript, RunsCommandsOnPaper) {

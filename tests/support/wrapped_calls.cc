@@ -15,6 +15,13 @@
 namespace {
 
 constexpr size_t kDeviceBufferSize = 4096;
+// What poll reports whether it was asked to or not.
+constexpr int kAlwaysReported = POLLERR | POLLHUP | POLLNVAL;
+
+// What a call reads into its caller's buffer, which a failing one leaves alone.
+long fill_and_answer(const CallStep& step, void* buffer, size_t size) {
+  return step.answer(step.failing() ? -1 : static_cast<long>(step.fill(buffer, size)));
+}
 
 int answer(const std::string& call) {
   return static_cast<int>(CallScript::active()->meet(call).answer(0));
@@ -50,8 +57,34 @@ int wrapped_poll(pollfd* fds, nfds_t count, int timeout_ms) {
   }
   const CallStep& step =
       script->meet(call_text("poll", fds->fd, poll_events_text(fds->events), timeout_ms));
-  fds->revents = static_cast<short>(step.reported());
-  return static_cast<int>(step.answer(step.reported() != 0 ? 1 : 0));
+  if (step.failing()) {
+    const auto result = static_cast<int>(step.answer(-1));
+    // As Linux does it: a signal ends a poll that was under way and has cleared
+    // the events, any other failure comes before they are touched.
+    if (errno == EINTR) {
+      fds->revents = 0;
+    }
+    return result;
+  }
+  fds->revents = static_cast<short>(step.reported() & (fds->events | kAlwaysReported));
+  return static_cast<int>(step.answer(fds->revents != 0 ? 1 : 0));
+}
+
+// The client's socket has no name: what comes back of its address is the family.
+int wrapped_accept(int fd, sockaddr* address, socklen_t* length) {
+  CallScript* script = CallScript::active();
+  if (script == nullptr) {
+    return __real_accept(fd, address, length);
+  }
+  const CallStep& step = script->meet(call_text("accept", fd, length == nullptr ? 0U : *length));
+  const auto client = static_cast<int>(step.answer(0));
+  if (client != -1 && address != nullptr && length != nullptr) {
+    if (*length >= sizeof address->sa_family) {
+      address->sa_family = AF_UNIX;
+    }
+    *length = sizeof address->sa_family;
+  }
+  return client;
 }
 
 ssize_t wrapped_readlink(const char* path, char* target, size_t size) {
@@ -60,7 +93,7 @@ ssize_t wrapped_readlink(const char* path, char* target, size_t size) {
     return __real_readlink(path, target, size);
   }
   const CallStep& step = script->meet(call_text("readlink", quoted(path), size));
-  return step.answer(static_cast<long>(step.fill(target, size)));
+  return fill_and_answer(step, target, size);
 }
 
 ssize_t wrapped_recv(int fd, void* buffer, size_t size, int flags) {
@@ -69,7 +102,7 @@ ssize_t wrapped_recv(int fd, void* buffer, size_t size, int flags) {
     return __real_recv(fd, buffer, size, flags);
   }
   const CallStep& step = script->meet(call_text("recv", fd, size, flags));
-  return step.answer(static_cast<long>(step.fill(buffer, size)));
+  return fill_and_answer(step, buffer, size);
 }
 
 int wrapped_stat(const char* path, struct stat* status) {
@@ -189,6 +222,7 @@ int __wrap_ioctl(int fd, unsigned long request, ...) {
     return __real_ioctl(fd, request, buffer);
   }
   const CallStep& step = script->meet(call_text("ioctl", fd, request));
+  // Also where it fails: a driver, unlike the kernel, may have begun to write.
   return static_cast<int>(step.answer(static_cast<long>(step.fill(buffer, kDeviceBufferSize))));
 }
 
@@ -328,10 +362,11 @@ pid_t __wrap_waitpid(pid_t pid, int* status, int options) {
     return __real_waitpid(pid, status, options);
   }
   const CallStep& step = script->meet(call_text("waitpid", pid, options));
-  if (status != nullptr) {
+  const auto reaped = static_cast<pid_t>(step.answer(0));
+  if (status != nullptr && reaped > 0) {
     *status = step.reported();
   }
-  return static_cast<pid_t>(step.answer(0));
+  return reaped;
 }
 
 void __wrap_exit(int status) {
@@ -369,9 +404,7 @@ int __wrap_listen(int fd, int backlog) {
 }
 
 int __wrap_accept(int fd, sockaddr* address, socklen_t* length) {
-  return CallScript::active() == nullptr
-             ? __real_accept(fd, address, length)
-             : answer(call_text("accept", fd, length == nullptr ? 0U : *length));
+  return wrapped_accept(fd, address, length);
 }
 
 ssize_t __wrap_recv(int fd, void* buffer, size_t size, int flags) {

@@ -97,6 +97,15 @@ TEST_F(Goodbye, ReturnsAShortWriteAndAsksForNoReply) {
   EXPECT_EQ(script.logs(), Lines({"3 go_bye(): Failed: Writing SNMP_HELLO_BYE send=8 errno =0\n"}));
 }
 
+TEST_F(Goodbye, OfWhichNothingWasWrittenIsAShortWriteToo) {
+  script.write(kFd, bytes_of("10000000 93010d00 02000000 00000000")).returns(0);
+  script.usleep(1'000);
+  script.close(kFd);
+  script.fail_calloc(2);  // the reply buffer, were one asked for
+  EXPECT_EQ(go_bye(kFd, kLongForm), 0);
+  EXPECT_EQ(script.logs(), Lines({"3 go_bye(): Failed: Writing SNMP_HELLO_BYE send=0 errno =0\n"}));
+}
+
 TEST_F(Goodbye, OnAClosedChannelFailsAtItsWriteWithTheWritesErrno) {
   bmc_fd = -1;
   g_daemon_debug_flag = 1;
