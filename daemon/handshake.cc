@@ -24,33 +24,63 @@ constexpr int kReplyTimeoutMs = 10'000;
 using Request = std::array<uint8_t, chif::session_request::kLongSize>;
 using Reply = std::array<uint8_t, chif::session_reply::kMax>;
 
-// In what hello and connect differ: the words of their messages, and how short a
-// reply may be.
-struct Exchange {
-  const char* function;
-  const char* request;
-  const char* waiting;
-  const char* short_reply;
-  int reply_size_min;
-};
+// Hello and connect are one exchange with other words, and another shortest
+// reply.
+enum class Greeting { kHello, kConnect };
 
-constexpr Exchange kHello = {
-    .function = "do_hello_rev",
-    .request = "TVU_HELLO",
-    .waiting = "waiting on Mox reverse mode response\n",
-    .short_reply = "TVU_HELLO_REV response read() <",
-    .reply_size_min = 17,
-};
+int shortest_reply(Greeting greeting) {
+  return greeting == Greeting::kHello ? 17 : 16;
+}
 
-constexpr Exchange kConnect = {
-    .function = "do_connect_rev",
-    .request = "TVU_HELLO_CONNECT",
-    .waiting = "waiting on Mox TVU_HELLO_CONNECT response\n",
-    .short_reply = "TVU_HELLO_CONNECT response read()<",
-    .reply_size_min = 16,
-};
+const char* waiting_text(Greeting greeting) {
+  return greeting == Greeting::kHello ? "waiting on Mox reverse mode response\n"
+                                      : "waiting on Mox TVU_HELLO_CONNECT response\n";
+}
 
-bool send_request(int fd, const Exchange& exchange, const Request& request) {
+// Each message stands here whole, so that it can be searched for as it is read
+// in the log.
+
+void log_write_failure(Greeting greeting, int error) {
+  if (greeting == Greeting::kHello) {
+    Log(LOG_ERR, "do_hello_rev(): Failed: Writing ZEMOX TVU_HELLO errno =%d\n", error);
+  } else {
+    Log(LOG_ERR, "do_connect_rev(): Failed: Writing ZEMOX TVU_HELLO_CONNECT errno =%d\n", error);
+  }
+}
+
+void log_poll_failure(Greeting greeting, int error) {
+  if (greeting == Greeting::kHello) {
+    Log(LOG_ERR, "do_hello_rev(): Failed: poll() error=%d\n", error);
+  } else {
+    Log(LOG_ERR, "do_connect_rev(): Failed: poll() error=%d\n", error);
+  }
+}
+
+void log_read_failure(Greeting greeting, int error) {
+  if (greeting == Greeting::kHello) {
+    Log(LOG_ERR, "do_hello_rev(): Failed: read() error=%d\n", error);
+  } else {
+    Log(LOG_ERR, "do_connect_rev(): Failed: read() error=%d\n", error);
+  }
+}
+
+void log_short_reply(Greeting greeting, int length) {
+  if (greeting == Greeting::kHello) {
+    Log(LOG_ERR, "do_hello_rev(): Failed: TVU_HELLO_REV response read() < len %d\n", length);
+  } else {
+    Log(LOG_ERR, "do_connect_rev(): Failed: TVU_HELLO_CONNECT response read()< len %d\n", length);
+  }
+}
+
+void log_errcode(Greeting greeting, int errcode) {
+  if (greeting == Greeting::kHello) {
+    Log(LOG_ERR, "do_hello_rev(): Failed: read()<errcode error=%d\n", errcode);
+  } else {
+    Log(LOG_ERR, "do_connect_rev(): Failed: read()<errcode error=%d\n", errcode);
+  }
+}
+
+bool send_request(int fd, Greeting greeting, const Request& request) {
   for (int attempt = 0; attempt < chif_retry_count; ++attempt) {
     const ssize_t written = write_channel(fd, request);
     const int error = errno;
@@ -58,8 +88,7 @@ bool send_request(int fd, const Exchange& exchange, const Request& request) {
     if (written == static_cast<ssize_t>(request.size())) {
       return true;
     }
-    Log(LOG_ERR, "%s(): Failed: Writing ZEMOX %s errno =%d\n", exchange.function, exchange.request,
-        error);
+    log_write_failure(greeting, error);
     if (error != EBUSY) {
       return false;
     }
@@ -70,9 +99,9 @@ bool send_request(int fd, const Exchange& exchange, const Request& request) {
 // What one poll for a reply came to.
 enum class Wait { kFailed, kNothing, kReply };
 
-Wait wait_for_reply(int fd, const Exchange& exchange, Reply& reply) {
+Wait wait_for_reply(int fd, Greeting greeting, Reply& reply) {
   if (g_chif_dump_flag != 0 || g_agentx_dump_flag != 0) {
-    fputs(exchange.waiting, stderr);
+    fputs(waiting_text(greeting), stderr);
   }
   pollfd entry = {.fd = fd, .events = POLLIN, .revents = 0};
   const int ready = poll(&entry, 1, kReplyTimeoutMs);
@@ -80,7 +109,7 @@ Wait wait_for_reply(int fd, const Exchange& exchange, Reply& reply) {
     return Wait::kNothing;
   }
   if (ready < 0) {
-    Log(LOG_ERR, "%s(): Failed: poll() error=%d\n", exchange.function, errno);
+    log_poll_failure(greeting, errno);
     return Wait::kFailed;
   }
   if (g_chif_dump_flag != 0) {
@@ -91,7 +120,7 @@ Wait wait_for_reply(int fd, const Exchange& exchange, Reply& reply) {
   }
   const int length = readMP(fd, reply);
   if (length < 0) {
-    Log(LOG_ERR, "%s(): Failed: read() error=%d\n", exchange.function, errno);
+    log_read_failure(greeting, errno);
     return Wait::kFailed;
   }
   if (g_chif_dump_flag != 0) {
@@ -99,15 +128,14 @@ Wait wait_for_reply(int fd, const Exchange& exchange, Reply& reply) {
             get_u16(reply, chif::session_reply::kIdx), get_u16(reply, chif::session_reply::kMore));
     dump_chif(reply);
   }
-  if (length < exchange.reply_size_min) {
+  if (length < shortest_reply(greeting)) {
     dump_chif(reply);
-    Log(LOG_ERR, "%s(): Failed: %s len %d\n", exchange.function, exchange.short_reply, length);
+    log_short_reply(greeting, length);
     return Wait::kFailed;
   }
   const uint32_t errcode = get_u32(reply, chif::session_reply::kErrcode);
   if (errcode != 0) {
-    Log(LOG_ERR, "%s(): Failed: read()<errcode error=%d\n", exchange.function,
-        static_cast<int>(errcode));
+    log_errcode(greeting, static_cast<int>(errcode));
     return Wait::kFailed;
   }
   return Wait::kReply;
@@ -119,7 +147,7 @@ bool answers(const Reply& reply, uint32_t seqno) {
   return answered >= seqno && answered <= uint64_t{seqno} + 2;
 }
 
-int receive_reply(int fd, const Exchange& exchange, uint32_t seqno) {
+int receive_reply(int fd, Greeting greeting, uint32_t seqno) {
   bool more = false;
   int polls_left = chif_retry_count;
   while (true) {
@@ -130,7 +158,7 @@ int receive_reply(int fd, const Exchange& exchange, uint32_t seqno) {
       polls_left = chif_retry_count;
     }
     Reply reply = {};
-    const Wait wait = wait_for_reply(fd, exchange, reply);
+    const Wait wait = wait_for_reply(fd, greeting, reply);
     if (wait == Wait::kFailed) {
       return -1;
     }
@@ -148,8 +176,8 @@ int receive_reply(int fd, const Exchange& exchange, uint32_t seqno) {
   }
 }
 
-int exchange_with_bmc(int fd, const Exchange& exchange, const Request& request, uint32_t seqno) {
-  return send_request(fd, exchange, request) ? receive_reply(fd, exchange, seqno) : -1;
+int greet(int fd, Greeting greeting, const Request& request, uint32_t seqno) {
+  return send_request(fd, greeting, request) ? receive_reply(fd, greeting, seqno) : -1;
 }
 
 }  // namespace
@@ -165,11 +193,11 @@ int do_hello_rev(int fd) {
   Request request = {};
   build_long_request(request, static_cast<uint16_t>(seqno & 0xFFFF), chif::session_request::kHello,
                      0);
-  return exchange_with_bmc(fd, kHello, request, seqno);
+  return greet(fd, Greeting::kHello, request, seqno);
 }
 
 int do_connect_rev(int fd, uint32_t param) {
   Request request = {};
   build_long_request(request, 0, chif::session_request::kConnect, param);
-  return exchange_with_bmc(fd, kConnect, request, 0);
+  return greet(fd, Greeting::kConnect, request, 0);
 }
