@@ -214,6 +214,22 @@ TEST_F(SocketProxy, NoLongerAsksForInputOnceTheClientClosedItsSendingSide) {
       ExitedWithCode(1), "");
 }
 
+TEST_F(SocketProxy, DoesNotReceiveAgainOnTheEventsOfAFailedPoll) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_listening(script);
+        expect_client(script);
+        script.poll(kClient, POLLIN, 1'000).reports(POLLIN);
+        script.recv(kClient, 4080, 0).gives(fan_failure());
+        script.stat(kStop).fails(ENOENT);
+        script.poll(kClient, POLLIN, 1'000).fails(ENOMEM);
+        expect_stop(script);
+        run();
+      },
+      ExitedWithCode(1), "");
+}
+
 TEST_F(SocketProxy, RelaysWhateverWasReceivedAsOneNotification) {
   snmp_enabled_flag = 1;
   g_daemon_debug_flag = 0;

@@ -3,7 +3,9 @@
 
 #include <sys/wait.h>
 
+#include <array>
 #include <csignal>
+#include <cstdio>
 #include <string>
 
 #include "tests/unit/daemon/daemon_fixture.h"
@@ -194,6 +196,12 @@ TEST_F(Shutdown, NumberedFFFFIsAcknowledgedWithZeroAndRestartsTheCount) {
   EXPECT_EQ(chif_seqno, 1U);
 }
 
+TEST_F(Shutdown, IsAcknowledgedWithZerosWhateverItsActionWas) {
+  script.ioctl(kFd).gives(request(4, 0x87650002, 0, "heat"));
+  expect_ack("0500");
+  EXPECT_EQ(bmc_recv(kFd), 0);
+}
+
 TEST_F(Shutdown, WithAReasonThatFillsItsPacketStaysWithinIt) {
   Bytes packet = request(4, 2, 0, "");
   packet.resize(4096, 'r');
@@ -314,6 +322,20 @@ TEST_F(Dispatch, DropsAStatusPacketWithAnError) {
   EXPECT_EQ(receive(ChifBuilder(0x8094).errcode(19).agentx(bmc_reset()).bytes()), 0);
   EXPECT_EQ(script.logs(), Lines({"3 bmc_recv ERROR: errno is [0x13]"}));
   EXPECT_EQ(errno, 19);
+}
+
+TEST_F(Dispatch, TakesTheErrorOfEveryStatusPacketAsErrnoAtOnce) {
+  g_daemon_debug_flag = 1;
+  for (const auto cmdno : {uint16_t{0x0094}, uint16_t{0x8094}, uint16_t{0x8194}}) {
+    EXPECT_EQ(receive(ChifBuilder(cmdno).errcode(19).agentx(bmc_reset()).bytes()), 0);
+    EXPECT_EQ(errno, 19);
+    std::array<char, 64> received = {};
+    snprintf(received.data(), received.size(), "6 Received packet [0x%04x]... errno [19]\n", cmdno);
+    const Lines expected = {received.data(),
+                            "6 bmc_recv: memcpy recvd data to buf len [104]. . .  errno [19]\n",
+                            "3 bmc_recv ERROR: errno is [0x13]"};
+    EXPECT_EQ(Lines(script.logs().end() - 3, script.logs().end()), expected);
+  }
 }
 
 TEST_F(Dispatch, DoesNotLoseANotificationToAnErrnoThatTheReadLeft) {

@@ -150,6 +150,33 @@ TEST_F(BmcLoop, GivesUpAfterThreeHellosAndConnectsOnTheClosedChannelOnPurpose) {
       "(.*\n)*6 reverse mode: Successful with reverse Mox Hello.\n");
 }
 
+TEST_F(BmcLoop, SaysThreeHellosAgainAfterItGaveUp) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        for (const uint16_t first_hello : {uint16_t{0}, uint16_t{3}}) {
+          expect_open(script);
+          for (uint16_t hello = 0; hello < 3; ++hello) {
+            expect_hello_write(script, static_cast<uint16_t>(first_hello + hello));
+            script.poll(kFd, POLLIN, 10'000).fails(EIO);
+            if (hello == 2) {
+              script.close(kFd);
+            }
+            script.sleep(10).returns(0);
+          }
+          script.write(kFd).fails(EBADF);
+          script.usleep(10'000);
+          script.close(kFd).fails(EBADF);
+          script.sleep(15).returns(0);
+        }
+        expect_connection(script, 6);
+        expect_poll(script, 0);
+        expect_stop(script, true);
+        run();
+      },
+      ExitedWithCode(1), "");
+}
+
 TEST_F(BmcLoop, ReopensTheChannel15SecondsAfterAFailedConnect) {
   EXPECT_EXIT(
       {
@@ -251,7 +278,7 @@ TEST_F(BmcLoop, DoesNotReadAgainOnTheEventsOfAFailedPoll) {
         expect_poll(script, POLLIN);
         script.ioctl(kFd).gives(ChifBuilder(1).agentx(fan_failure()).bytes());
         expect_no_stop(script);
-        script.poll(kFd, kLoopEvents, 1'000).fails(EINTR);
+        script.poll(kFd, kLoopEvents, 1'000).fails(ENOMEM);
         expect_stop(script, true);
         run();
       },

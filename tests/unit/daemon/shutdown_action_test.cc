@@ -4,6 +4,7 @@
 #include "daemon/shutdown_action.h"
 
 #include <sys/wait.h>
+#include <syslog.h>
 
 #include <csignal>
 
@@ -75,12 +76,13 @@ TEST_F(ShutdownAction, AnAbortWithoutATimerOnlyLogs) {
 }
 
 // Runs the timer's side of do_shutdown: fork returns 0 and a session is made,
-// then come the given number of 5-second steps and the command.
+// which is logged, then come the given number of 5-second steps and the command.
 [[noreturn]] void run_timer(uint32_t action, int32_t delay, int steps, const char* command) {
   CallScript script;
   script.waitpid(-1, WNOHANG).fails(ECHILD);
   script.fork().returns(0);
   script.setsid().returns(1);
+  script.message(LOG_INFO, "Shutdown timer started.\n");
   if (steps > 0) {
     script.sleep(5).returns(0).times(steps);
   }
