@@ -104,6 +104,31 @@ TEST_F(Hello, WithMoreToComeBeginsAFreshCycle) {
   EXPECT_EQ(do_hello_rev(kFd), 0);
 }
 
+TEST_F(Hello, WithMoreToComeHasAll30PollsAgain) {
+  expect_hello();
+  script.poll(kFd, POLLIN, 10'000).returns(0).times(20);
+  expect_reply(reply(0, 1));
+  expect_reply(reply(9, 0));  // a stranger's, the first of the fresh cycle
+  script.poll(kFd, POLLIN, 10'000).returns(0).times(29);
+  EXPECT_EQ(do_hello_rev(kFd), 0);
+}
+
+TEST_F(Hello, NumberedBeyond16BitsIsAcceptedOnlyBySilence) {
+  chif_seqno = 0x10000;
+  expect_hello();
+  expect_reply(reply(0));
+  script.poll(kFd, POLLIN, 10'000).returns(0).times(29);
+  EXPECT_EQ(do_hello_rev(kFd), 0);
+  EXPECT_EQ(chif_seqno, 0x10001U);
+}
+
+TEST_F(Hello, TakesANotificationForAReplyAndLosesIt) {
+  expect_hello();
+  expect_reply(ChifBuilder(0x0001).agentx(bmc_reset()).bytes());  // its "more" is 0
+  EXPECT_EQ(do_hello_rev(kFd), 0);
+  EXPECT_EQ(script.logs(), Lines());
+}
+
 TEST_F(Hello, KeepsWaitingAtTheEndOfACycleWhenAStrangersReplySaidMore) {
   expect_hello();
   expect_reply(reply(9, 1));
@@ -167,6 +192,7 @@ TEST_F(Hello, FailsAtOnceOnAnotherWriteError) {
   script.usleep(10'000);
   EXPECT_EQ(do_hello_rev(kFd), -1);
   EXPECT_EQ(script.logs(), Lines({"3 do_hello_rev(): Failed: Writing ZEMOX TVU_HELLO errno =9\n"}));
+  EXPECT_EQ(script.timeline()[1], "usleep(10000)");  // then the line
 }
 
 TEST_F(Hello, WithoutAttemptsFailsUnwritten) {

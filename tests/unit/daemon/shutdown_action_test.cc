@@ -50,6 +50,20 @@ TEST_F(ShutdownAction, AnAbortKillsTheTimerAndForgetsIt) {
   abort_shutdown();
   EXPECT_EQ(shutdown_timer_pid, 0);
   EXPECT_EQ(script.log_calls(), Lines({"syslog 6 Terminating Shutdown timer ( PID [4711])...\n"}));
+  EXPECT_EQ(script.timeline(),
+            Lines({"6 Terminating Shutdown timer ( PID [4711])...\n", "kill(4711, 9)"}));
+}
+
+TEST_F(ShutdownAction, AnAbortAfterTwoRequestsKillsTheSecondTimerOnly) {
+  CallScript script;
+  for (const pid_t timer : {10, 11}) {
+    script.waitpid(-1, WNOHANG).returns(0);
+    script.fork().returns(timer);
+    do_shutdown(1, 30, "fans");
+  }
+  script.kill(11, SIGKILL);
+  abort_shutdown();
+  abort_shutdown();
 }
 
 TEST_F(ShutdownAction, AnAbortAfterTheTimerEndedIgnoresTheFailingKill) {
