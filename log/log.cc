@@ -32,6 +32,7 @@ class ErrnoKeeper {
 void write_message(int priority, const Message& message, const ErrnoKeeper& errno_keeper,
                    Mask mask = Mask::kKeep) {
   const MessageFormat format = as_format(message);
+  // Around every message: no descriptor stays open that a caller could close.
   openlog("ortdv", LOG_PID, LOG_DAEMON);
   if (mask == Mask::kAllPriorities) {
     setlogmask(kAllPriorities);
@@ -40,7 +41,8 @@ void write_message(int priority, const Message& message, const ErrnoKeeper& errn
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 #pragma GCC diagnostic ignored "-Wformat-security"
-  // The second expansion is documented behaviour; as_format made it harmless.
+  // The second expansion is documented behaviour; as_format made it harmless
+  // (docs/oddities.md: second-expansion).
   syslog(priority, format.data());
 #pragma GCC diagnostic pop
   closelog();
@@ -76,6 +78,7 @@ void DebugLog(const char* format, ...) {
   va_start(arguments, format);
   const Message message = format_message(format, arguments);
   va_end(arguments);
+  // Asks with the formatted text: a module's word may come from an argument.
   if (ModuleDebugEnabled(message.data()) == 1) {
     write_message(LOG_INFO, message, errno_keeper);
   }

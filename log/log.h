@@ -7,8 +7,9 @@
 // characters), never fails visibly, and leaves errno as it found it: messages
 // that print errno stay right after an earlier message was logged.
 //
-// The formatted text is handed to syslog as its format (kept on purpose): "%%"
-// and "%m" in text from outside are expanded once more. Every other percent
+// The formatted text is handed to syslog as its format, as readers of the log know
+// it (docs/oddities.md: second-expansion): "%%" and "%m" in text from outside are
+// expanded once more. Every other percent
 // sign arrives as it was; none can fetch an argument (log/message.h).
 #ifndef TVUREV_LOG_LOG_H_
 #define TVUREV_LOG_LOG_H_

@@ -4,6 +4,7 @@
 
 Message format_message(const char* format, va_list arguments) {
   Message message = {};
+  // A text that cannot be formatted is lost, but not the caller.
   if (vsnprintf(message.data(), message.size(), format, arguments) < 0) {
     message[0] = '\0';
   }
@@ -18,6 +19,7 @@ MessageFormat as_format(const Message& message) {
     if (message[in] != '%') {
       continue;
     }
+    // A percent sign at the end meets the terminating zero here, and is doubled.
     const char conversion = message[in + 1];
     if (conversion == '%' || conversion == 'm') {
       format[out++] = conversion;

@@ -325,6 +325,14 @@ TEST_F(Dispatch, RefusesAPayloadLongerThanWhatWasReceived) {
             "3 bmc_recv(): agentx_resp_len 101 > expected: size=4080, rc=100");
 }
 
+TEST_F(Dispatch, TakesALengthThatCountsTheWholePacket) {
+  enable_relay();
+  const Bytes pdu = fan_failure();
+  const auto whole = static_cast<uint32_t>(16 + pdu.size());
+  EXPECT_EQ(receive(ChifBuilder(0x0001).agentx(pdu).agentx_resp_len(whole).bytes()), 0);
+  EXPECT_EQ(script.logs(), kRelayed);
+}
+
 TEST_F(Dispatch, RefusesALengthThatWouldBeNegative) {
   enable_relay();
   EXPECT_EQ(receive(ChifBuilder(0x0001).agentx_resp_len(0xFFFFFFFF).sized(100).bytes()), 0);

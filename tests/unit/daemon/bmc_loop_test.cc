@@ -290,6 +290,20 @@ TEST_F(BmcLoop, ReconnectsAtOnceAfterAHangUp) {
   }
 }
 
+TEST_F(BmcLoop, SaysGoodbyeBeforeItSeesAStopRequestThatCameWithAHangUp) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        script.file(kStop);
+        expect_connection(script, 0);
+        expect_poll(script, POLLHUP);
+        expect_goodbye(script);
+        expect_stop(script, kNoChannel);
+        run();
+      },
+      ExitedWithCode(1), "");
+}
+
 TEST_F(BmcLoop, RelaysPacketAfterPacket) {
   EXPECT_EXIT(
       {
