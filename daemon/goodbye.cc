@@ -65,8 +65,8 @@ int receive_bye(int fd, std::span<uint8_t> reply) {
     Log(LOG_ERR, "go_bye(): read() bytes=%d  errno=%d\n", length, errno);
     return -1;
   }
-  // Anything but a full buffer is refused, so that a BMC's ordinary short reply
-  // ends in this line (docs/oddities.md: goodbye-wants-a-full-buffer).
+  // Even a reply without a fault ends here unless it fills the buffer
+  // (docs/oddities.md: goodbye-wants-a-full-buffer).
   if (length < static_cast<int>(reply.size())) {
     Log(LOG_ERR, "go_bye(): read() bytes=%d < len=%d  errno=%d\n", length,
         static_cast<int>(reply.size()), errno);
