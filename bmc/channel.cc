@@ -23,6 +23,8 @@ constexpr useconds_t kSweepPauseUs = 100'000;
 constexpr useconds_t kPauseUs = 10'000;
 constexpr int kAttempts = 10;
 
+// The daemon's one long session takes from the top, the short queries from 4
+// down, so that they seldom meet.
 int first_channel(const char* name) {
   if (name == nullptr) {
     return 4;
@@ -35,6 +37,7 @@ int sweep_channels(const char* name) {
   for (int channel = first_channel(name); channel >= 0; --channel) {
     std::array<char, 256> path = {};
     snprintf(path.data(), path.size(), "/vmfs/devices/char/vmkdriver/zemox-d0ccb%d", channel);
+    // O_EXCL makes a channel its opener's alone: hence the walk to a free one.
     const int fd = open(path.data(), O_RDWR | O_EXCL);
     if (fd != -1) {
       if (name != nullptr) {
@@ -58,7 +61,8 @@ void copy_packet(const uint8_t* packet, std::span<uint8_t> destination) {
 }
 
 // Returns 0 when the request was written, or after ten EBUSY failures: the
-// exchange then goes on to its read all the same.
+// exchange then goes on to its read all the same (docs/oddities.md:
+// read-after-ten-busy-writes).
 int write_request(int fd, uint16_t command, std::span<const uint8_t> request) {
   for (int attempts_left = kAttempts; attempts_left > 0; --attempts_left) {
     DebugLog("utils: getResponse() write to mox retry [%d]...\n", attempts_left);
@@ -103,6 +107,8 @@ ssize_t write_channel(int fd, std::span<const uint8_t> packet) {
   return write(fd, packet.data(), packet.size());
 }
 
+// Reads go through a buffer of the driver's size: it fills in a whole packet,
+// however little the caller asked for.
 int readMP(int fd, std::span<uint8_t> destination) {
   const HeapBuffer packet = allocate_zeroed(chif::kPacketMax);
   if (packet == nullptr) {
@@ -131,7 +137,7 @@ int readMPr(int fd, std::span<uint8_t> destination) {
     DebugLog("readMPr() bytes from read [%d] errno [0x%x] [%s]. Retrying...\n", length,
              static_cast<unsigned>(error), strerror(error));
     usleep(kPauseUs);
-    errno = error;
+    errno = error;  // the caller reports that of the last read
   }
   copy_packet(packet.get(), destination);
   return length;
@@ -150,10 +156,13 @@ int getResponse(int fd, uint16_t command, std::span<uint8_t> request, std::span<
   DebugLog("utils: getResponse() read from mox...\n");
   const int length = readMPr(fd, response);
   if (length < 0) {
-    // Prints errno in the place of the command (kept on purpose).
+    // errno in the place of the command, as in every release: who reads these
+    // lines knows them so (docs/oddities.md: errno-in-place-of-the-command).
     UtilLog("mox ioctl Read failed, cmd [0x%x]\n", static_cast<unsigned>(errno));
     return -1;
   }
+  // A length of 0, after ten empty reads, is a success too (docs/oddities.md:
+  // empty-answer-is-success).
   if (received_length != nullptr) {
     *received_length = length;
   }

@@ -32,6 +32,8 @@ const char* variable_of(int selector) {
 }
 
 bool read_variable(int fd, int selector, IntervalBytes& value, uint8_t& status) {
+  // Another selector counts as read with the value 0: no caller is told that it
+  // asked for nothing (docs/oddities.md: unknown-interval-is-zero).
   const char* variable = variable_of(selector);
   if (variable == nullptr) {
     return true;
@@ -50,7 +52,8 @@ bool read_variable(int fd, int selector, IntervalBytes& value, uint8_t& status) 
 uint32_t interval_of(int selector, const IntervalBytes& value, uint8_t status) {
   if (status == nvram::response::kNotFound) {
     DebugLog("utils: getIntervalEV(): GetEV Success! EV Not Found. Creating EV, disabled.\n");
-    // Inverted on purpose: success is what is reported as a failure.
+    // Inverted, as callers know it: success is what is reported as a failure
+    // (docs/oddities.md: interval-success-called-failure).
     if (setIntervalEV(selector, 0) == 0) {
       puts("Create and Set Interval EV Failed!");
       DebugLog("utils: getIntervalEV(): Create and Set Interval EV Failed!.\n");
@@ -70,6 +73,8 @@ uint32_t interval_of(int selector, const IntervalBytes& value, uint8_t status) {
 
 }  // namespace
 
+// A missing variable is created while this channel is still open, so that the
+// setter takes the next lower one.
 uint32_t getIntervalEV(int selector) {
   const int fd = mox_chrdev(nullptr);
   DebugLog("utils: getIntervalEV(): openMP returns mox_fd [%d].\n", fd);

@@ -12,7 +12,7 @@ namespace {
 
 using KcsPacket = std::array<uint8_t, kcs::kPacketSize>;
 
-int g_message_id = 0;
+int g_message_id = 0;  // one count for all channels: an answer that strays is recognised
 
 void advance_message_id() {
   g_message_id = g_message_id >= kcs::kMessageIdMax ? 1 : g_message_id + 1;
@@ -65,11 +65,14 @@ int OsKcsExecCmd_CHIF(int fd, const KcsRequest& request) {
   KcsPacket packet = build_packet(request);
   int received = 0;
   if (exchange(fd, packet, request.request_length + kcs::request::kData, received) != 0) {
+    // The failed read may have gone over the request: its length is taken from what
+    // the buffer holds now, and so is the request.
     const int result = exchange(fd, packet, get_u16(packet, chif::header::kPktsize), received);
     if (result != 0) {
       return result;
     }
   }
+  // Without a retry: the stranger's answer has been read in place of ours.
   if (!answers(packet, request)) {
     return 1;
   }
@@ -78,6 +81,7 @@ int OsKcsExecCmd_CHIF(int fd, const KcsRequest& request) {
   const size_t data_length = length > kcs::response::kData ? length - kcs::response::kData : 0;
   *request.response_length = static_cast<uint16_t>(data_length);
   if (data_length != 0) {
+    // The caller's whole buffer, not the received length: the packet is zero there.
     const size_t copied = std::min<size_t>(request.response_size, kcs::response::kDataMax);
     std::copy_n(packet.begin() + kcs::response::kData, copied, request.response);
     std::fill(request.response + copied, request.response + request.response_size, uint8_t{0});

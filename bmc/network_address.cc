@@ -31,6 +31,8 @@ bool is_zero_group(std::span<const uint8_t> address, size_t group) {
   return get_u16(address, group * kGroupSize) == 0;
 }
 
+// The form that callers know, not the standard one: a group with a zero byte is
+// dropped (docs/oddities.md: ipv6-text).
 AddressText ipv6_text(std::span<const uint8_t> address) {
   AddressText text = {};
   size_t used = 0;
@@ -42,6 +44,7 @@ AddressText ipv6_text(std::span<const uint8_t> address) {
     }
     const char* separator = "";
     if (group > 0) {
+      // Decided by the group before, whether that one was written or not.
       separator = is_zero_group(address, group - 1) ? "::" : ":";
     }
     const int written =
@@ -119,6 +122,7 @@ int get_Mox_IPv6(char* address, int* ipv6_enabled, int* ipv4_enabled) {
   if (ipv4_enabled != nullptr) {
     *ipv4_enabled = has_ipv4;
   }
+  // Filled in every case: an address left from before would be taken for the BMC's.
   const AddressText text = has_ipv6 != 0 ? first_usable_address(response) : AddressText{};
   if (address != nullptr) {
     copy_text({address, strlen(text.data()) + 1}, text.data());

@@ -36,6 +36,7 @@ int OsGetEV(int fd, const char* name, uint8_t* value, uint16_t capacity, uint8_t
   if (OsExecuteOEMNVRAMAccessCommand(fd, {request.get(), request_size}, answer) != 0) {
     return 1;
   }
+  // The exchange succeeded whatever the status says: "no such variable" is an answer.
   *status = get_u8(answer, nvram::response::kStatus);
   DebugLog("utils: OsGetEV(): After OsExecuteOEMNVRAMAccessCommand:  pucStatus is [0x%x]\n",
            *status);
@@ -43,6 +44,7 @@ int OsGetEV(int fd, const char* name, uint8_t* value, uint16_t capacity, uint8_t
     return 0;
   }
   const uint16_t value_length = get_u16(answer, nvram::response::kLength);
+  // A part of a value is worse than none: nothing is copied, and the length says so.
   if (value_length > capacity) {
     DebugLog("utils: OsGetEV():  WARNING: %s %d bytes, buffer is %d bytes\n", name, value_length,
              capacity);

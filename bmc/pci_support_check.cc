@@ -9,6 +9,8 @@
 
 namespace {
 
+// Not the generation that the status query accepts: two facilities for two callers
+// (docs/oddities.md: two-supported-generations).
 constexpr int kPciGeneration = 5;
 constexpr unsigned kVendor = 0x103C;
 constexpr unsigned kDevice = 0x3307;
@@ -41,7 +43,8 @@ unsigned sub_device_of(const Line& line) {
   return value;
 }
 
-// Reads the three lines after a matching vendor line, as far as they match.
+// Reads the three lines after a matching vendor line, as far as they match. The
+// scan goes on behind the line that did not, even if that names a vendor.
 bool rest_matches(FILE* list, int32_t generation) {
   Line line = {};
   if (!read_line(list, line) || !holds(line.data(), "Device ID:") || device_of(line) != kDevice) {

@@ -26,6 +26,7 @@ bool read_variable(int fd, uint8_t& value, uint8_t& status) {
 int mode_of(uint8_t value, uint8_t status) {
   if (status == nvram::response::kNotFound) {
     DebugLog("utils: getRevModeConfig(): GetEV Success! EV Not Found. Creating EV, disabled.\n");
+    // A failure changes nothing here: a missing variable reads as disabled anyway.
     setRevModeConfig(0);
     return 0;
   }
@@ -39,6 +40,8 @@ int mode_of(uint8_t value, uint8_t status) {
 
 }  // namespace
 
+// Unreadable and disabled look alike to the daemon, which then waits for a
+// restart request instead of asking again.
 int getRevModeConfig() {
   const int fd = mox_chrdev(nullptr);
   if (fd == -1) {

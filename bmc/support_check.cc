@@ -22,7 +22,7 @@ int supported_by_file(FILE* file) {
   if (!read_line(file, line)) {
     return 0;
   }
-  sscanf(line.data(), "Mox%d", &generation);
+  sscanf(line.data(), "Mox%d", &generation);  // a line that does not parse leaves 0
   DebugLog("utils: Read from file Mox status [%d]\n", generation);
   if (generation != kSupportedGeneration) {
     return 0;
@@ -31,6 +31,7 @@ int supported_by_file(FILE* file) {
   return 1;
 }
 
+// Asks once (docs/oddities.md: one-failed-query-ends-it).
 bool query_status(int fd, MoxStatus& status) {
   std::array<uint8_t, chif::header::kSize> request = {};
   const int result = getResponse(fd, chif::kCmdMoxStatus, request, status, nullptr);
@@ -72,6 +73,8 @@ int supported_by_bmc() {
     const auto application = static_cast<int8_t>(get_u8(status, chif::mox_status::kApplication));
     const int generation = application;  // NOLINT(bugprone-signed-char-misuse): it is signed
     DebugLog("utils: get moxStatus Success.  moxStatus.application is [%d]\n", generation);
+    // Whatever it is, also the 0 of a BMC that did not answer: later starts believe
+    // the file (docs/oddities.md: generation-0-is-kept).
     write_status_file(generation);
     if (generation == kSupportedGeneration) {
       supported = 1;
@@ -90,6 +93,7 @@ int supported_by_bmc() {
 int SystemSupported() {
   DebugLog("utils: check if system is supported...\n");
   DebugLog("utils: Looking for file [%s]...\n", kStatusFile);
+  // Another user's file could keep the daemon from running, or make it run.
   if (!belongs_to_root(kStatusFile)) {
     DebugLog("utils: File not Found.  Pulling info from Mox...\n");
     return supported_by_bmc();

@@ -44,7 +44,8 @@ int bind_socket(int listener) {
   static_assert(kSocketPath.size() < sizeof address.sun_path);
   address.sun_family = AF_UNIX;
   kSocketPath.copy(address.sun_path, kSocketPath.size());
-  unlink(kSocketPath.data());
+  unlink(kSocketPath.data());  // an earlier run's: bind would refuse it
+  // Without the terminating zero, which a path needs not.
   constexpr auto kAddressLength =
       static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + kSocketPath.size());
   return bind(listener, reinterpret_cast<const sockaddr*>(&address), kAddressLength);
@@ -70,7 +71,8 @@ int open_listener() {
   return listener;
 }
 
-// Exits the process on failure.
+// Exits the process on failure. The stop file is not looked at meanwhile
+// (docs/oddities.md: stop-unseen-without-a-client).
 int accept_client(int listener) {
   DaemonDebug(" main TVUD reverse_mode loop\n");
   create_running_file();
@@ -104,11 +106,12 @@ void stop_if_requested() {
 void serve(int client) {
   pollfd& entry = poll_fds[0];
   while (true) {
-    entry.revents = 0;  // a failing poll leaves them alone
+    entry.revents = 0;  // a failing poll may leave them alone, and its result is not looked at
     poll(&entry, 1, kPollTimeoutMs);
     if ((entry.revents & POLLIN) != 0 && proxy_ortd_trap(client) == -1) {
       DaemonDebug("reverse mode: proxy_ortd_trap exit\n");
     }
+    // POLLERR alone does not say that the agent has gone.
     if ((entry.revents & POLLHUP) != 0) {
       return;
     }
@@ -125,6 +128,8 @@ void serve(int client) {
     serve(client);
     DaemonDebug("reverse mode: tvu_rev_proxy_ort: HUP exit. socket exit\n");
     close(client);
+    // Agents look for the file before they connect: it comes back with the next
+    // accept, after the pause.
     remove_running_file();
     sleep(kHangupPauseSeconds);
     stop_if_requested();
@@ -144,6 +149,8 @@ void start_socket_proxy() {
 int proxy_ortd_trap(int client) {
   DaemonDebug(" proxy_ortd_trap\n");
   std::array<uint8_t, chif::kPacketMax> buffer = {};
+  // One receive is taken for one notification, however the agent wrote it
+  // (docs/oddities.md: one-receive-one-notification).
   const ssize_t received = recv(client, buffer.data(), chif::notification::kPduMax, 0);
   if (received == 0) {
     // The end of the stream stays readable. A client that only closed its
@@ -162,6 +169,7 @@ int proxy_ortd_trap(int client) {
   }
   DaemonDebug("sending %d bytes\n", static_cast<int>(received));
   const std::span<const uint8_t> packet(buffer.data(), static_cast<size_t>(received));
+  // A BMC's reset that the agent passes on is no concern of this process.
   if (send_trap_to_host(packet) < 0) {
     DaemonDebug(" proxy_ortd_trap send trap() error.  Return -1.\n");
     return -1;

@@ -35,6 +35,8 @@ const char* text_at(const Packet& packet, size_t offset) {
   return reinterpret_cast<const char*>(packet.bytes.data() + offset);
 }
 
+// Without an end while the device is busy, and given up in silence on any other
+// error (docs/oddities.md: acknowledgement-without-end, acknowledgement-lost).
 void acknowledge(int fd, std::span<const uint8_t> packet) {
   while (write_channel(fd, packet) < 0 && errno == EBUSY) {
     usleep(kBusyPauseUs);
@@ -53,9 +55,13 @@ void handle_hello_response(const Packet& packet) {
 void handle_log_packet(int fd, const Packet& packet) {
   DaemonDebug("case CHIF_IML_LOG: Received log packet [0x%04x].\n", chif::kCmdImlLog);
   dump_chif(packet.bytes);
+  // A length beyond the buffer writes nothing: the zero behind it ends the text.
   put_u8(packet.bytes, chif::log_text::kText + get_u16(packet.bytes, chif::log_text::kLength), 0);
+  // Straight to the system log: Log would cut the text at 511 characters and
+  // expand its percent signs.
   log_as_program(LOG_ALERT, "%s", text_at(packet, chif::log_text::kText));
 
+  // Numbered by our own count, unlike the acknowledgement of a shutdown.
   const std::span<uint8_t> ack = packet.bytes.first(chif::log_ack::kSize);
   std::fill(ack.begin(), ack.end(), uint8_t{0});
   chif::put_header(ack, chif::log_ack::kSize, static_cast<uint16_t>(chif_seqno & 0xFFFF),
@@ -64,7 +70,9 @@ void handle_log_packet(int fd, const Packet& packet) {
   acknowledge(fd, ack);
 }
 
-// Announces the request and starts, or aborts, its timer.
+// Announces the request and starts, or aborts, its timer. The announcement looks
+// at bits of the action, the timer at the whole word (docs/oddities.md:
+// any-action-reboots).
 void carry_out_shutdown(uint32_t action, int32_t delay, const char* reason) {
   if ((action & chif::shutdown::kReboot) != 0) {
     shutdown_aborted = 0;
@@ -87,10 +95,11 @@ void acknowledge_shutdown(int fd, const Packet& packet) {
   const std::span<uint8_t> ack = packet.bytes.first(chif::shutdown_ack::kSize);
   chif::put_header(ack, chif::shutdown_ack::kSize, static_cast<uint16_t>(next & 0xFFFF),
                    chif::kCmdShutdownAck, chif::kSvcProxy);
-  put_u32(ack, chif::shutdown_ack::kZeros, 0);
-  chif_seqno = (next & 0xFFFF) + 1;
+  put_u32(ack, chif::shutdown_ack::kZeros, 0);  // the action stood there
+  chif_seqno = (next & 0xFFFF) + 1;             // the BMC's numbering wins over ours
   dump_chif(packet.bytes);
   if (g_chif_dump_flag != 0) {
+    // For who runs the daemon by hand; the dump itself goes to the system log.
     fputs("BMC_SEND:  ", stderr);
     dump_chif(packet.bytes);
   }
@@ -140,6 +149,8 @@ bool sizes_are_sound(const Packet& packet) {
 int relay(std::span<const uint8_t> notification) {
   DaemonDebug("sending %d bytes\n", static_cast<int>(notification.size()));
   const int result = send_trap_to_host(notification);
+  // The trap sender never fails today: a receiver that cannot be reached is its
+  // own affair.
   if (result < 0) {
     DaemonDebug(" proxy_bmc_trap send trap() error.  Return -1.\n");
     return -1;
@@ -168,6 +179,7 @@ int handle_agentx(const Packet& packet, int status) {
     DaemonDebug("BMC_RECV AgentX packet\n");
     dump_agentx(buffer);
   }
+  // Only now: a failed packet's sizes are checked and its header dumped too.
   if (status != 0) {
     log_status(status);
     return 0;
@@ -221,6 +233,7 @@ int bmc_recv(int fd) {
   if (fd < 0) {
     return return_success(0);
   }
+  // One byte more than any packet, for the zero behind a text that fills it.
   const HeapBuffer buffer = allocate_zeroed(chif::kPacketMax + 1);
   if (buffer == nullptr) {
     Log(LOG_ERR, "bmc_recv(): Failed: malloc for recv_pkt.\n");

@@ -21,6 +21,8 @@ constexpr unsigned kConnectPauseSeconds = 15;
 constexpr unsigned kResetPauseSeconds = 10;
 constexpr int kHellos = 3;
 constexpr int kPollTimeoutMs = 1'000;
+// POLLERR and POLLHUP would come unasked; asking for them changes nothing but
+// what a trace of the calls shows.
 constexpr short kEvents = POLLIN | POLLERR | POLLHUP;
 constexpr int kLongForm = 1;
 constexpr int kExitStopped = 1;
@@ -35,8 +37,8 @@ void open_bmc() {
 }
 
 // Says hello up to three times. Giving up closes the channel but leaves its
-// number in bmc_fd, on purpose: the connect that follows fails on it, and with
-// that comes the longer pause.
+// number in bmc_fd: the connect that follows fails on it, which brings the longer
+// pause before the next open (docs/oddities.md: connect-on-closed-channel).
 void greet_bmc() {
   for (int failures = 0; do_hello_rev(bmc_fd) < 0;) {
     DaemonDebug("no Reverse mode Mox hello,  retries [%d]\n", failures);
@@ -51,6 +53,7 @@ void greet_bmc() {
   }
 }
 
+// Also called after three failed hellos, with the same first line.
 bool connect_bmc() {
   DaemonDebug("reverse mode: Successful with reverse Mox Hello.\n");
   if (do_connect_rev(bmc_fd, connect_param) < 0) {
@@ -71,6 +74,8 @@ void leave_bmc() {
 
 void receive_from_bmc() {
   const int result = bmc_recv(bmc_fd);
+  // The trap that announced the reset has gone out already; the session ends with
+  // the BMC's, so it is renewed.
   if (result == 1) {
     DaemonDebug("reverse mode: proxy_bmc_trap returns recvd Mox reset trap\n");
     DaemonDebug("reverse mode: performing disconnect and reconnect to Mox\n");
@@ -86,6 +91,8 @@ void stop_if_requested() {
     return;
   }
   Log(LOG_INFO, "proxy_bmc_rev: Detected request to disable and stop TVU Reverse mode for Mox.\n");
+  // Removed before the goodbye, which may take long: a request made meanwhile is
+  // for the next run, and that forgets it at its start.
   clear_bmcstop();
   Log(LOG_INFO, "tvud: BMC Reverse Proxy Service shutting down...\n");
   if (bmc_fd != -1) {
@@ -99,12 +106,14 @@ void relay_until_closed() {
   DaemonDebug("tvud: BMC Reverse Proxy: numfds [%d].\n", numfds);
   pollfd& entry = poll_fds[0];
   while (bmc_fd != -1) {
-    entry.revents = 0;  // a failing poll leaves them alone
+    entry.revents = 0;  // a failing poll may leave them alone, and its result is not looked at
     poll(&entry, 1, kPollTimeoutMs);
     if ((entry.revents & POLLIN) != 0) {
       receive_from_bmc();
     }
-    // Also after a reset: a goodbye on -1 then fails at its write, no more.
+    // The events are still those of the poll when a reset has closed the channel:
+    // a second goodbye then fails at its write, no more (docs/oddities.md:
+    // goodbye-on-no-channel).
     if ((entry.revents & (POLLERR | POLLHUP)) != 0) {
       DaemonDebug("reverse mode: main tvurev: HUP exit. bmc_fd exit\n");
       leave_bmc();

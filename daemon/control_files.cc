@@ -19,6 +19,7 @@ namespace {
 constexpr const char* kRestartFile = "/opt/ortdv/tmp/tvurevrestart.text";
 constexpr unsigned kRestartCheckSeconds = 120;
 
+// Through the shell: the file comes out as an operator's own touch would make it.
 void touch(const char* path) {
   std::array<char, 256> command = {};
   snprintf(command.data(), command.size(), "touch %s", path);
@@ -68,6 +69,8 @@ int restart_requested() {
   if (!exists(kRestartFile)) {
     return 0;
   }
+  // Logged first: what cannot be removed is seen again after the restart, and
+  // the log then shows why the daemon keeps restarting.
   Log(LOG_INFO, "tvurev: Detected TVUREV enable/disable. Restarting tvurev ....\n");
   unlink(kRestartFile);
   return 1;

@@ -19,8 +19,10 @@
 namespace {
 
 constexpr useconds_t kWritePauseUs = 1'000;
+// A silent BMC holds a stop, or the next session, back for this long
+// (docs/oddities.md: goodbye-waits-1000-seconds).
 constexpr int kReplyTimeoutMs = 1'000'000;
-constexpr uint16_t kShortByeValue = 4;
+constexpr uint16_t kShortByeValue = 4;  // only the BMC knows its meaning
 
 std::span<uint8_t> build_bye(uint8_t* packet, bool long_form) {
   const std::span<uint8_t> request(
@@ -38,7 +40,7 @@ int send_bye(int fd, std::span<const uint8_t> request) {
   DaemonDebug("go_bye(): bmc_fc [%d] Writing SNMP_HELLO_BYE svc=%d pktlen=%d\n", fd,
               get_u16(request, chif::header::kSvc), static_cast<int>(request.size()));
   const int written = static_cast<int>(write_channel(fd, request));
-  const int error = errno;
+  const int error = errno;  // before the pause, which may change it
   DaemonDebug("go_bye(): After mox write bytes=%d errno =%d\n", written, error);
   usleep(kWritePauseUs);
   if (written < static_cast<int>(request.size())) {
@@ -63,6 +65,8 @@ int receive_bye(int fd, std::span<uint8_t> reply) {
     Log(LOG_ERR, "go_bye(): read() bytes=%d  errno=%d\n", length, errno);
     return -1;
   }
+  // Even a reply without a fault ends here unless it fills the buffer
+  // (docs/oddities.md: goodbye-wants-a-full-buffer).
   if (length < static_cast<int>(reply.size())) {
     Log(LOG_ERR, "go_bye(): read() bytes=%d < len=%d  errno=%d\n", length,
         static_cast<int>(reply.size()), errno);
@@ -78,6 +82,7 @@ int receive_bye(int fd, std::span<uint8_t> reply) {
 }
 
 int say_bye(int fd, bool long_form) {
+  // On the heap, where an array would do: a goodbye without memory has its lines.
   const HeapBuffer request = allocate_zeroed(chif::session_request::kLongSize);
   if (request == nullptr) {
     Log(LOG_ERR, "go_bye(): Failed: malloc for send_pkt.\n");

@@ -84,7 +84,7 @@ bool send_request(int fd, Greeting greeting, const Request& request) {
   for (int attempt = 0; attempt < chif_retry_count; ++attempt) {
     const ssize_t written = write_channel(fd, request);
     const int error = errno;
-    usleep(kWritePauseUs);
+    usleep(kWritePauseUs);  // in every case: the device gets its time before whatever comes
     if (written == static_cast<ssize_t>(request.size())) {
       return true;
     }
@@ -129,7 +129,7 @@ Wait wait_for_reply(int fd, Greeting greeting, Reply& reply) {
     dump_chif(reply);
   }
   if (length < shortest_reply(greeting)) {
-    dump_chif(reply);
+    dump_chif(reply);  // again (docs/oddities.md: short-reply-dumped-twice)
     log_short_reply(greeting, length);
     return Wait::kFailed;
   }
@@ -141,7 +141,9 @@ Wait wait_for_reply(int fd, Greeting greeting, Reply& reply) {
   return Wait::kReply;
 }
 
-// No wrap at 16 bits: after seqno 0xFFFF, a reply numbered 0 is another's.
+// Compared without a wrap at 16 bits, although a reply has no more: from 65,536
+// on no reply fits (docs/oddities.md: hello-number-of-32-bits). Neither command
+// nor service is looked at (docs/oddities.md: notification-during-hello).
 bool answers(const Reply& reply, uint32_t seqno) {
   const uint64_t answered = get_u16(reply, chif::header::kSeqno);
   return answered >= seqno && answered <= uint64_t{seqno} + 2;
@@ -152,6 +154,8 @@ int receive_reply(int fd, Greeting greeting, uint32_t seqno) {
   int polls_left = chif_retry_count;
   while (true) {
     if (polls_left == 0) {
+      // A BMC that keeps silent counts as greeted: it may send all the same
+      // (docs/oddities.md: silent-bmc-is-greeted).
       if (!more) {
         return 0;
       }
@@ -189,7 +193,8 @@ void bmc_init() {
 }
 
 int do_hello_rev(int fd) {
-  const uint32_t seqno = chif_seqno++;
+  const uint32_t seqno =
+      chif_seqno++;  // spent even if this fails: a late reply must not fit the next
   Request request = {};
   build_long_request(request, static_cast<uint16_t>(seqno & 0xFFFF), chif::session_request::kHello,
                      0);

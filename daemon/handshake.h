@@ -12,10 +12,10 @@ void bmc_init();
 
 // Says hello with the running sequence number and waits for the reply. Returns
 // 0 when a reply with this number or one of the next two came, and also when
-// none came within a cycle of chif_retry_count polls of 10 seconds (kept on
-// purpose: a silent BMC may still send). Returns -1 when the write keeps
-// failing, on a poll or read error, a reply of fewer than 17 bytes, or an error
-// code in it. A reply that says there is more starts a fresh cycle.
+// none came within a cycle of chif_retry_count polls of 10 seconds, since a
+// silent BMC may still send (docs/oddities.md: silent-bmc-is-greeted). Returns -1
+// when the write keeps failing, on a poll or read error, a reply of fewer than 17 bytes, or an
+// error code in it. A reply that says there is more starts a fresh cycle.
 int do_hello_rev(int fd);
 
 // Connects: as do_hello_rev, but with sequence number 0, param in the request,

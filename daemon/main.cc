@@ -14,6 +14,7 @@ int main() {
     return *status;
   }
   prepare_host();
+  // Before the loop, which never returns; the child has the gates' results.
   if (proxy_running != 0) {
     start_socket_proxy();
   }

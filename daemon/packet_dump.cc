@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr size_t kBytesPerLine = 16;
+constexpr size_t kBytesPerLine = 16;  // the width of dump_line's one format
 
 void dump_line(std::span<const uint8_t> b) {
   DaemonDebug(

@@ -11,6 +11,8 @@ uint32_t connect_param = 0;
 int32_t chif_retry_count = 30;
 uint32_t chif_seqno = 0;
 
+// Only the first entry is ever polled, so there is room for one; the count is kept
+// for the lines that show it.
 void add_poll_entry(int fd, short events) {
   const auto entry = static_cast<size_t>(numfds);
   if (entry < poll_fds.size()) {

@@ -9,7 +9,7 @@ void build_long_request(std::span<uint8_t> packet, uint16_t seqno, uint16_t subc
                    chif::kSvcProxy);
   put_u16(packet, chif::session_request::kSubcommand, subcommand);
   put_u32(packet, chif::session_request::kParameter, parameter);
-  dump_chif(packet);
+  dump_chif(packet);  // here, so that no request is ever sent undumped
 }
 
 void build_short_request(std::span<uint8_t> packet, uint16_t seqno, uint16_t subcommand,

@@ -15,7 +15,7 @@ int32_t shutdown_aborted = 0;
 
 namespace {
 
-constexpr int32_t kStepSeconds = 5;
+constexpr int32_t kStepSeconds = 5;  // a delay is rounded up to a multiple of it
 
 // Reaps timers that have finished. Only called right before the kept PID is
 // replaced: a number whose process is reaped may soon be another process's, and
@@ -25,6 +25,7 @@ void reap_finished_timers() {
   }
 }
 
+// A session of its own, so that what ends the daemon's does not end the timer.
 [[noreturn]] void run_timer(uint32_t action, int32_t delay_seconds, const char* reason) {
   setsid();
   log_as_program(LOG_INFO, "Shutdown timer started.\n");
@@ -33,6 +34,7 @@ void reap_finished_timers() {
     delay_seconds -= kStepSeconds;
   }
   int status = 0;
+  // The whole word, not its reboot bit (docs/oddities.md: any-action-reboots).
   if (action != 0) {
     log_as_program(LOG_ALERT, "The host is being rebooted due to %s.\n", reason);
     status = system("reboot");
@@ -52,6 +54,8 @@ int do_shutdown(uint32_t action, int32_t delay_seconds, const char* reason) {
   if (pid == 0) {
     run_timer(action, delay_seconds, reason);
   }
+  // The number of an earlier timer is lost with this, and with it the abort of
+  // that timer (docs/oddities.md: first-of-two-timers).
   shutdown_timer_pid = pid;
   DaemonDebug("Shutdown timer PID is [%d].\n", shutdown_timer_pid);
   return 0;

@@ -17,7 +17,8 @@ extern int32_t shutdown_aborted;
 // delay, rounded up to a multiple of 5 seconds (none for 0 or below), then runs
 // "reboot" through the shell for any action but 0, "poweroff" for 0, and exits
 // with 0. reason is a terminated text for the log. A timer that was started
-// before goes on and can no longer be aborted.
+// before goes on and can no longer be aborted, its number being forgotten
+// (docs/oddities.md: first-of-two-timers).
 int do_shutdown(uint32_t action, int32_t delay_seconds, const char* reason);
 
 // Kills the timer with SIGKILL and forgets it; logs that there is none

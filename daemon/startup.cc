@@ -21,11 +21,12 @@ namespace {
 
 constexpr const char* kDriverNode = "/vmfs/devices/zemox-d0ccb0";
 constexpr const char* kSocketDirectory = "/opt/ortdv/sockets/agentx";
+// For the other tools of the host; nothing here reads the file.
 constexpr const char* kListInterfaces =
     "/sbin/localcli network ip interface ipv4 get > /opt/ortdv/tmp/ipv4.txt 2>/dev/null";
 constexpr mode_t kOwnerOnly = 0700;
 constexpr int kFirstInherited = 3;
-constexpr int kExitCannotRun = 0;
+constexpr int kExitCannotRun = 0;  // a supervisor restarts on 1: nothing would change here
 
 // Prints a line now: the process may wait for long, and a forked child must not
 // inherit it unwritten.
@@ -42,8 +43,10 @@ std::optional<int> check_gates() {
     return kExitCannotRun;
   }
   InitDebugFlag();
+  // One failed query ends the daemon (docs/oddities.md: one-failed-query-ends-it).
   if (SystemSupported() == 0) {
     Log(LOG_INFO, "ryn11 tvurev: Server not supported.\n");
+    // Two blanks here, one in the log (docs/oddities.md: blanks-of-not-supported).
     print_line("ryn11 tvurev:  Server not supported.");
     return kExitCannotRun;
   }
@@ -85,6 +88,8 @@ void ensure_socket_directory() {
     mkdir(kSocketDirectory, kOwnerOnly);
     return;
   }
+  // Cuts the target's last character; only a slash there is no loss
+  // (docs/oddities.md: socket-directory-loses-a-character).
   target[static_cast<size_t>(length) - 1] = '\0';
   if (!exists(target.data())) {
     mkdir(target.data(), kOwnerOnly);

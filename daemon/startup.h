@@ -22,7 +22,8 @@ void prepare_host();
 
 // Makes sure that "/opt/ortdv/sockets/agentx" exists. Where it is a dangling
 // symbolic link, makes the directory it names, without the name's last
-// character (kept on purpose).
+// character, as every release did (docs/oddities.md:
+// socket-directory-loses-a-character).
 void ensure_socket_directory();
 
 // Closes every descriptor from 3 to getdtablesize() - 1.

@@ -7,6 +7,7 @@ int32_t g_daemon_debug_flag = 0;
 int32_t g_chif_dump_flag = 0;
 int32_t g_agentx_dump_flag = 0;
 
+// Only ever sets: a process that set the flag itself keeps it.
 void InitDebugFlag() {
   if (belongs_to_root("/tmp/ortdebug.text")) {
     g_utilities_debug_flag = 1;

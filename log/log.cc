@@ -74,6 +74,7 @@ void DebugLog(const char* format, ...) {
   va_start(arguments, format);
   const std::string_view text = format_message(message, format, arguments);
   va_end(arguments);
+  // Asks with the formatted text: a module's word may come from an argument.
   if (ModuleDebugEnabled(text.empty() ? "" : message.data()) == 1) {
     write_message(LOG_INFO, text, errno_keeper.saved());
   }

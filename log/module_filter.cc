@@ -14,8 +14,9 @@ struct ModuleSwitch {
   const char* other_keyword;  // null where there is only one
 };
 
-// Tested in this order. Keywords overlap on purpose: "ide" matches any word
-// that holds those letters, and "pci" passes what "pcie" would.
+// Tested in this order. Keywords overlap, since operators count on what each file
+// shows (docs/oddities.md: module-filter-overlaps): "ide" matches any word that
+// holds those letters, and "pci" passes what "pcie" would.
 constexpr std::array<ModuleSwitch, 18> kModules = {{
     {"/tmp/ortAll.text", "", nullptr},
     {"/tmp/ortd.text", "ortd", nullptr},
@@ -41,6 +42,8 @@ bool selects(const ModuleSwitch& module, const char* message) {
   const bool keyword_found =
       holds(message, module.keyword) ||
       (module.other_keyword != nullptr && holds(message, module.other_keyword));
+  // The word first: it costs no system call. Of any owner: the master switch, which
+  // only root can set, stands before it.
   return keyword_found && exists(module.switch_file);
 }
 

@@ -7,7 +7,7 @@
 #include <ctime>
 
 const char* GetTimestamp() {
-  static std::array<char, 128> text;
+  static std::array<char, 128> text;  // one for all callers, who copy it or lose it
   text.fill('\0');
 
   timeval now = {};

@@ -18,7 +18,8 @@ namespace {
 
 using namespace Snmp_pp;  // NOLINT(google-build-using-namespace)
 
-// Steering bindings, found by these texts anywhere in their name.
+// Steering bindings, found by these texts anywhere in their name
+// (docs/oddities.md: steering-names-anywhere, reset-mark-anywhere).
 constexpr const char* kSysUpTime = "1.3.6.1.2.1.1.3";
 constexpr const char* kSnmpTrapOid = "1.3.6.1.6.3.1.1.4.1";
 constexpr const char* kSnmpTrapCommunity = "1.3.6.1.6.3.18.1.4";
@@ -76,6 +77,7 @@ void add_binding(Notification& notification, const Binding& binding, const SnmpS
   Vb vb;
   vb.set_oid(name);
   vb.set_value(value);
+  // Left out rather than sent: the library would refuse the whole trap.
   if (!name.valid() || !value.valid()) {
     DaemonDebug("vb[%d] OID: [%s] is no valid name or value. Left out.\n", binding.index,
                 binding.name.data());
@@ -99,8 +101,11 @@ size_t decode_word(Notification& notification, const Binding& binding) {
   if (holds(binding.name.data(), kSysUpTime)) {
     notification.timestamp = value;
   } else if (binding.type == agentx::type::kTimeTicks) {
-    add_binding(notification, binding, TimeTicks());  // never its own value, on purpose
+    // Never its own value: receivers have seen 0 since the first release
+    // (docs/oddities.md: timeticks-0).
+    add_binding(notification, binding, TimeTicks());
   } else {
+    // Counters and gauges as well (docs/oddities.md: counters-as-integer).
     add_binding(notification, binding, SnmpInt32(static_cast<int32_t>(value)));
   }
   return length;
@@ -128,7 +133,8 @@ size_t decode_oid(Notification& notification, const Binding& binding) {
   return length;
 }
 
-// The value as text: dotted for an address, else up to its first zero byte.
+// The value as text: dotted for an address, else up to its first zero byte
+// (docs/oddities.md: text-ends-at-zero).
 std::string octets_as_text(uint16_t type, std::span<const uint8_t> octets) {
   if (type == agentx::type::kIpAddress) {
     return render_dotted(octets);
@@ -149,11 +155,14 @@ size_t decode_octets(Notification& notification, const Binding& binding) {
       (octets_size + agentx::kWordSize - 1) / agentx::kWordSize * agentx::kWordSize;
   const size_t length = octets + padded_size;
   const std::string text = octets_as_text(binding.type, binding.bytes.subspan(octets, octets_size));
+  // The flag is asked here for the sake of the hexadecimal text, which is not made
+  // for nothing.
   if (g_daemon_debug_flag != 0) {
     DaemonDebug("vb[%d] OID: [%s] [%s] [%s] vblen [%d]\n", binding.index, binding.name.data(),
                 type_name(binding.type), text.c_str(), static_cast<int>(length));
     DaemonDebug("OctetString in Hex [%s]\n", render_hex(text, octets_size).data());
   }
+  // A trap has its own community, which is the receiver's secret and not the BMC's.
   if (holds(binding.name.data(), kSnmpTrapCommunity)) {
     return length;
   }
@@ -201,6 +210,8 @@ size_t decode_binding(Notification& notification, const Binding& binding, size_t
   if (binding.type >= agentx::type::kNoSuchObject && binding.type <= agentx::type::kEndOfMibView) {
     return skip_binding(binding, 0);
   }
+  // Advancing by the binding before is a guess (docs/oddities.md:
+  // unknown-type-advances); without one the walk would never end.
   if (previous_length == 0) {
     Log(LOG_ERR,
         "send_trap_to_host(): vb[%d] has the unknown type [%d] and no length. "
@@ -261,6 +272,7 @@ Notification decode_notification(std::span<const uint8_t> packet) {
   PacketCopy copy = {};
   std::copy_n(packet.begin(), std::min(packet.size(), copy.size()), copy.begin());
   const uint32_t payload_length = get_u32(copy, agentx::header::kPayloadLength);
+  // An empty payload_length may stand in the shortest of packets: nothing is missing.
   if (agentx::header::kSize + uint64_t{payload_length} > packet.size() && payload_length > 0) {
     Log(LOG_ERR,
         "send_trap_to_host(): notification of %zu bytes states %u bytes of bindings. "

@@ -29,9 +29,11 @@ struct Notification {
 // with no earlier one to take its length from. Both, and a payload_length beyond
 // the packet's end, are logged at priority 3; what was decoded before stands.
 //
-// Kept on purpose: Counter32 and Gauge32 become INTEGER, Opaque becomes OCTET
-// STRING, text ends at its first zero byte, TimeTicks other than sysUpTime
-// become 0, and an unknown type advances by the binding before it. Null,
+// As receivers have seen it since the first release: Counter32 and Gauge32 become
+// INTEGER (docs/oddities.md: counters-as-integer), Opaque becomes OCTET STRING
+// (opaque-as-octet-string), text ends at its first zero byte (text-ends-at-zero),
+// TimeTicks other than sysUpTime become 0 (timeticks-0), and an unknown type
+// advances by the binding before it (unknown-type-advances). Null,
 // Counter64 and the exceptions are skipped by their true length. sysUpTime,
 // snmpTrapOID and snmpTrapCommunity make no binding. A binding whose name or
 // value does not parse is left out (debug line).

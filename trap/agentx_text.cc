@@ -8,11 +8,13 @@
 
 namespace {
 
-// Takes one piece of a text, cut to 7 characters.
+// Takes one piece of a text, cut to 7 characters (docs/oddities.md:
+// oid-pieces-of-7-characters).
 using Piece = std::array<char, 8>;
 
 // Appends a piece as far as it fits. Returns the text's new length.
 size_t append(OidText& text, size_t length, const Piece& piece) {
+  // A full text takes no more, and says nothing: the longest legal name does not fit.
   const size_t room = text.size() - 1 - length;
   const size_t copied = std::min(strlen(piece.data()), room);
   std::copy_n(piece.begin(), copied, text.begin() + static_cast<std::ptrdiff_t>(length));
@@ -55,6 +57,7 @@ OidText render_hex(std::string_view text, size_t length) {
   OidText hex = {};
   size_t hex_length = 0;
   for (size_t i = 0; i < length && hex_length < hex.size() - 1; ++i) {
+    // Zeros behind the text are shown too: they tell where it was cut.
     const auto byte = static_cast<signed char>(i < text.size() ? text[i] : '\0');
     std::array<char, 9> whole = {};  // "ffffff80"
     snprintf(whole.data(), whole.size(), "%02x", static_cast<unsigned>(byte));

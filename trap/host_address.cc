@@ -45,7 +45,7 @@ void keep_word(std::array<char, size>& field, std::string_view word) {
 }  // namespace
 
 void get_host_ipaddress() {
-  host_ipaddress.fill('\0');
+  host_ipaddress.fill('\0');  // no address is better than one of before
   const Command list = start_command("localcli network ip interface ipv4 get");
   if (list == nullptr) {
     return;
@@ -61,6 +61,7 @@ void get_host_ipaddress() {
     std::string_view text(line.data());
     keep_word(words.name, next_word(text));
     keep_word(words.address, next_word(text));
+    // Anywhere in the name (docs/oddities.md: vmk0-anywhere).
     if (holds(words.name.data(), "vmk0")) {
       keep_word(host_ipaddress, words.address.data());
       DaemonDebug("get_host_ipaddress(): Found vmk0! IPaddress is [%s]\n", host_ipaddress.data());

@@ -28,6 +28,8 @@ constexpr int32_t kTargetCountMax = 3;
 
 using Line = std::array<char, 4096>;
 
+// No XML parser: the text anywhere is enough, and no other line takes it back
+// (docs/oddities.md: enabled-anywhere).
 bool enabled_in(FILE* file) {
   bool enabled = false;
   Line line = {};
@@ -37,6 +39,8 @@ bool enabled_in(FILE* file) {
   return enabled;
 }
 
+// Ends the process rather than cutting: a receiver's name cut short would lose
+// every trap, and nobody would know.
 void require_fits(std::string_view piece, size_t limit, const char* what) {
   if (piece.size() > limit) {
     Log(LOG_ERR,
@@ -67,6 +71,7 @@ void load_targets(std::string_view targets) {
     }
     const std::string_view destination = targets.substr(0, at);
     require_fits(destination, kDestinationMax, "a trap destination");
+    // What stands between is the port (docs/oddities.md: target-port-ignored).
     const size_t blank = targets.find(' ', at);
     if (blank == std::string_view::npos) {
       return;
@@ -74,6 +79,7 @@ void load_targets(std::string_view targets) {
     const std::string_view rest = targets.substr(blank + 1);
     const std::string_view community = rest.substr(0, rest.find(';'));
     require_fits(community, kCommunityMax, "a community");
+    // Counted even so (docs/oddities.md: fourth-target).
     if (++trap_target_count > kTargetCountMax) {
       return;
     }

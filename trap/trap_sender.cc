@@ -16,5 +16,6 @@ int send_trap_to_host(std::span<const uint8_t> packet) {
   const Notification notification = decode_notification(packet);
   const int result = send_traps(notification.trapOid, notification.timestamp, notification.vbs);
   DaemonDebug("tvurev: Returning ret [%d]\n", result);
+  // The trap of a reset is sent like any other, before the caller reconnects.
   return notification.reset_seen ? 1 : 0;
 }

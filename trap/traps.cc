@@ -13,6 +13,7 @@ namespace {
 
 using namespace Snmp_pp;  // NOLINT(google-build-using-namespace)
 
+// The library's own limit; a real SNMP++ drops the rest without a word as well.
 constexpr size_t kBindingsMax = 25;
 
 // The agent address: what inet_addr makes of the host address, which is
@@ -25,6 +26,7 @@ IpAddress agent_address() {
 Pdu build_pdu(const Oid& notify_id, uint32_t timestamp, const std::vector<Vb>& vbs) {
   Pdu pdu;
   pdu.set_notify_id(notify_id);
+  // Sign-extended, as ever; the library keeps the low 32 bits of it.
   const TimeTicks ticks(static_cast<unsigned long>(static_cast<int32_t>(timestamp)));
   pdu.set_notify_timestamp(ticks);
   pdu.set_v1_trap_address(agent_address());
@@ -55,6 +57,7 @@ int send_traps(const OidText& trapOid, uint32_t timestamp, const std::vector<Snm
     Log(LOG_ERR, "tvurev: no trap destinations defined!\n");
     return 1;
   }
+  // After the empty list, whose line comes for every notification.
   const Oid notify_id(trapOid.data());
   if (!notify_id.valid()) {
     Log(LOG_ERR, "tvurev: notification without a valid trap OID [%s]: no trap sent\n",
@@ -75,6 +78,7 @@ int send_traps(const OidText& trapOid, uint32_t timestamp, const std::vector<Snm
 void send_one_trap(Snmp_pp::Pdu& pdu, Snmp_pp::CTarget& target, const char* destination,
                    const OidText& trapOid) {
   int status = SNMP_CLASS_SUCCESS;
+  // A session, and so a socket, for each trap: nothing is held between two.
   Snmp session(status, 0);
   if (status != SNMP_CLASS_SUCCESS) {
     Log(LOG_ERR, "Unable to construct SNMP++ session, failed to send traps\n");

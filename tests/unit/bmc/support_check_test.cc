@@ -197,6 +197,20 @@ TEST_F(SupportCheck, ReadsAsZeroWhatAShortResponseDoesNotHold) {
   EXPECT_EQ(script.written_to(kStatusFile), "Mox0\r\n");
 }
 
+TEST_F(SupportCheck, KeepsGeneration0OfASilentBmcInTheFile) {
+  expect_open(kFd);
+  script.write(kFd, bytes_of("08 00 ad de 02 00 00 00"));
+  script.usleep(10'000);
+  for (int attempt = 0; attempt < 10; ++attempt) {
+    script.ioctl(kFd);
+    script.usleep(10'000);
+  }
+  script.close(kFd);
+  script.fopen(kStatusFile, "we");
+  EXPECT_EQ(SystemSupported(), 0);
+  EXPECT_EQ(script.written_to(kStatusFile), "Mox0\r\n");
+}
+
 TEST_F(SupportCheck, ReadsAResponseLongerThanItAskedFor) {
   Bytes response = status_response(6);
   response.resize(4096, 0xFF);

@@ -3,6 +3,7 @@
 #include "daemon/agent_socket.h"
 
 #include <sys/socket.h>
+#include <syslog.h>
 
 #include <string>
 
@@ -48,14 +49,32 @@ void expect_listening(CallScript& script) {
   script.pclose(kAddresses);
 }
 
-void expect_client(CallScript& script) {
+void expect_client(CallScript& script, int client = kClient) {
+  script.message(LOG_INFO, " main TVUD reverse_mode loop\n");
   script.system(kTouch);
-  script.accept(kListener, 110).returns(kClient);
+  script.message(LOG_INFO, " reverse mode:  Waiting for a connection with forward mode ORT...\n");
+  script.accept(kListener, 110).returns(client);
+  script.message(LOG_INFO, "[tvud]: TVU Reverse Proxy Connected.\n");
+  script.message(LOG_INFO, "tvud: TVU Reverse Proxy: numfds [1].\n");
+}
+
+void expect_stop_lines(CallScript& script) {
+  script.message(LOG_INFO,
+                 "tvu_rev_proxy: Detected request to disable and stop TVU Reverse mode for ORT.\n");
+  script.message(LOG_INFO, "[tvud]: TVU Reverse Proxy Service shutting down...\n");
 }
 
 void expect_stop(CallScript& script) {
   script.stat(kStop);
+  expect_stop_lines(script);
   script.unlink(kStop);
+}
+
+void expect_hang_up(CallScript& script, int client = kClient) {
+  script.message(LOG_INFO, "reverse mode: tvu_rev_proxy_ort: HUP exit. socket exit\n");
+  script.close(client);
+  script.unlink(kRunning);
+  script.sleep(30).returns(0);
 }
 
 [[noreturn]] void run() {
@@ -152,13 +171,27 @@ TEST_F(SocketProxy, DropsAClientThatHangsUpAndWaits30Seconds) {
         expect_client(script);
         script.poll(kClient, POLLIN, 1'000).reports(POLLIN | POLLHUP);
         script.recv(kClient, 4080, 0).returns(0);
-        script.close(kClient);
-        script.unlink(kRunning);
-        script.sleep(30).returns(0);
+        expect_hang_up(script);
         expect_stop(script);
         run();
       },
-      ExitedWithCode(1), "6 reverse mode: tvu_rev_proxy_ort: HUP exit. socket exit\n");
+      ExitedWithCode(1), "");
+}
+
+TEST_F(SocketProxy, SeesAStopRequestOnlyAfterThePauseOfAHangUp) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        script.file(kStop);
+        expect_listening(script);
+        expect_client(script);
+        script.poll(kClient, POLLIN, 1'000).reports(POLLHUP);
+        expect_hang_up(script);
+        expect_stop_lines(script);
+        script.unlink(kStop);
+        run();
+      },
+      ExitedWithCode(1), "");
 }
 
 TEST_F(SocketProxy, TakesTheNextClientAfterThePause) {
@@ -168,12 +201,10 @@ TEST_F(SocketProxy, TakesTheNextClientAfterThePause) {
         expect_listening(script);
         expect_client(script);
         script.poll(kClient, POLLIN, 1'000).reports(POLLHUP);
-        script.close(kClient);
-        script.unlink(kRunning);
-        script.sleep(30).returns(0);
+        expect_hang_up(script);
         script.stat(kStop).fails(ENOENT);
-        expect_client(script);
-        script.poll(kClient, POLLIN, 1'000).returns(0);
+        expect_client(script, kClient + 1);
+        script.poll(kClient + 1, POLLIN, 1'000).returns(0);
         expect_stop(script);
         run();
       },
@@ -208,6 +239,22 @@ TEST_F(SocketProxy, NoLongerAsksForInputOnceTheClientClosedItsSendingSide) {
         script.recv(kClient, 4080, 0).returns(0);
         script.stat(kStop).fails(ENOENT);
         script.poll(kClient, 0, 1'000).returns(0);
+        expect_stop(script);
+        run();
+      },
+      ExitedWithCode(1), "");
+}
+
+TEST_F(SocketProxy, DoesNotReceiveAgainOnTheEventsOfAFailedPoll) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_listening(script);
+        expect_client(script);
+        script.poll(kClient, POLLIN, 1'000).reports(POLLIN);
+        script.recv(kClient, 4080, 0).gives(fan_failure());
+        script.stat(kStop).fails(ENOENT);
+        script.poll(kClient, POLLIN, 1'000).fails(ENOMEM);
         expect_stop(script);
         run();
       },

@@ -2,8 +2,11 @@
 #include "daemon/bmc_dispatch.h"
 
 #include <sys/wait.h>
+#include <syslog.h>
 
+#include <array>
 #include <csignal>
+#include <cstdio>
 #include <string>
 
 #include "tests/unit/daemon/daemon_fixture.h"
@@ -85,10 +88,39 @@ TEST_F(Dispatch, WritesALogTextAsAnAlertAndAcknowledgesIt) {
   chif_seqno = 0x10203;
   script.ioctl(kFd).gives(
       ChifBuilder(0x0095).seqno(9).u16_at(8, 8).text("fan 3 %n failed").bytes());
+  script.message(LOG_ALERT, "fan 3 %n");
   script.write(kFd, bytes_of("1000 0302 9580 0d00 00000000 00000000"));
   EXPECT_EQ(bmc_recv(kFd), 0);
   EXPECT_EQ(script.log_calls(), Lines({"program 1 fan 3 %n"}));
   EXPECT_EQ(chif_seqno, 0x10204U);
+}
+
+// The three lines of a header's dump.
+Lines dump(int pktsize, int seqno, const char* cmdno_and_svc, int errcode, int word) {
+  const std::string size = std::to_string(pktsize);
+  return {
+      "6 CHIF:\n",
+      "6  pktsize = " + size + ", seqno = " + std::to_string(seqno) + ", " + cmdno_and_svc + "\n",
+      "6  errcode = " + std::to_string(errcode) + ", pktsize = " + size +
+          ", agentx_resp_len = " + std::to_string(word) + "\n"};
+}
+
+Lines operator+(Lines lines, const Lines& more) {
+  lines.insert(lines.end(), more.begin(), more.end());
+  return lines;
+}
+
+TEST_F(Dispatch, DumpsALogPacketAfterItsDebugLineToo) {
+  g_daemon_debug_flag = 1;
+  g_chif_dump_flag = 1;
+  script.ioctl(kFd).gives(ChifBuilder(0x0095).seqno(9).u16_at(8, 1).text("x").bytes());
+  script.write(kFd);
+  EXPECT_EQ(bmc_recv(kFd), 0);
+  const Lines packet = dump(17, 9, "cmdno = 95, svc = 0", 1, 0);
+  EXPECT_EQ(Lines(script.logs().begin() + 3, script.logs().end()),
+            Lines({"6 BMC_RECV CHIF:  "}) + packet +
+                Lines({"6 case CHIF_IML_LOG: Received log packet [0x0095].\n"}) + packet +
+                Lines({"1 x"}));
 }
 
 TEST_F(Dispatch, KeepsALogTextOf65535BytesWithinItsPacket) {
@@ -100,10 +132,10 @@ TEST_F(Dispatch, KeepsALogTextOf65535BytesWithinItsPacket) {
   EXPECT_EQ(script.logs(), Lines({"1 " + std::string(4080, 'x')}));
 }
 
-TEST_F(Dispatch, RepeatsAnAcknowledgementEveryMillisecondWhileTheDeviceIsBusy) {
+TEST_F(Dispatch, RepeatsAnAcknowledgementEveryMillisecondForAsLongAsTheDeviceIsBusy) {
   const Bytes ack = bytes_of("1000 0000 9580 0d00 00000000 00000000");
   script.ioctl(kFd).gives(ChifBuilder(0x0095).u16_at(8, 1).text("x").bytes());
-  for (int busy = 0; busy < 3; ++busy) {
+  for (int busy = 0; busy < 10'000; ++busy) {
     script.write(kFd, ack).fails(EBUSY);
     script.usleep(1'000);
   }
@@ -134,19 +166,23 @@ class Shutdown : public Dispatch {
 };
 
 TEST_F(Shutdown, WithAction1RebootsAfterItsDelay) {
+  shutdown_aborted = 1;
   script.ioctl(kFd).gives(request(4, 1, 30, "lost %s fan"));
+  script.message(LOG_ALERT, "System will reboot in 30 seconds due to lost %s fan.\n");
   expect_timer(77);
   expect_ack("0500");
   EXPECT_EQ(bmc_recv(kFd), 0);
   EXPECT_EQ(script.log_calls(),
             Lines({"program 1 System will reboot in 30 seconds due to lost %s fan.\n"}));
   EXPECT_EQ(shutdown_timer_pid, 77);
+  EXPECT_EQ(shutdown_aborted, 0);
   EXPECT_EQ(chif_seqno, 6U);
 }
 
 TEST_F(Shutdown, WithAction0PowersOff) {
   shutdown_aborted = 1;
   script.ioctl(kFd).gives(request(4, 0, 0xFFFFFFFF, "heat"));
+  script.message(LOG_ALERT, "System will shutdown in -1 seconds due to heat.\n");
   expect_timer(77);
   expect_ack("0500");
   EXPECT_EQ(bmc_recv(kFd), 0);
@@ -194,6 +230,12 @@ TEST_F(Shutdown, NumberedFFFFIsAcknowledgedWithZeroAndRestartsTheCount) {
   EXPECT_EQ(chif_seqno, 1U);
 }
 
+TEST_F(Shutdown, IsAcknowledgedWithZerosWhateverItsActionWas) {
+  script.ioctl(kFd).gives(request(4, 0x87650002, 0, "heat"));
+  expect_ack("0500");
+  EXPECT_EQ(bmc_recv(kFd), 0);
+}
+
 TEST_F(Shutdown, WithAReasonThatFillsItsPacketStaysWithinIt) {
   Bytes packet = request(4, 2, 0, "");
   packet.resize(4096, 'r');
@@ -202,6 +244,24 @@ TEST_F(Shutdown, WithAReasonThatFillsItsPacketStaysWithinIt) {
   EXPECT_EQ(bmc_recv(kFd), 0);
   EXPECT_EQ(script.logs(),
             Lines({"6 Shutdown due to " + std::string(4080, 'r') + " has been Aborted.\n"}));
+}
+
+TEST_F(Shutdown, DumpsItsRequestTwiceAndItsAcknowledgementTwice) {
+  g_daemon_debug_flag = 1;
+  g_chif_dump_flag = 1;
+  script.ioctl(kFd).gives(request(4, 2, 6, "heat"));
+  expect_ack("0500");
+  const OutputCapture capture(2);
+  EXPECT_EQ(bmc_recv(kFd), 0);
+  const Lines asked = dump(20, 4, "cmdno = 195, svc = 0", 2, 6);
+  const Lines answered = dump(12, 5, "cmdno = 8195, svc = d", 0, 6);
+  EXPECT_EQ(Lines(script.logs().begin() + 3, script.logs().end()),
+            Lines({"6 BMC_RECV CHIF:  "}) + asked +
+                Lines({"6 case CHIF_SHUTDOWN: Received log packet [0x0195].\n"}) + asked +
+                Lines({"6 Shutdown received: action [0x2] delay [6] reason [heat].\n",
+                       "6 Shutdown due to heat has been Aborted.\n",
+                       "6 Shutdown timer PID is 0.  Nothing to terminate.\n"}) +
+                answered + answered);
 }
 
 TEST_F(Shutdown, TracesItsAcknowledgementToStandardError) {
@@ -265,6 +325,14 @@ TEST_F(Dispatch, RefusesAPayloadLongerThanWhatWasReceived) {
             "3 bmc_recv(): agentx_resp_len 101 > expected: size=4080, rc=100");
 }
 
+TEST_F(Dispatch, TakesALengthThatCountsTheWholePacket) {
+  enable_relay();
+  const Bytes pdu = fan_failure();
+  const auto whole = static_cast<uint32_t>(16 + pdu.size());
+  EXPECT_EQ(receive(ChifBuilder(0x0001).agentx(pdu).agentx_resp_len(whole).bytes()), 0);
+  EXPECT_EQ(script.logs(), kRelayed);
+}
+
 TEST_F(Dispatch, RefusesALengthThatWouldBeNegative) {
   enable_relay();
   EXPECT_EQ(receive(ChifBuilder(0x0001).agentx_resp_len(0xFFFFFFFF).sized(100).bytes()), 0);
@@ -314,6 +382,20 @@ TEST_F(Dispatch, DropsAStatusPacketWithAnError) {
   EXPECT_EQ(receive(ChifBuilder(0x8094).errcode(19).agentx(bmc_reset()).bytes()), 0);
   EXPECT_EQ(script.logs(), Lines({"3 bmc_recv ERROR: errno is [0x13]"}));
   EXPECT_EQ(errno, 19);
+}
+
+TEST_F(Dispatch, TakesTheErrorOfEveryStatusPacketAsErrnoAtOnce) {
+  g_daemon_debug_flag = 1;
+  for (const auto cmdno : {uint16_t{0x0094}, uint16_t{0x8094}, uint16_t{0x8194}}) {
+    EXPECT_EQ(receive(ChifBuilder(cmdno).errcode(19).agentx(bmc_reset()).bytes()), 0);
+    EXPECT_EQ(errno, 19);
+    std::array<char, 64> received = {};
+    snprintf(received.data(), received.size(), "6 Received packet [0x%04x]... errno [19]\n", cmdno);
+    const Lines expected = {received.data(),
+                            "6 bmc_recv: memcpy recvd data to buf len [104]. . .  errno [19]\n",
+                            "3 bmc_recv ERROR: errno is [0x13]"};
+    EXPECT_EQ(Lines(script.logs().end() - 3, script.logs().end()), expected);
+  }
 }
 
 TEST_F(Dispatch, DoesNotLoseANotificationToAnErrnoThatTheReadLeft) {

@@ -3,6 +3,10 @@
 // runs in a process of its own; messages come out on standard error.
 #include "daemon/bmc_loop.h"
 
+#include <syslog.h>
+
+#include <string>
+
 #include "tests/unit/daemon/daemon_fixture.h"
 
 namespace {
@@ -23,43 +27,43 @@ class BmcLoop : public Daemon {
   }
 };
 
-void expect_open(CallScript& script) {
-  script.open(kChannel, O_RDWR | O_EXCL).returns(kFd);
+void expect_open(CallScript& script, int fd = kFd) {
+  script.open(kChannel, O_RDWR | O_EXCL).returns(fd);
   script.usleep(10'000);
 }
 
-void expect_hello_write(CallScript& script, uint16_t seqno) {
-  script.write(kFd, ChifBuilder(0x0193).seqno(seqno).svc(13).u16_at(8, 1).sized(16).bytes());
+void expect_hello_write(CallScript& script, uint16_t seqno, int fd = kFd) {
+  script.write(fd, ChifBuilder(0x0193).seqno(seqno).svc(13).u16_at(8, 1).sized(16).bytes());
   script.usleep(10'000);
 }
 
-void expect_connect_write(CallScript& script) {
-  script.write(kFd, ChifBuilder(0x0193).svc(13).u16_at(8, 3).sized(16).bytes());
+void expect_connect_write(CallScript& script, int fd = kFd) {
+  script.write(fd, ChifBuilder(0x0193).svc(13).u16_at(8, 3).sized(16).bytes());
   script.usleep(10'000);
 }
 
-void expect_reply(CallScript& script, uint16_t seqno) {
-  script.poll(kFd, POLLIN, 10'000).reports(POLLIN);
-  script.ioctl(kFd).gives(ChifBuilder(0x8193).seqno(seqno).sized(17).bytes());
+void expect_reply(CallScript& script, uint16_t seqno, int fd = kFd) {
+  script.poll(fd, POLLIN, 10'000).reports(POLLIN);
+  script.ioctl(fd).gives(ChifBuilder(0x8193).seqno(seqno).sized(17).bytes());
 }
 
-void expect_connection(CallScript& script, uint16_t hello_seqno) {
-  expect_open(script);
-  expect_hello_write(script, hello_seqno);
-  expect_reply(script, hello_seqno);
-  expect_connect_write(script);
-  expect_reply(script, 0);
+void expect_connection(CallScript& script, uint16_t hello_seqno, int fd = kFd) {
+  expect_open(script, fd);
+  expect_hello_write(script, hello_seqno, fd);
+  expect_reply(script, hello_seqno, fd);
+  expect_connect_write(script, fd);
+  expect_reply(script, 0, fd);
 }
 
-void expect_goodbye(CallScript& script) {
-  script.write(kFd, ChifBuilder(0x0193).svc(13).u16_at(8, 2).sized(16).bytes());
+void expect_goodbye(CallScript& script, int fd = kFd) {
+  script.write(fd, ChifBuilder(0x0193).svc(13).u16_at(8, 2).sized(16).bytes());
   script.usleep(1'000);
-  script.poll(kFd, POLLIN, 1'000'000).returns(0);
-  script.close(kFd);
+  script.poll(fd, POLLIN, 1'000'000).returns(0);
+  script.close(fd);
 }
 
-void expect_poll(CallScript& script, short revents) {
-  script.poll(kFd, kLoopEvents, 1'000).reports(revents);
+void expect_poll(CallScript& script, short revents, int fd = kFd) {
+  script.poll(fd, kLoopEvents, 1'000).reports(revents);
 }
 
 // The stop file is looked for after each poll.
@@ -67,11 +71,16 @@ void expect_no_stop(CallScript& script) {
   script.stat(kStop).fails(ENOENT);
 }
 
-void expect_stop(CallScript& script, bool connected) {
+constexpr int kNoChannel = -1;
+
+void expect_stop(CallScript& script, int fd = kFd) {
   script.stat(kStop);
+  script.message(LOG_INFO,
+                 "proxy_bmc_rev: Detected request to disable and stop TVU Reverse mode for Mox.\n");
   script.unlink(kStop);
-  if (connected) {
-    expect_goodbye(script);
+  script.message(LOG_INFO, "tvud: BMC Reverse Proxy Service shutting down...\n");
+  if (fd != kNoChannel) {
+    expect_goodbye(script, fd);
   }
 }
 
@@ -88,13 +97,42 @@ TEST_F(BmcLoop, StopsWithStatus1AndAGoodbye) {
         expect_poll(script, 0);
         expect_no_stop(script);
         expect_poll(script, 0);
-        expect_stop(script, true);
+        expect_stop(script);
         run();
       },
       ExitedWithCode(1),
       "6 .tvud.: BMC Reverse Proxy Connected.\n+.*6 .tvud.: BMC Reverse channel is .5..\n"
       "+.*6 proxy_bmc_rev: Detected request to disable and stop TVU Reverse mode for Mox.\n"
       "+.*6 tvud: BMC Reverse Proxy Service shutting down...\n");
+}
+
+TEST_F(BmcLoop, ConnectsWithParameterZeroWhateverItWasBefore) {
+  connect_param = 5;
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_connection(script, 0);
+        expect_poll(script, 0);
+        expect_stop(script);
+        run();
+      },
+      ExitedWithCode(1), "");
+}
+
+TEST_F(BmcLoop, PollsTheNewChannelAfterAHangUp) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_connection(script, 0, kFd);
+        expect_poll(script, POLLHUP, kFd);
+        expect_goodbye(script, kFd);
+        expect_no_stop(script);
+        expect_connection(script, 1, kFd + 1);
+        expect_poll(script, 0, kFd + 1);
+        expect_stop(script, kFd + 1);
+        run();
+      },
+      ExitedWithCode(1), "");
 }
 
 TEST_F(BmcLoop, RetriesAFailedOpenEvery10Seconds) {
@@ -113,7 +151,7 @@ TEST_F(BmcLoop, RetriesAFailedOpenEvery10Seconds) {
         script.sleep(10).returns(0);
         expect_connection(script, 0);
         expect_poll(script, 0);
-        expect_stop(script, true);
+        expect_stop(script);
         run();
       },
       ExitedWithCode(1), "no available Qel Mox channels");
@@ -128,26 +166,52 @@ TEST_F(BmcLoop, GivesUpAfterThreeHellosAndConnectsOnTheClosedChannelOnPurpose) {
         for (uint16_t hello = 0; hello < 3; ++hello) {
           expect_hello_write(script, hello);
           script.poll(kFd, POLLIN, 10'000).fails(EIO);
+          script.message(LOG_INFO,
+                         "no Reverse mode Mox hello,  retries [" + std::to_string(hello) + "]\n");
           if (hello == 2) {
             script.close(kFd);
+            script.message(LOG_INFO, "Max hello_rev retries. Close BMC.\n");
           }
           script.sleep(10).returns(0);
         }
+        script.message(LOG_INFO, "reverse mode: Successful with reverse Mox Hello.\n");
         script.write(kFd, ChifBuilder(0x0193).svc(13).u16_at(8, 3).sized(16).bytes()).fails(EBADF);
         script.usleep(10'000);
         script.close(kFd).fails(EBADF);
         script.sleep(15).returns(0);
         expect_connection(script, 3);
         expect_poll(script, 0);
-        expect_stop(script, true);
+        expect_stop(script);
         run();
       },
-      ExitedWithCode(1),
-      "6 no Reverse mode Mox hello,  retries .0.\n(.*\n)+6 no Reverse mode Mox hello,  retries "
-      ".1.\n"
-      "(.*\n)+6 no Reverse mode Mox hello,  retries .2.\n"
-      "(.*\n)*6 Max hello_rev retries. Close BMC.\n"
-      "(.*\n)*6 reverse mode: Successful with reverse Mox Hello.\n");
+      ExitedWithCode(1), "");
+}
+
+TEST_F(BmcLoop, SaysThreeHellosAgainAfterItGaveUp) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        for (const uint16_t first_hello : {uint16_t{0}, uint16_t{3}}) {
+          expect_open(script);
+          for (uint16_t hello = 0; hello < 3; ++hello) {
+            expect_hello_write(script, static_cast<uint16_t>(first_hello + hello));
+            script.poll(kFd, POLLIN, 10'000).fails(EIO);
+            if (hello == 2) {
+              script.close(kFd);
+            }
+            script.sleep(10).returns(0);
+          }
+          script.write(kFd).fails(EBADF);
+          script.usleep(10'000);
+          script.close(kFd).fails(EBADF);
+          script.sleep(15).returns(0);
+        }
+        expect_connection(script, 6);
+        expect_poll(script, 0);
+        expect_stop(script);
+        run();
+      },
+      ExitedWithCode(1), "");
 }
 
 TEST_F(BmcLoop, ReopensTheChannel15SecondsAfterAFailedConnect) {
@@ -163,7 +227,7 @@ TEST_F(BmcLoop, ReopensTheChannel15SecondsAfterAFailedConnect) {
         script.sleep(15).returns(0);
         expect_connection(script, 1);
         expect_poll(script, 0);
-        expect_stop(script, true);
+        expect_stop(script);
         run();
       },
       ExitedWithCode(1), "do_connect_rev\\(\\): Failed: poll\\(\\) error=5");
@@ -182,7 +246,7 @@ TEST_F(BmcLoop, SaysGoodbyeAndReconnects10SecondsAfterAReset) {
         expect_no_stop(script);
         expect_connection(script, 1);
         expect_poll(script, 0);
-        expect_stop(script, true);
+        expect_stop(script);
         run();
       },
       ExitedWithCode(1),
@@ -202,7 +266,7 @@ TEST_F(BmcLoop, SaysASecondGoodbyeOnNoChannelWhenTheResetCameWithAHangUp) {
         script.sleep(10).returns(0);
         script.write(-1, ChifBuilder(0x0193).svc(13).u16_at(8, 2).sized(16).bytes()).fails(EBADF);
         script.usleep(1'000);
-        expect_stop(script, false);
+        expect_stop(script, kNoChannel);
         run();
       },
       ExitedWithCode(1), "3 go_bye\\(\\): Failed: Writing SNMP_HELLO_BYE send=-1 errno =9\n");
@@ -219,11 +283,25 @@ TEST_F(BmcLoop, ReconnectsAtOnceAfterAHangUp) {
           expect_no_stop(script);
           expect_connection(script, 1);
           expect_poll(script, 0);
-          expect_stop(script, true);
+          expect_stop(script);
           run();
         },
         ExitedWithCode(1), "BMC Reverse Proxy Connected");
   }
+}
+
+TEST_F(BmcLoop, SaysGoodbyeBeforeItSeesAStopRequestThatCameWithAHangUp) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        script.file(kStop);
+        expect_connection(script, 0);
+        expect_poll(script, POLLHUP);
+        expect_goodbye(script);
+        expect_stop(script, kNoChannel);
+        run();
+      },
+      ExitedWithCode(1), "");
 }
 
 TEST_F(BmcLoop, RelaysPacketAfterPacket) {
@@ -237,7 +315,7 @@ TEST_F(BmcLoop, RelaysPacketAfterPacket) {
           expect_no_stop(script);
         }
         expect_poll(script, 0);
-        expect_stop(script, true);
+        expect_stop(script);
         run();
       },
       ExitedWithCode(1), "(3 tvurev: no trap destinations defined!\n+){3}");
@@ -251,8 +329,8 @@ TEST_F(BmcLoop, DoesNotReadAgainOnTheEventsOfAFailedPoll) {
         expect_poll(script, POLLIN);
         script.ioctl(kFd).gives(ChifBuilder(1).agentx(fan_failure()).bytes());
         expect_no_stop(script);
-        script.poll(kFd, kLoopEvents, 1'000).fails(EINTR);
-        expect_stop(script, true);
+        script.poll(kFd, kLoopEvents, 1'000).fails(ENOMEM);
+        expect_stop(script);
         run();
       },
       ExitedWithCode(1), "");

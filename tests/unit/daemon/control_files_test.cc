@@ -1,6 +1,8 @@
 // The marker files, and the wait for a restart.
 #include "daemon/control_files.h"
 
+#include <string>
+
 #include "tests/unit/daemon/daemon_fixture.h"
 
 namespace {
@@ -69,13 +71,14 @@ TEST_F(ControlFiles, WithoutARestartFileNoRestartIsRequested) {
   EXPECT_EQ(script.logs(), Lines());
 }
 
-TEST_F(ControlFiles, ARestartFileIsLoggedAndRemoved) {
+TEST_F(ControlFiles, ARestartFileIsLoggedAndThenRemoved) {
   CallScript script;
   script.file(kRestart);
   script.unlink(kRestart);
   EXPECT_EQ(restart_requested(), 1);
-  EXPECT_EQ(script.logs(), Lines({"6 tvurev: Detected TVUREV enable/disable. Restarting tvurev "
-                                  "....\n"}));
+  EXPECT_EQ(script.timeline(), Lines({"6 tvurev: Detected TVUREV enable/disable. Restarting tvurev "
+                                      "....\n",
+                                      "unlink(\"" + std::string(kRestart) + "\")"}));
 }
 
 TEST_F(ControlFiles, ARestartFilePresentAtOnceCostsNoWait) {

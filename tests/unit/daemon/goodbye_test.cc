@@ -1,6 +1,9 @@
 // The goodbye: what it writes, what it makes of replies, and that it always
 // closes the channel.
 #include "daemon/handshake.h"
+
+#include <syslog.h>
+
 #include "tests/unit/daemon/daemon_fixture.h"
 
 namespace {
@@ -49,6 +52,16 @@ TEST_F(Goodbye, OfTheShortFormWritesAndReadsTwelveBytes) {
   script.usleep(1'000);
   expect_reply(ChifBuilder(0x8093).sized(12).bytes());
   EXPECT_EQ(go_bye(kFd, kShortForm), 0);
+}
+
+TEST_F(Goodbye, TellsHowItsWriteWentBeforeItWaits) {
+  g_daemon_debug_flag = 1;
+  script.write(kFd);
+  script.message(LOG_INFO, "go_bye(): After mox write bytes=16 errno =0\n");
+  script.usleep(1'000);
+  script.poll(kFd, POLLIN, 1'000'000).returns(0);
+  script.close(kFd);
+  EXPECT_EQ(go_bye(kFd, kLongForm), 0);
 }
 
 TEST_F(Goodbye, WithoutAReplySucceeds) {

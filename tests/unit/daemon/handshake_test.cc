@@ -21,6 +21,19 @@ Bytes reply(uint16_t seqno, uint16_t more = 0, uint32_t errcode = 0) {
       .bytes();
 }
 
+constexpr std::ptrdiff_t kDumpLines = 3;
+
+// The dump of a reply, twice, and what follows.
+Lines dumped_twice(int pktsize, const std::string& end) {
+  const std::string size = std::to_string(pktsize);
+  const Lines dump = {"6 CHIF:\n", "6  pktsize = " + size + ", seqno = 0, cmdno = 8193, svc = 0\n",
+                      "6  errcode = 0, pktsize = " + size + ", agentx_resp_len = 0\n"};
+  Lines lines = dump;
+  lines.insert(lines.end(), dump.begin(), dump.end());
+  lines.push_back(end);
+  return lines;
+}
+
 class Hello : public Daemon {
  protected:
   void expect_request(const char* hex) {
@@ -91,6 +104,31 @@ TEST_F(Hello, WithMoreToComeBeginsAFreshCycle) {
   EXPECT_EQ(do_hello_rev(kFd), 0);
 }
 
+TEST_F(Hello, WithMoreToComeHasAll30PollsAgain) {
+  expect_hello();
+  script.poll(kFd, POLLIN, 10'000).returns(0).times(20);
+  expect_reply(reply(0, 1));
+  expect_reply(reply(9, 0));  // a stranger's, the first of the fresh cycle
+  script.poll(kFd, POLLIN, 10'000).returns(0).times(29);
+  EXPECT_EQ(do_hello_rev(kFd), 0);
+}
+
+TEST_F(Hello, NumberedBeyond16BitsIsAcceptedOnlyBySilence) {
+  chif_seqno = 0x10000;
+  expect_hello();
+  expect_reply(reply(0));
+  script.poll(kFd, POLLIN, 10'000).returns(0).times(29);
+  EXPECT_EQ(do_hello_rev(kFd), 0);
+  EXPECT_EQ(chif_seqno, 0x10001U);
+}
+
+TEST_F(Hello, TakesANotificationForAReplyAndLosesIt) {
+  expect_hello();
+  expect_reply(ChifBuilder(0x0001).agentx(bmc_reset()).bytes());  // its "more" is 0
+  EXPECT_EQ(do_hello_rev(kFd), 0);
+  EXPECT_EQ(script.logs(), Lines());
+}
+
 TEST_F(Hello, KeepsWaitingAtTheEndOfACycleWhenAStrangersReplySaidMore) {
   expect_hello();
   expect_reply(reply(9, 1));
@@ -154,6 +192,7 @@ TEST_F(Hello, FailsAtOnceOnAnotherWriteError) {
   script.usleep(10'000);
   EXPECT_EQ(do_hello_rev(kFd), -1);
   EXPECT_EQ(script.logs(), Lines({"3 do_hello_rev(): Failed: Writing ZEMOX TVU_HELLO errno =9\n"}));
+  EXPECT_EQ(script.timeline()[1], "usleep(10000)");  // then the line
 }
 
 TEST_F(Hello, WithoutAttemptsFailsUnwritten) {
@@ -177,6 +216,17 @@ TEST_F(Hello, TracesToStandardErrorWithTheChifDumpFlag) {
                    "6  errcode = 1, pktsize = 16, agentx_resp_len = 0\n",  //
                    "6 CHIF:\n", "6  pktsize = 17, seqno = 0, cmdno = 8193, svc = 0\n",
                    "6  errcode = 0, pktsize = 17, agentx_resp_len = 4\n"}));
+}
+
+TEST_F(Hello, DumpsAReplyThatIsTooShortTwice) {
+  g_chif_dump_flag = 1;
+  g_daemon_debug_flag = 1;
+  expect_hello();
+  expect_reply(ChifBuilder(0x8193).sized(16).bytes());
+  const OutputCapture capture(2);
+  EXPECT_EQ(do_hello_rev(kFd), -1);
+  EXPECT_EQ(Lines(script.logs().begin() + kDumpLines, script.logs().end()),
+            dumped_twice(16, "3 do_hello_rev(): Failed: TVU_HELLO_REV response read() < len 16\n"));
 }
 
 TEST_F(Hello, TracesOnlyTheWaitWithTheAgentxDumpFlag) {
@@ -208,6 +258,18 @@ TEST_F(Connect, FailsOnAReplyOf15Bytes) {
   EXPECT_EQ(do_connect_rev(kFd, 0), -1);
   EXPECT_EQ(script.logs(),
             Lines({"3 do_connect_rev(): Failed: TVU_HELLO_CONNECT response read()< len 15\n"}));
+}
+
+TEST_F(Connect, DumpsAReplyThatIsTooShortTwice) {
+  g_chif_dump_flag = 1;
+  g_daemon_debug_flag = 1;
+  expect_request("10000000 93010d00 03000000 00000000");
+  expect_reply(ChifBuilder(0x8193).sized(15).bytes());
+  const OutputCapture capture(2);
+  EXPECT_EQ(do_connect_rev(kFd, 0), -1);
+  EXPECT_EQ(
+      Lines(script.logs().begin() + kDumpLines, script.logs().end()),
+      dumped_twice(15, "3 do_connect_rev(): Failed: TVU_HELLO_CONNECT response read()< len 15\n"));
 }
 
 TEST_F(Connect, HasTextsOfItsOwn) {

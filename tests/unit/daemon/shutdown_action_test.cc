@@ -4,6 +4,7 @@
 #include "daemon/shutdown_action.h"
 
 #include <sys/wait.h>
+#include <syslog.h>
 
 #include <csignal>
 
@@ -49,6 +50,20 @@ TEST_F(ShutdownAction, AnAbortKillsTheTimerAndForgetsIt) {
   abort_shutdown();
   EXPECT_EQ(shutdown_timer_pid, 0);
   EXPECT_EQ(script.log_calls(), Lines({"program 6 Terminating Shutdown timer ( PID [4711])...\n"}));
+  EXPECT_EQ(script.timeline(),
+            Lines({"6 Terminating Shutdown timer ( PID [4711])...\n", "kill(4711, 9)"}));
+}
+
+TEST_F(ShutdownAction, AnAbortAfterTwoRequestsKillsTheSecondTimerOnly) {
+  CallScript script;
+  for (const pid_t timer : {10, 11}) {
+    script.waitpid(-1, WNOHANG).returns(0);
+    script.fork().returns(timer);
+    do_shutdown(1, 30, "fans");
+  }
+  script.kill(11, SIGKILL);
+  abort_shutdown();
+  abort_shutdown();
 }
 
 TEST_F(ShutdownAction, AnAbortAfterTheTimerEndedIgnoresTheFailingKill) {
@@ -75,12 +90,13 @@ TEST_F(ShutdownAction, AnAbortWithoutATimerOnlyLogs) {
 }
 
 // Runs the timer's side of do_shutdown: fork returns 0 and a session is made,
-// then come the given number of 5-second steps and the command.
+// which is logged, then come the given number of 5-second steps and the command.
 [[noreturn]] void run_timer(uint32_t action, int32_t delay, int steps, const char* command) {
   CallScript script;
   script.waitpid(-1, WNOHANG).fails(ECHILD);
   script.fork().returns(0);
   script.setsid().returns(1);
+  script.message(LOG_INFO, "Shutdown timer started.\n");
   if (steps > 0) {
     script.sleep(5).returns(0).times(steps);
   }

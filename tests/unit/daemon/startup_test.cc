@@ -156,6 +156,18 @@ TEST_F(Preparation, ClosesForgetsAndListsInThisOrder) {
             Lines({"/tmp/tvud.text", "/tmp/chif.text", "/tmp/agentx.text", kSocketDirectory}));
 }
 
+TEST_F(Preparation, SetsTheDebugFlagsBeforeAnythingElse) {
+  script.stat("/tmp/tvud.text");
+  script.stat("/tmp/chif.text");
+  script.stat("/tmp/agentx.text");
+  expect_closing();
+  expect_unlinks();
+  script.system(kListInterfaces);
+  script.file(kSocketDirectory);
+  prepare_host();
+  EXPECT_EQ(g_agentx_dump_flag, 1);
+}
+
 TEST_F(Preparation, NoticesOnlyThatNoShellCouldBeStarted) {
   script.file("/tmp/tvud.text");
   script.file(kSocketDirectory);

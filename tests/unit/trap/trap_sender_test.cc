@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <syslog.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -85,6 +86,16 @@ TEST_F(TrapSender, SendsOneTrap) {
                    "1.3.6.1.4.1.32473.1.5 43:0", "1.3.6.1.4.1.32473.1.6 04:"}));
   EXPECT_EQ(script.logs(), Lines({"6 tvurev: Sending trap [1.3.6.1.4.1.32473.1.0.7] to dest "
                                   "[192.0.2.7] ...\n"}));
+}
+
+TEST_F(TrapSender, SaysWhereATrapGoesBeforeItIsSent) {
+  expect_session();
+  script.message(LOG_INFO,
+                 "tvurev: Sending trap [1.3.6.1.4.1.32473.1.0.7] to dest "
+                 "[192.0.2.7] ...\n");
+  script.sendto(kFd, "192.0.2.7:162");
+  script.close(kFd);
+  EXPECT_EQ(send(notification()), 0);
 }
 
 TEST_F(TrapSender, SendsEveryDestinationItsOwnCommunity) {
