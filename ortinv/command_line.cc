@@ -1,6 +1,9 @@
 #include "ortinv/command_line.h"
 
+#include <ortinv/interval.h>
+#include <ortinv/library.h>
 #include <CLI/CLI.hpp>
+
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -12,7 +15,6 @@
 #include "ortinv/bmc_commands.h"
 #include "ortinv/host_commands.h"
 #include "ortinv/json_format.h"
-#include "ortinv/library.h"
 #include "ortinv/report.h"
 #include "ortinv/smbios_commands.h"
 #include "ortinv/text_format.h"
@@ -173,6 +175,7 @@ int run_ortinv(int argc, const char* const* argv) {
     return kExitUsage;
   }
   ortinv_init_debug_log();
+  ortinv_set_print_stream(nullptr);  // or it would print between the lines of a document
   Report report;
   request.command(report);
   return print(request, report);

@@ -1,5 +1,9 @@
 #include "ortinv/smbios_commands.h"
 
+#include <ortinv/oem_queries.h>
+#include <ortinv/smbios_records.h>
+#include <ortinv/smbios_table.h>
+
 #include <array>
 #include <charconv>
 #include <cstdio>
@@ -10,20 +14,14 @@
 #include <set>
 #include <string_view>
 
-#include "ortinv/oem_queries.h"
-#include "ortinv/smbios_records.h"
+#include "ortinv/library_array.h"
 #include "ortinv/smbios_records_json.h"
-#include "ortinv/smbios_table.h"
 #include "ortinv/sources.h"
 #include "smbios/serial_trim.h"
 
 namespace {
 
 constexpr const char* kDevice = "/vmfs/devices/char/mem/smbios";
-
-struct Freer {
-  void operator()(void* memory) const { free(memory); }
-};
 
 // Calls show for the records of the type, or of each dumped type that has any.
 void for_each_type(std::optional<uint32_t> wanted, Report& report,

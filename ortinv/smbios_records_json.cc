@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string>
 
-#include "ortinv/smbios_records.h"
+#include <ortinv/smbios_records.h>
 
 namespace {
 

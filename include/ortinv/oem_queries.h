@@ -15,6 +15,7 @@
 #ifndef ORTINV_OEM_QUERIES_H_
 #define ORTINV_OEM_QUERIES_H_
 
+#include <ortinv/export.h>
 /* NOLINTNEXTLINE(modernize-deprecated-headers): also read by C compilers */
 #include <stdint.h>
 
@@ -25,33 +26,37 @@ extern "C" {
 /* Returns the function's PCI location in a new text that the caller frees. The
  * log line shows the low half of the text's address, not the text (kept on
  * purpose). */
-char* SmbGetPciLocation(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function);
+ORTINV_API char* SmbGetPciLocation(uint32_t segment, uint32_t bus, uint32_t device,
+                                   uint32_t function);
 
 /* Return the function's part number and its PCI name. A function with neither
  * slot nor onboard device is looked up by the PCI address in the type 203
  * structures, provided the first of them is 40 bytes or longer. A function that
  * has one, but no correlation, is a miss. A type 203 structure below 36 bytes on
  * the way ends the search for a part number. */
-const char* SmbGetPartNumber(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function);
-const char* SmbGetPciName(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function);
+ORTINV_API const char* SmbGetPartNumber(uint32_t segment, uint32_t bus, uint32_t device,
+                                        uint32_t function);
+ORTINV_API const char* SmbGetPciName(uint32_t segment, uint32_t bus, uint32_t device,
+                                     uint32_t function);
 
 /* Returns the text of the type 240 structure that is linked to one of the
  * function's type 203 structures. */
-const char* SmbGetPciLinkedString(uint8_t segment, uint8_t bus, uint8_t device, uint8_t function);
+ORTINV_API const char* SmbGetPciLinkedString(uint8_t segment, uint8_t bus, uint8_t device,
+                                             uint8_t function);
 
 /* Return the location and the further text of the first drive whose serial
  * number begins with serial_number. The drive's serial is compared without what
  * surrounds its first and last letter or digit, up to its first two blanks in a
  * row; what it has beyond 63 characters is left out. SmbGetHdString gives up at
  * the first type 242 structure below 42 bytes. */
-const char* SmbGetHdLoc(const char* serial_number);
-const char* SmbGetHdString(const char* serial_number);
+ORTINV_API const char* SmbGetHdLoc(const char* serial_number);
+ORTINV_API const char* SmbGetHdString(const char* serial_number);
 
 /* Returns the port number of the NIC at a PCI address, 0 when it is not found.
  * device_function holds the device in bits 7..3, the function in bits 2..0. Type
  * 233 answers first; a port of 0 there leaves it to type 203. Without any type
  * 203 structure in the table the answer is 0. */
-uint8_t SmbGetNicPortNum(uint8_t segment, uint8_t bus, uint8_t device_function);
+ORTINV_API uint8_t SmbGetNicPortNum(uint8_t segment, uint8_t bus, uint8_t device_function);
 
 #ifdef __cplusplus
 }

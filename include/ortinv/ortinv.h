@@ -17,9 +17,12 @@
 #include <ortinv/entity_mib.h>
 #include <ortinv/interval.h>
 #include <ortinv/network_address.h>
+#include <ortinv/pci_support_check.h>
 #include <ortinv/rev_mode.h>
 #include <ortinv/support_check.h>
+#include <ortinv/variables.h>
 
+#include <ortinv/export.h>
 #include <ortinv/library.h>
 #include <ortinv/text_cut.h>
 

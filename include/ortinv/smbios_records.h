@@ -9,6 +9,7 @@
 #ifndef ORTINV_SMBIOS_RECORDS_H_
 #define ORTINV_SMBIOS_RECORDS_H_
 
+#include <ortinv/export.h>
 /* NOLINTBEGIN(modernize-deprecated-headers): also read by C compilers */
 #include <assert.h>
 #include <stdint.h>
@@ -129,27 +130,32 @@ static_assert(sizeof(struct SmbGbxTableRec) == 70, "record sizes are fixed");
  * be zero-filled. Called by SmBiosGetRecords, under its lock: texts are cleaned
  * in the table. Return 0, or -1 when records or structure is null; the last two
  * then do nothing. */
-int SmbDecodeBiosInfo(struct SmbBiosInfoRec* records, const uint8_t* structure, uint32_t index);
-int SmbDecodeSystemInfo(struct SmbSystemInfoRec* records, const uint8_t* structure, uint32_t index);
-int SmbDecodeSlot(struct SmbSlotRec* records, const uint8_t* structure, uint32_t index);
-int SmbDecodeEnclosure(struct SmbEnclosureRec* records, const uint8_t* structure, uint32_t index);
-void SmbDecodeGbxTable(struct SmbGbxTableRec* records, const uint8_t* structure, uint32_t index);
-void SmbDecodeServerId(struct SmbServerIdRec* records, const uint8_t* structure, uint32_t index);
+ORTINV_API int SmbDecodeBiosInfo(struct SmbBiosInfoRec* records, const uint8_t* structure,
+                                 uint32_t index);
+ORTINV_API int SmbDecodeSystemInfo(struct SmbSystemInfoRec* records, const uint8_t* structure,
+                                   uint32_t index);
+ORTINV_API int SmbDecodeSlot(struct SmbSlotRec* records, const uint8_t* structure, uint32_t index);
+ORTINV_API int SmbDecodeEnclosure(struct SmbEnclosureRec* records, const uint8_t* structure,
+                                  uint32_t index);
+ORTINV_API void SmbDecodeGbxTable(struct SmbGbxTableRec* records, const uint8_t* structure,
+                                  uint32_t index);
+ORTINV_API void SmbDecodeServerId(struct SmbServerIdRec* records, const uint8_t* structure,
+                                  uint32_t index);
 
 /* Print records to standard output. A null record prints nothing. */
-void SmbDumpBiosInfo(const struct SmbBiosInfoRec* record);
+ORTINV_API void SmbDumpBiosInfo(const struct SmbBiosInfoRec* record);
 
 /* Leaves out the UUID and the family. */
-void SmbDumpSystemInfo(const struct SmbSystemInfoRec* record);
-void SmbDumpSlots(const struct SmbSlotRec* records, uint32_t count);
-void SmbDumpEnclosure(const struct SmbEnclosureRec* records, uint32_t count);
+ORTINV_API void SmbDumpSystemInfo(const struct SmbSystemInfoRec* record);
+ORTINV_API void SmbDumpSlots(const struct SmbSlotRec* records, uint32_t count);
+ORTINV_API void SmbDumpEnclosure(const struct SmbEnclosureRec* records, uint32_t count);
 
 /* Prints the first record, count times, and always all four entries (kept on
  * purpose). */
-void SmbDumpGbxTable(const struct SmbGbxTableRec* records, uint32_t count);
+ORTINV_API void SmbDumpGbxTable(const struct SmbGbxTableRec* records, uint32_t count);
 
 /* Prints only when count is exactly 1. */
-void SmbDumpServerId(const struct SmbServerIdRec* records, uint32_t count);
+ORTINV_API void SmbDumpServerId(const struct SmbServerIdRec* records, uint32_t count);
 
 #ifdef __cplusplus
 }

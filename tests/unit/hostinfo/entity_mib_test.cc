@@ -7,7 +7,6 @@
 #include <ctime>
 #include <string>
 
-#include "hostinfo/entity_mib_path.h"
 #include "ortinv/network_address.h"
 #include "tests/unit/hostinfo/debug_log.h"
 #include "tests/unit/hostinfo/fresh_process.h"
@@ -124,7 +123,7 @@ TEST(EntityMibTest, ReportsAFileThatCannotBeCreated) {
 
 TEST(EntityMibTest, CanBeSentToAnotherFile) {
   in_fresh_process([] {
-    g_entity_mib_path = "/other.xml";
+    EXPECT_EQ(ortinv_set_entity_mib_path("/other.xml"), 0);
     DebuggedScript script;
     script.fopen("/other.xml", "w+");
     EXPECT_EQ(update_ent_mib_xml(), 0);

@@ -11,7 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "hostinfo/entity_mib_path.h"
 #include "tests/support/call_script.h"
 #include "tests/unit/ortinv/fake_host.h"
 
@@ -36,7 +35,7 @@ class CommandLineTest : public testing::Test {
     const int fd = mkstemp(path_.data());
     close(fd);
     std::ofstream(path_) << "<logical>\n<TAddress>198.51.100.1</TAddress>\n";
-    g_entity_mib_path = path_.c_str();
+    g_host.registration_file = path_;
   }
   ~CommandLineTest() override { remove(path_.c_str()); }
 
@@ -54,7 +53,7 @@ class CommandLineTest : public testing::Test {
 TEST_F(CommandLineTest, VersionAndHelpSucceed) {
   const Result version = run({"--version"});
   EXPECT_EQ(version.status, 0);
-  EXPECT_EQ(version.out, "ortinv " ORTINV_VERSION "\n");
+  EXPECT_EQ(version.out, "ortinv " PROJECT_VERSION "\n");
   EXPECT_EQ(run({"--help"}).status, 0);
   EXPECT_NE(run({"bmc", "interval", "--help"}).out.find("8, 9 or 10"), std::string::npos);
 }
@@ -308,6 +307,7 @@ TEST_F(CommandLineTest, BmcFailuresSayWhatIsWrong) {
       {"bmc", "address"}, {"bmc", "mode"}, {"bmc", "interval", "8"}, {"entity-mib", "--write"}};
   for (const auto& command : commands) {
     g_host = full_host();
+    g_host.registration_file = path_;
     g_host.answers = false;
     EXPECT_EQ(run(command).error,
               "ortinv: BMC: does not answer; check its health, and reset it if need be\n");
@@ -415,7 +415,7 @@ TEST_F(CommandLineTest, EntityMibWriteNamesTheFileThatFails) {
 }
 
 TEST_F(CommandLineTest, EntityMibWriteNoticesAFileThatWasNotWritten) {
-  g_entity_mib_path = "/dev/full";
+  g_host.registration_file = "/dev/full";
   const Result result = run({"entity-mib", "--write"});
   EXPECT_EQ(result.status, 3);
   EXPECT_EQ(result.error, "ortinv: /dev/full: could not be written; check the free space\n");
@@ -466,6 +466,7 @@ TEST_F(CommandLineTest, AllPrintsTablesForPeople) {
 
 TEST_F(CommandLineTest, AllNamesEachMissingSourceOnce) {
   g_host = bare_host();
+  g_host.registration_file = path_;
   remove(path_.c_str());
   const Result result = run({"all", "--json"});
   EXPECT_EQ(result.status, 3);

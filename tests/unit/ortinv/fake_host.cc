@@ -11,23 +11,19 @@
 #include <cstring>
 #include <fstream>
 
-#include "bmc/channel.h"
-#include "bmc/nvram.h"
-#include "hostinfo/entity_mib_path.h"
 #include "ortinv/entity_mib.h"
 #include "ortinv/interval.h"
+#include "ortinv/library.h"
 #include "ortinv/network_address.h"
 #include "ortinv/oem_queries.h"
 #include "ortinv/rev_mode.h"
 #include "ortinv/smbios_records.h"
 #include "ortinv/smbios_table.h"
-#include "wire/kcs.h"
+#include "ortinv/variables.h"
 
 FakeHost g_host;
 
 namespace {
-
-constexpr int kFd = 100;
 
 template <size_t size>
 void set_text(char (&field)[size], const std::string& text) {
@@ -147,14 +143,7 @@ void* make_record(uint32_t type) {
   }
 }
 
-const char* variable_of(int selector) {
-  return selector == 8 ? "KXHVM8" : (selector == 9 ? "KXHVM9" : "KXHVMA");
-}
-
-uint32_t variable_value(const std::string& name) {
-  const auto found = g_host.variables.find(name);
-  return found == g_host.variables.end() ? 0 : found->second;
-}
+FILE* g_print_stream = stdout;
 
 int write_variable(const std::string& name, uint32_t value) {
   if (!g_host.takes_values) {
@@ -322,42 +311,57 @@ int SwFindInstalled(const char* name, SwInstalledRec* record) {
   return 0;
 }
 
-int SwParseBulletins(dirent** /*entries*/, int entry_count, SwInstalledRec* records,
-                     const char* /*directory*/) {
-  for (int i = 0; i < entry_count; ++i) {
-    records[i] = g_host.bulletins[static_cast<size_t>(i)];
-  }
+int SwListBulletins(SwInstalledRec** records, uint32_t* count) {
+  *count = static_cast<uint32_t>(g_host.bulletins.size());
+  *records = static_cast<SwInstalledRec*>(calloc(*count + 1, sizeof(SwInstalledRec)));
+  std::copy(g_host.bulletins.begin(), g_host.bulletins.end(), *records);
   return 0;
+}
+
+const char* ortinv_image_database() {
+  return "/var/db/esximg/bulletins/";
 }
 
 // --- the BMC ---
 
-int mox_chrdev(const char* /*name*/) {
-  return g_host.has_channel ? kFd : -1;
+const char* ortinv_mode_variable() {
+  return "KXHVM6";
 }
-void close_channel(int /*fd*/) {}
-
-int OsGetEV(int /*fd*/, const char* name, uint8_t* /*value*/, uint16_t /*capacity*/,
-            uint8_t* status, uint16_t* /*length*/) {
-  *status = g_host.variables.contains(name) ? g_host.variable_status : nvram::response::kNotFound;
-  return g_host.answers ? 0 : 1;
+const char* ortinv_interval_variable(int selector) {
+  return selector == 8 ? "KXHVM8" : (selector == 9 ? "KXHVM9" : "KXHVMA");
 }
 
-int getRevModeConfig() {
-  return static_cast<int>(variable_value("KXHVM6"));
+int ortinv_read_variable(const char* name, uint8_t* value, uint16_t capacity, uint16_t* /*length*/,
+                         uint8_t* status) {
+  if (!g_host.has_channel || !g_host.answers) {
+    return g_host.has_channel ? kOrtinvReadNoAnswer : kOrtinvReadNoChannel;
+  }
+  const auto found = g_host.variables.find(name);
+  if (found == g_host.variables.end()) {
+    return kOrtinvReadMissing;
+  }
+  *status = g_host.variable_status;
+  if (*status != 0) {
+    return kOrtinvReadRefused;
+  }
+  for (size_t i = 0; i < capacity; ++i) {
+    value[i] = static_cast<uint8_t>(found->second >> 8 * i);
+  }
+  return kOrtinvReadThere;
 }
+
 int setRevModeConfig(uint8_t value) {
   return write_variable("KXHVM6", value);
 }
 
-// The two print on standard output, as the library's do.
-uint32_t getIntervalEV(int selector) {
-  puts("noise");
-  return variable_value(variable_of(selector));
+void ortinv_set_print_stream(FILE* stream) {
+  g_print_stream = stream;
 }
 int setIntervalEV(int selector, uint32_t value) {
-  puts("noise");
-  return write_variable(variable_of(selector), value);
+  if (g_print_stream != nullptr) {
+    fputs("noise\n", g_print_stream);  // as the library's
+  }
+  return write_variable(ortinv_interval_variable(selector), value);
 }
 
 int get_Mox_IPv4(char* address) {
@@ -379,13 +383,15 @@ int get_Mox_IPv6(char* address, int* ipv6_enabled, int* ipv4_enabled) {
   return 0;
 }
 
-const char* g_entity_mib_path = "/etc/config/ent_mib/ort.xml";
+const char* ortinv_entity_mib_path() {
+  return g_host.registration_file.c_str();
+}
 
 int update_ent_mib_xml() {
   if (!g_host.can_register) {
     return 1;
   }
-  std::ofstream(g_entity_mib_path) << "<TAddress>" << g_host.ipv4 << "</TAddress>\n";
+  std::ofstream(g_host.registration_file) << "<TAddress>" << g_host.ipv4 << "</TAddress>\n";
   return 0;
 }
 
@@ -395,10 +401,6 @@ extern "C" {
 int __wrap_access(const char* path, int mode);
 DIR* __real_opendir(const char* path);
 DIR* __wrap_opendir(const char* path);
-using DirectoryFilter = int (*)(const dirent*);
-using DirectoryOrder = int (*)(const dirent**, const dirent**);
-int __wrap_scandir(const char* directory, dirent*** entries, DirectoryFilter filter,
-                   DirectoryOrder order);
 }
 
 int __wrap_access(const char* path, int /*mode*/) {
@@ -416,12 +418,9 @@ DIR* __wrap_opendir(const char* /*path*/) {
   return g_host.has_image_database ? __real_opendir("/") : nullptr;
 }
 
-int __wrap_scandir(const char* /*directory*/, dirent*** entries, DirectoryFilter /*filter*/,
-                   DirectoryOrder /*order*/) {
-  const size_t count = g_host.bulletins.size();
-  *entries = static_cast<dirent**>(calloc(count, sizeof(dirent*)));
-  for (size_t i = 0; i < count; ++i) {
-    (*entries)[i] = static_cast<dirent*>(calloc(1, sizeof(dirent)));
-  }
-  return static_cast<int>(count);
+// --- the library itself ---
+
+const char* ortinv_version() {
+  return ORTINV_VERSION;
 }
+void ortinv_init_debug_log() {}

@@ -56,6 +56,7 @@ struct FakeHost {
   int writes = 0;  // of variables
 
   std::string registration;  // what the file holds
+  std::string registration_file = "/etc/config/ent_mib/ort.xml";
   bool can_register = true;
 };
 
