@@ -7,6 +7,7 @@
 #include <ortinv/oem_queries.h>
 #include <ortinv/smbios_records.h>
 #include <ortinv/smbios_table.h>
+#include <ortinv/smbios_types.h>
 
 /* The hypervisor: release, memory, installed software. */
 #include <ortinv/host_identity.h>

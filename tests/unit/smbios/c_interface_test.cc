@@ -12,6 +12,7 @@ TEST_F(CInterface, WalksDecodesAndAnswers) {
   load(sample_host_table());
   EXPECT_EQ(count_slots_from_c(), 8U);
   EXPECT_EQ(count_structures_from_c(), 35U);
+  EXPECT_EQ(count_fields_from_c(), 36U);
   EXPECT_STREQ(pci_name_from_c(0, 0x14), "Eight-Port SAS Adapter");
 }
 
