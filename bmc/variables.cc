@@ -1,24 +1,40 @@
 #include "ortinv/variables.h"
 
+#include <array>
+
 #include "bmc/channel.h"
 #include "bmc/nvram.h"
 #include "wire/kcs.h"
+
+namespace {
+
+struct Interval {
+  int selector;
+  const char* variable;
+};
+
+// Ascending, as they are listed.
+constexpr std::array<Interval, 3> kIntervals = {{{8, nvram::kInterval8Variable},
+                                                 {9, nvram::kInterval9Variable},
+                                                 {10, nvram::kInterval10Variable}}};
+
+}  // namespace
 
 const char* ortinv_mode_variable() {
   return nvram::kRevModeVariable;
 }
 
 const char* ortinv_interval_variable(int selector) {
-  switch (selector) {
-    case 10:
-      return nvram::kInterval10Variable;
-    case 9:
-      return nvram::kInterval9Variable;
-    case 8:
-      return nvram::kInterval8Variable;
-    default:
-      return nullptr;
+  for (const Interval& interval : kIntervals) {
+    if (interval.selector == selector) {
+      return interval.variable;
+    }
   }
+  return nullptr;
+}
+
+int ortinv_interval_selector(uint32_t index) {
+  return index < kIntervals.size() ? kIntervals[index].selector : -1;
 }
 
 int ortinv_read_variable(const char* name, uint8_t* value, uint16_t capacity, uint16_t* length,

@@ -8,6 +8,7 @@
 #include <ortinv/variables.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstring>
 #include <functional>
 #include <string>
@@ -160,6 +161,14 @@ void write_registration(Report& report) {
 
 }  // namespace
 
+std::vector<int> interval_selectors() {
+  std::vector<int> selectors;
+  for (uint32_t i = 0; ortinv_interval_selector(i) != -1; ++i) {
+    selectors.push_back(ortinv_interval_selector(i));
+  }
+  return selectors;
+}
+
 void report_bmc_address(Report& report) {
   AddressText ipv4 = {};
   AddressText ipv6 = {};
@@ -213,7 +222,7 @@ void report_bmc(Report& report) {
     return;  // the rest would fail alike, one timeout after the other
   }
   report_bmc_mode({}, report);
-  for (const int selector : kIntervalSelectors) {
+  for (const int selector : interval_selectors()) {
     report_bmc_interval(selector, {}, report);
   }
 }

@@ -1,8 +1,8 @@
 #include "ortinv/smbios_commands.h"
 
 #include <ortinv/oem_queries.h>
-#include <ortinv/smbios_records.h>
 #include <ortinv/smbios_table.h>
+#include <ortinv/smbios_types.h>
 
 #include <array>
 #include <charconv>
@@ -23,17 +23,19 @@ namespace {
 
 constexpr const char* kDevice = "/vmfs/devices/char/mem/smbios";
 
-// Calls show for the records of the type, or of each dumped type that has any.
+// Calls show for the records of the type, or of each type that has any.
 void for_each_type(std::optional<uint32_t> wanted, Report& report,
-                   const std::function<void(uint32_t, const void*, uint32_t)>& show) {
+                   const std::function<void(const SmbType&, const void*, uint32_t)>& show) {
   if (!open_smbios(report)) {
     return;
   }
   bool any = false;
-  for (const uint32_t type : kDumpedTypes) {
+  for (uint32_t i = 0; i < SmbTypeCount(); ++i) {
+    const SmbType& type = *SmbTypeAt(i);
     void* records = nullptr;
     uint32_t count = 0;
-    if (wanted.value_or(type) != type || SmBiosGetRecords(type, &records, &count) != 0) {
+    if (wanted.value_or(type.type) != type.type ||
+        SmBiosGetRecords(type.type, &records, &count) != 0) {
       continue;
     }
     const std::unique_ptr<void, Freer> owner(records);
@@ -43,29 +45,6 @@ void for_each_type(std::optional<uint32_t> wanted, Report& report,
   if (!any) {
     report.missing = wanted.has_value() ? "no SMBIOS structure of type " + std::to_string(*wanted)
                                         : std::string("no SMBIOS structure that has a dump");
-  }
-}
-
-void dump_records(uint32_t type, const void* records, uint32_t count) {
-  switch (type) {
-    case 0:
-      SmbDumpBiosInfo(static_cast<const SmbBiosInfoRec*>(records));
-      break;
-    case 1:
-      SmbDumpSystemInfo(static_cast<const SmbSystemInfoRec*>(records));
-      break;
-    case 9:
-      SmbDumpSlots(static_cast<const SmbSlotRec*>(records), count);
-      break;
-    case 195:
-      SmbDumpServerId(static_cast<const SmbServerIdRec*>(records), count);
-      break;
-    case 204:
-      SmbDumpEnclosure(static_cast<const SmbEnclosureRec*>(records), count);
-      break;
-    default:
-      SmbDumpGbxTable(static_cast<const SmbGbxTableRec*>(records), count);
-      break;
   }
 }
 
@@ -188,6 +167,14 @@ std::set<std::string> drive_serials() {
 
 }  // namespace
 
+std::vector<uint32_t> dumped_types() {
+  std::vector<uint32_t> types;
+  for (uint32_t i = 0; i < SmbTypeCount(); ++i) {
+    types.push_back(SmbTypeAt(i)->type);
+  }
+  return types;
+}
+
 std::optional<PciAddress> parse_pci_address(const std::string& text) {
   std::string_view rest = text;
   PciAddress address = {};
@@ -225,7 +212,7 @@ bool open_smbios(Report& report) {
 
 void report_smbios(std::optional<uint32_t> type, Report& report) {
   Json records = Json::array();
-  for_each_type(type, report, [&](uint32_t found, const void* first, uint32_t count) {
+  for_each_type(type, report, [&](const SmbType& found, const void* first, uint32_t count) {
     for (Json& record : smbios_records_json(found, first, count)) {
       records.push_back(std::move(record));
     }
@@ -234,7 +221,9 @@ void report_smbios(std::optional<uint32_t> type, Report& report) {
 }
 
 void dump_smbios(std::optional<uint32_t> type, Report& report) {
-  for_each_type(type, report, dump_records);
+  for_each_type(type, report, [](const SmbType& found, const void* first, uint32_t count) {
+    SmbDumpRecords(found.type, first, count, stdout);
+  });
 }
 
 void report_pci(const PciAddress& address, Report& report) {

@@ -21,6 +21,10 @@ enum { kOrtinvModeSize = 1, kOrtinvIntervalSize = 4 };
 ORTINV_API const char* ortinv_mode_variable(void);
 ORTINV_API const char* ortinv_interval_variable(int selector);
 
+/* Returns a selector by its place, ascending from 0 on; -1 past the last one. Any
+ * thread may call it. */
+ORTINV_API int ortinv_interval_selector(uint32_t index);
+
 /* What became of a read. */
 enum OrtinvRead {
   kOrtinvReadThere = 0,     /* the variable exists */

@@ -211,11 +211,29 @@ FakeHost odd_host() {
 
 // --- the SMBIOS table ---
 
-int SmBiosInit() {
+// Wrapped, not replaced: the rows of the types and the dumps are the library's own.
+extern "C" {
+int __wrap_SmBiosInit();
+int __wrap_SmBiosFindStructure(uint8_t type, uint16_t index, const uint8_t** structure);
+const char* __wrap_SmBiosGetString(const uint8_t* structure, uint16_t number);
+int __wrap_SmBiosGetRecords(uint32_t type, void** records, uint32_t* count);
+char* __wrap_SmbGetPciLocation(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function);
+const char* __wrap_SmbGetPartNumber(uint32_t segment, uint32_t bus, uint32_t device,
+                                    uint32_t function);
+const char* __wrap_SmbGetPciName(uint32_t segment, uint32_t bus, uint32_t device,
+                                 uint32_t function);
+const char* __wrap_SmbGetPciLinkedString(uint8_t segment, uint8_t bus, uint8_t device,
+                                         uint8_t function);
+uint8_t __wrap_SmbGetNicPortNum(uint8_t segment, uint8_t bus, uint8_t device_function);
+const char* __wrap_SmbGetHdLoc(const char* serial_number);
+const char* __wrap_SmbGetHdString(const char* serial_number);
+}
+
+int __wrap_SmBiosInit() {
   return g_host.has_smbios ? 0 : -1;
 }
 
-int SmBiosFindStructure(uint8_t type, uint16_t index, const uint8_t** structure) {
+int __wrap_SmBiosFindStructure(uint8_t type, uint16_t index, const uint8_t** structure) {
   static std::vector<Structure> structures;
   if (index == 0) {
     structures = all_structures();
@@ -229,11 +247,11 @@ int SmBiosFindStructure(uint8_t type, uint16_t index, const uint8_t** structure)
   return 0;
 }
 
-const char* SmBiosGetString(const uint8_t* structure, uint16_t number) {
+const char* __wrap_SmBiosGetString(const uint8_t* structure, uint16_t number) {
   return number == 0 ? "" : reinterpret_cast<const char*>(structure + 100);
 }
 
-int SmBiosGetRecords(uint32_t type, void** records, uint32_t* count) {
+int __wrap_SmBiosGetRecords(uint32_t type, void** records, uint32_t* count) {
   const auto& types = g_host.record_types;
   const bool found = std::find(types.begin(), types.end(), type) != types.end();
   *records = found ? make_record(type) : nullptr;
@@ -241,37 +259,40 @@ int SmBiosGetRecords(uint32_t type, void** records, uint32_t* count) {
   return found ? 0 : -1;
 }
 
-char* SmbGetPciLocation(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function) {
+char* __wrap_SmbGetPciLocation(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function) {
   const FakePciDevice* found = find_device(segment, bus, device, function);
   return found != nullptr && !found->location.empty() ? strdup(found->location.c_str()) : nullptr;
 }
 
-const char* SmbGetPartNumber(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function) {
+const char* __wrap_SmbGetPartNumber(uint32_t segment, uint32_t bus, uint32_t device,
+                                    uint32_t function) {
   const FakePciDevice* found = find_device(segment, bus, device, function);
   return found != nullptr ? text_of(found->part_number) : nullptr;
 }
 
-const char* SmbGetPciName(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function) {
+const char* __wrap_SmbGetPciName(uint32_t segment, uint32_t bus, uint32_t device,
+                                 uint32_t function) {
   const FakePciDevice* found = find_device(segment, bus, device, function);
   return found != nullptr ? text_of(found->name) : nullptr;
 }
 
-const char* SmbGetPciLinkedString(uint8_t segment, uint8_t bus, uint8_t device, uint8_t function) {
+const char* __wrap_SmbGetPciLinkedString(uint8_t segment, uint8_t bus, uint8_t device,
+                                         uint8_t function) {
   const FakePciDevice* found = find_device(segment, bus, device, function);
   return found != nullptr ? text_of(found->linked_text) : nullptr;
 }
 
-uint8_t SmbGetNicPortNum(uint8_t segment, uint8_t bus, uint8_t device_function) {
+uint8_t __wrap_SmbGetNicPortNum(uint8_t segment, uint8_t bus, uint8_t device_function) {
   const FakePciDevice* found = find_device(segment, bus, device_function >> 3, device_function & 7);
   return found != nullptr ? found->nic_port : uint8_t{0};
 }
 
-const char* SmbGetHdLoc(const char* serial_number) {
+const char* __wrap_SmbGetHdLoc(const char* serial_number) {
   const FakeDrive* found = find_drive(serial_number);
   return found != nullptr ? text_of(found->location) : nullptr;
 }
 
-const char* SmbGetHdString(const char* serial_number) {
+const char* __wrap_SmbGetHdString(const char* serial_number) {
   const FakeDrive* found = find_drive(serial_number);
   return found != nullptr ? text_of(found->text) : nullptr;
 }
@@ -329,6 +350,10 @@ const char* ortinv_mode_variable() {
 }
 const char* ortinv_interval_variable(int selector) {
   return selector == 8 ? "KXHVM8" : (selector == 9 ? "KXHVM9" : "KXHVMA");
+}
+
+int ortinv_interval_selector(uint32_t index) {
+  return index < 3 ? static_cast<int>(index) + 8 : -1;
 }
 
 int ortinv_read_variable(const char* name, uint8_t* value, uint16_t capacity, uint16_t* /*length*/,
