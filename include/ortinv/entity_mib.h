@@ -30,7 +30,7 @@ ORTINV_API int update_ent_mib_xml(void);
 ORTINV_API const char* ortinv_entity_mib_path(void);
 
 /* Sets the file's path, which is copied; null sets the usual one. Returns 0, or
- * -1 when it is longer than 255 characters; the path is then as it was. */
+ * -1 when it is empty or longer than 255 characters; the path is then as it was. */
 ORTINV_API int ortinv_set_entity_mib_path(const char* path);
 
 #ifdef __cplusplus

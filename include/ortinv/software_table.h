@@ -65,7 +65,7 @@ ORTINV_API const char* ortinv_image_database(void);
 
 /* Sets the directory, which is copied, and adds a slash where its end has none;
  * null sets the usual one. Returns 0, or -1 when it is empty or longer than 255
- * characters; the directory is then as it was. */
+ * characters, its slash included; the directory is then as it was. */
 ORTINV_API int ortinv_set_image_database(const char* directory);
 
 /* The two parsers read the files of a directory listing into records, in order,

@@ -131,6 +131,17 @@ TEST(EntityMibTest, CanBeSentToAnotherFile) {
   });
 }
 
+TEST(EntityMibTest, KeepsItsPathWhenAnotherOneDoesNotFit) {
+  EXPECT_STREQ(ortinv_entity_mib_path(), kFile);
+  EXPECT_EQ(ortinv_set_entity_mib_path(""), -1);
+  EXPECT_EQ(ortinv_set_entity_mib_path(std::string(256, 'p').c_str()), -1);
+  EXPECT_STREQ(ortinv_entity_mib_path(), kFile);
+  EXPECT_EQ(ortinv_set_entity_mib_path(std::string(255, 'p').c_str()), 0);
+  EXPECT_EQ(ortinv_entity_mib_path(), std::string(255, 'p'));
+  EXPECT_EQ(ortinv_set_entity_mib_path(nullptr), 0);
+  EXPECT_STREQ(ortinv_entity_mib_path(), kFile);
+}
+
 TEST(EntityMibTest, AsksTheBmcAgainOnlyAfterHalfAnHour) {
   in_fresh_process([] {
     written_file();
