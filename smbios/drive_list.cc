@@ -9,6 +9,8 @@
 
 namespace {
 
+namespace drive = layout::drive;
+
 // Null when the structure is shorter than length or the text is missing.
 const char* text_from_length(const uint8_t* structure, uint8_t length, size_t offset) {
   if (formatted_length(structure) < length) {
@@ -18,15 +20,14 @@ const char* text_from_length(const uint8_t* structure, uint8_t length, size_t of
   return *text == '\0' ? nullptr : text;
 }
 
-void describe(SmbDriveInfo& drive, const uint8_t* structure) {
-  using namespace layout::drive;
-  const char* serial = text_from_length(structure, kLengthWithSerial, kSerial);
+void describe(SmbDriveInfo& info, const uint8_t* structure) {
+  const char* serial = text_from_length(structure, drive::kLengthWithSerial, drive::kSerial);
   if (serial != nullptr) {
-    copy_text(drive.serial, trimmed_serial(serial).data());
+    copy_text(info.serial, trimmed_serial(serial).data());
   }
-  drive.location = text_from_length(structure, kLengthWithLocation, kLocation);
-  drive.text = text_from_length(structure, kLengthWithText, kText);
-  drive.handle = handle_of(structure);
+  info.location = text_from_length(structure, drive::kLengthWithLocation, drive::kLocation);
+  info.text = text_from_length(structure, drive::kLengthWithText, drive::kText);
+  info.handle = handle_of(structure);
 }
 
 }  // namespace
@@ -40,7 +41,7 @@ int SmbListDrives(SmbDriveInfo** drives, uint32_t* count) {
   if (!table_initialised()) {
     return -1;
   }
-  const uint32_t found = count_of_type(layout::drive::kType);
+  const uint32_t found = count_of_type(drive::kType);
   if (found == 0) {
     return 0;
   }
@@ -50,7 +51,7 @@ int SmbListDrives(SmbDriveInfo** drives, uint32_t* count) {
   }
   const uint8_t* structure = nullptr;
   for (uint32_t index = 0; index < found; ++index) {
-    structure = next_of_type(layout::drive::kType, structure);
+    structure = next_of_type(drive::kType, structure);
     describe(list[index], structure);
   }
   *drives = list;

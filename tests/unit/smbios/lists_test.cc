@@ -19,7 +19,7 @@ class PciList : public LoadedTable {
     EXPECT_EQ(SmbListPciDevices(&list, &count), 0);
     EXPECT_EQ(list == nullptr, count == 0);
     Addresses addresses;
-    for (uint32_t index = 0; index < count; ++index) {
+    for (uint32_t index = 0; list != nullptr && index < count; ++index) {
       const SmbPciAddress& address = list[index];
       addresses.emplace_back(address.segment, address.bus, address.device, address.function);
     }
@@ -46,7 +46,7 @@ class DriveList : public LoadedTable {
     EXPECT_EQ(SmbListDrives(&list, &count), 0);
     EXPECT_EQ(list == nullptr, count == 0);
     std::vector<Drive> drives;
-    for (uint32_t index = 0; index < count; ++index) {
+    for (uint32_t index = 0; list != nullptr && index < count; ++index) {
       drives.push_back({list[index].serial, or_null(list[index].location),
                         or_null(list[index].text), list[index].handle});
     }
