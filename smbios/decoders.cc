@@ -6,6 +6,7 @@
 #include "base/text.h"
 #include "ortinv/smbios_records.h"
 #include "ortinv/smbios_table.h"
+#include "smbios/oem_layout.h"
 #include "smbios/table.h"
 #include "smbios/types.h"
 #include "smbios/uuid_text.h"
@@ -75,9 +76,9 @@ void fill(SmbSlotRec& record, const uint8_t* structure) {
   if (record.header.length < 14) {
     return;
   }
-  record.segmentGroupNum = word_at(structure, 13);
-  record.busNum = byte_at(structure, 15);
-  record.devFuncNum = byte_at(structure, 16);
+  record.segmentGroupNum = word_at(structure, layout::slot::kSegment);
+  record.busNum = byte_at(structure, layout::slot::kBus);
+  record.devFuncNum = byte_at(structure, layout::slot::kDeviceFunction);
 }
 
 void fill(SmbEnclosureRec& record, const uint8_t* structure) {

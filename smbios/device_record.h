@@ -5,11 +5,6 @@
 
 #include <cstdint>
 
-inline constexpr uint8_t kDeviceCorrelation = 203;
-
-// Correlation structures hold a PCI address from this formatted length on.
-inline constexpr uint8_t kCorrelationWithAddress = 40;
-
 struct PciFunction {
   uint32_t segment;
   uint32_t bus;

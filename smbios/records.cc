@@ -5,19 +5,6 @@
 #include "smbios/table.h"
 #include "smbios/types.h"
 
-namespace {
-
-uint32_t count_of_type(uint8_t type) {
-  uint32_t count = 0;
-  for (auto* structure = next_of_type(type, nullptr); structure != nullptr;
-       structure = next_of_type(type, structure)) {
-    ++count;
-  }
-  return count;
-}
-
-}  // namespace
-
 int SmBiosGetRecords(uint32_t type, void** records, uint32_t* count) {
   if (count != nullptr) {
     *count = 0;

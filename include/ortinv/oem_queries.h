@@ -1,6 +1,7 @@
-/* Inventory questions about one PCI function, NIC port or drive, answered from
- * the maker's OEM structures: 203 (device correlation), 233 (NIC), 240 (a text of
- * a device) and 242 (drive).
+/* Inventory questions about one PCI function, NIC port or drive, and lists of
+ * those that the table knows, answered from the maker's OEM structures: 203
+ * (device correlation), 233 (NIC), 240 (a text of a device) and 242 (drive).
+ * docs/smbios.md shows their bytes.
  *
  * All need a successful SmBiosInit (<ortinv/smbios_table.h>), take no lock and only
  * read the table. A miss is null or 0, whatever its reason. Unless said otherwise
@@ -57,6 +58,34 @@ ORTINV_API const char* SmbGetHdString(const char* serial_number);
  * 233 answers first; a port of 0 there leaves it to type 203. Without any type
  * 203 structure in the table the answer is 0. */
 ORTINV_API uint8_t SmbGetNicPortNum(uint8_t segment, uint8_t bus, uint8_t device_function);
+
+struct SmbPciAddress {
+  uint16_t segment;
+  uint8_t bus;
+  uint8_t device;   /* 0 to 31 */
+  uint8_t function; /* 0 to 7 */
+};
+
+struct SmbDriveInfo {
+  char serial[64];      /* as SmbGetHdLoc compares it; empty when there is none */
+  const char* location; /* null in a structure below 43 bytes, and for no or an empty text */
+  const char* text;     /* the same below 42 bytes */
+  uint16_t handle;      /* of the type 242 structure */
+};
+
+/* Set the pointer to a new array, which the caller frees, and *count to its
+ * length; to null and 0 when there is nothing to list. Return 0; or -1, with null
+ * and 0, when not initialised or without memory, and for a null argument. Both
+ * walk the table a fixed number of times, however much it holds.
+ *
+ * SmbListPciDevices lists each PCI address of a slot (type 9), onboard device
+ * (41), correlation (203) or NIC (233) that is long enough to have one (17, 11, 40
+ * and 8 bytes) once, in ascending order. Bus 0xFF says that there is no device.
+ *
+ * SmbListDrives lists every type 242 structure in table order; the texts of an
+ * entry are in the table, like those of the queries. */
+ORTINV_API int SmbListPciDevices(struct SmbPciAddress** addresses, uint32_t* count);
+ORTINV_API int SmbListDrives(struct SmbDriveInfo** drives, uint32_t* count);
 
 #ifdef __cplusplus
 }
