@@ -146,6 +146,9 @@ int SwParseBulletins(dirent** entries, int entry_count, SwInstalledRec* records,
 }
 
 int SwListBulletins(SwInstalledRec** records, uint32_t* count) {
+  if (records == nullptr || count == nullptr) {
+    return -1;
+  }
   *records = nullptr;
   *count = 0;
   const Listing listing(g_image_database.get());
@@ -158,6 +161,10 @@ int SwListBulletins(SwInstalledRec** records, uint32_t* count) {
   }
   *count =
       parse_files(listing.entries, listing.count, *records, g_image_database.get(), kBulletinForm);
+  if (*count == 0) {
+    free(*records);
+    *records = nullptr;
+  }
   return 0;
 }
 

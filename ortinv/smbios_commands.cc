@@ -17,7 +17,6 @@
 #include "ortinv/library_array.h"
 #include "ortinv/smbios_records_json.h"
 #include "ortinv/sources.h"
-#include "smbios/serial_trim.h"
 
 namespace {
 
@@ -115,51 +114,12 @@ void add_unless_null(Json& list, Json object) {
   }
 }
 
-// Where a structure type holds a PCI address, and how long it must be for that.
-struct AddressFields {
-  uint8_t type;
-  uint8_t least_length;
-  uint8_t segment;
-  uint8_t bus;
-  uint8_t device_function;
-};
-constexpr std::array<AddressFields, 4> kAddressFields = {{
-    {9, 17, 0x0D, 0x0F, 0x10},  // slot
-    {41, 11, 7, 9, 10},         // onboard device
-    {203, 40, 36, 38, 39},      // device correlation
-    {233, 8, 4, 6, 7},          // NIC
-}};
-constexpr uint8_t kNoBus = 0xFF;  // of an empty slot
-
-std::set<PciAddress> pci_addresses() {
-  std::set<PciAddress> addresses;
-  for (const AddressFields& fields : kAddressFields) {
-    const uint8_t* structure = nullptr;
-    for (uint16_t i = 0; SmBiosFindStructure(fields.type, i, &structure) == 1; ++i) {
-      if (structure[1] < fields.least_length || structure[fields.bus] == kNoBus) {
-        continue;
-      }
-      const auto segment =
-          static_cast<uint32_t>(structure[fields.segment] | structure[fields.segment + 1] << 8);
-      const uint8_t devfn = structure[fields.device_function];
-      addresses.insert({segment, structure[fields.bus], static_cast<uint32_t>(devfn >> 3),
-                        static_cast<uint32_t>(devfn & 7)});
-    }
-  }
-  return addresses;
-}
-
+// Each once, sorted.
 std::set<std::string> drive_serials() {
-  constexpr uint8_t kDriveType = 242;
-  constexpr uint8_t kSerialField = 39;
   std::set<std::string> serials;
-  const uint8_t* structure = nullptr;
-  for (uint16_t i = 0; SmBiosFindStructure(kDriveType, i, &structure) == 1; ++i) {
-    SerialText serial = {};
-    const char* text = SmBiosGetString(structure, structure[kSerialField]);
-    memcpy(serial.data(), text, strnlen(text, serial.size() - 1));
-    SmbTrimSerial(serial);
-    serials.insert(serial.data());
+  const LibraryArray<SmbDriveInfo> drives = list_of<SmbDriveInfo>(SmbListDrives);
+  for (const SmbDriveInfo& drive : drives.rows()) {
+    serials.insert(drive.serial);
   }
   serials.erase("");
   return serials;
@@ -249,7 +209,9 @@ void report_drive(const std::string& serial, Report& report) {
 void report_all_pci(Report& report) {
   Json devices = Json::array();
   if (open_smbios(report)) {
-    for (const PciAddress& address : pci_addresses()) {
+    const LibraryArray<SmbPciAddress> addresses = list_of<SmbPciAddress>(SmbListPciDevices);
+    for (const auto& [segment, bus, device, function] : addresses.rows()) {
+      const PciAddress address = {segment, bus, device, function};
       add_unless_null(devices, pci_json(address));
     }
   }

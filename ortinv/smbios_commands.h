@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "ortinv/report.h"
@@ -18,11 +17,6 @@ struct PciAddress {
   uint32_t bus;
   uint32_t device;
   uint32_t function;
-
-  bool operator<(const PciAddress& other) const {
-    return std::tie(segment, bus, device, function) <
-           std::tie(other.segment, other.bus, other.device, other.function);
-  }
 };
 
 // Reads "SSSS:BB:DD.F", hexadecimal; none for anything else.

@@ -1,7 +1,6 @@
 /* Inventory questions about one PCI function, NIC port or drive, and lists of
  * those that the table knows, answered from the maker's OEM structures: 203
  * (device correlation), 233 (NIC), 240 (a text of a device) and 242 (drive).
- * docs/smbios.md shows their bytes.
  *
  * All need a successful SmBiosInit (<ortinv/smbios_table.h>), take no lock and only
  * read the table. A miss is null or 0, whatever its reason. Unless said otherwise

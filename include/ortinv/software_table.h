@@ -53,10 +53,10 @@ ORTINV_API void SwFreeTable(void);
 ORTINV_API int SwDestroyTable(void);
 
 /* Sets *records to a new array with one record for each file of the image
- * database, read with the bulletin parser, and *count to their number. The caller
- * releases the array with one free. The table stays as it is. Returns 0; or -1,
- * with a null array and a count of 0, when the directory cannot be listed and
- * without memory. */
+ * database, read with the bulletin parser, and *count to their number;
+ * to null and 0 when there is none. The caller releases the array with one free.
+ * The table stays as it is. Returns 0; or -1, with null and 0, when the directory
+ * cannot be listed and without memory, and for a null argument. */
 ORTINV_API int SwListBulletins(struct SwInstalledRec** records, uint32_t* count);
 
 /* Returns the image database's directory, with a slash at its end: a text of the

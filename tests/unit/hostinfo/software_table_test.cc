@@ -307,6 +307,19 @@ TEST_F(SoftwareTableTest, BulletinsAreListedBesideTheTable) {
   EXPECT_EQ(g_listing, nullptr) << "the listing is not released";
 }
 
+TEST_F(SoftwareTableTest, NoBulletinsAreNoFailure) {
+  add_file("c.sig", bulletin_text("c"));
+  auto* records = reinterpret_cast<SwInstalledRec*>(this);
+  uint32_t count = 99;
+  DebuggedScript script;
+  expect_build(script, {});
+  EXPECT_EQ(SwListBulletins(&records, &count), 0);
+  EXPECT_EQ(records, nullptr);
+  EXPECT_EQ(count, 0U);
+  EXPECT_EQ(SwListBulletins(nullptr, &count), -1);
+  EXPECT_EQ(SwListBulletins(&records, nullptr), -1);
+}
+
 TEST_F(SoftwareTableTest, BulletinsOfAMissingDirectoryAreAFailure) {
   auto* records = reinterpret_cast<SwInstalledRec*>(this);
   uint32_t count = 99;

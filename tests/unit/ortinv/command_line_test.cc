@@ -250,6 +250,16 @@ TEST_F(CommandLineTest, HostWithoutAPathFindsNoCommand) {
   EXPECT_EQ(run({"host", "--json"}).document()["problems"].size(), 3U);
 }
 
+TEST_F(CommandLineTest, HostTakesNoFileForACommandThatCannotBeExecuted) {
+  g_host.commands = {"uname", "localcli"};
+  g_host.plain_files = {"vsish"};
+  const Result result = run({"host"});
+  EXPECT_EQ(result.status, 3);
+  EXPECT_EQ(result.error,
+            "ortinv: vsish: command not found; run ortinv on the host, with /sbin and /bin on "
+            "PATH\n");
+}
+
 TEST_F(CommandLineTest, SoftwareListsBothFormsInATable) {
   const Result result = run({"software"});
   EXPECT_EQ(result.status, 0);
@@ -383,6 +393,17 @@ TEST_F(CommandLineTest, BmcThatRefusesIsAProblem) {
             "ortinv: BMC: refuses variable KXHVM6 with status 129; check its firmware\n");
 }
 
+TEST_F(CommandLineTest, BmcStatusOfOneIsARefusalAndNotMissing) {
+  g_host.variable_status = 1;
+  for (const auto& command : std::vector<std::vector<const char*>>{
+           {"bmc", "mode", "on"}, {"bmc", "mode"}, {"bmc", "interval", "8", "5"}}) {
+    const Result result = run(command);
+    EXPECT_EQ(result.status, 3);
+    EXPECT_NE(result.error.find(" with status 1; check its firmware\n"), std::string::npos);
+  }
+  EXPECT_EQ(g_host.writes, 0);
+}
+
 TEST_F(CommandLineTest, EntityMibShowsTheRegistration) {
   const Result result = run({"entity-mib", "--json"});
   EXPECT_EQ(result.status, 0);
@@ -488,6 +509,17 @@ TEST_F(CommandLineTest, TextFromOutsideCannotSteerATerminal) {
   // The document replaces what is no UTF-8.
   EXPECT_EQ(run({"pci", "0000:03:00.0", "--json"}).document()["pci"][0]["name"],
             "\xEF\xBF\xBD\xEF\xBF\xBD( \x1B[31m\t\"\\");
+}
+
+TEST_F(CommandLineTest, EveryControlCharacterOfAsciiReadsAsADot) {
+  for (int character = 1; character <= 0x7F; ++character) {
+    if (character == ' ') {
+      character = 0x7F;
+    }
+    g_host.pci["0000:03:00.0"].name = std::string("a") + static_cast<char>(character) + "b";
+    EXPECT_NE(run({"pci", "0000:03:00.0"}).out.find("  Name         a.b\n"), std::string::npos)
+        << character;
+  }
 }
 
 TEST_F(CommandLineTest, AFullDiskIsNoticed) {

@@ -62,48 +62,6 @@ const FakeDrive* find_drive(const std::string& serial) {
   return nullptr;
 }
 
-// The structures that tell which devices and drives there are.
-using Structure = std::vector<uint8_t>;
-
-Structure pci_structure(uint8_t type, size_t length, size_t segment_at,
-                        const std::string& address) {
-  unsigned segment = 0;
-  unsigned bus = 0;
-  unsigned device = 0;
-  unsigned function = 0;
-  sscanf(address.c_str(), "%x:%x:%x.%x", &segment, &bus, &device, &function);
-  Structure structure(256);
-  structure[0] = type;
-  structure[1] = static_cast<uint8_t>(length);
-  structure[segment_at] = static_cast<uint8_t>(segment);
-  structure[segment_at + 1] = static_cast<uint8_t>(segment >> 8);
-  structure[segment_at + 2] = static_cast<uint8_t>(bus);
-  structure[segment_at + 3] = static_cast<uint8_t>(device << 3 | function);
-  return structure;
-}
-
-std::vector<Structure> all_structures() {
-  std::vector<Structure> structures;
-  for (const auto& [address, device] : g_host.pci) {
-    structures.push_back(pci_structure(9, 17, 0x0D, address));
-    structures.push_back(pci_structure(41, 11, 7, address));
-    structures.push_back(pci_structure(203, 40, 36, address));
-    structures.push_back(pci_structure(233, 41, 4, address));
-  }
-  // Not to be taken for devices: an empty slot, and one without an address.
-  structures.push_back(pci_structure(9, 17, 0x0D, "0000:ff:1f.7"));
-  structures.push_back(pci_structure(9, 13, 0x0D, "0000:99:00.0"));
-  for (const FakeDrive& drive : g_host.drives) {
-    Structure structure(256);
-    structure[0] = 242;
-    structure[1] = 43;
-    structure[39] = 1;
-    memcpy(&structure[100], drive.serial.data(), std::min<size_t>(drive.serial.size(), 155));
-    structures.push_back(structure);
-  }
-  return structures;
-}
-
 template <typename Record>
 void* one_record(uint8_t type, void (*fill)(Record&)) {
   auto* record = static_cast<Record*>(calloc(1, sizeof(Record)));
@@ -164,7 +122,7 @@ FakeHost full_host() {
   FakeHost host;
   host.pci["0000:03:00.0"] = {"PCI-E Slot 1", "Network adapter", "P12345-001", "Linked", 2};
   host.pci["0000:5e:1f.7"] = {"Embedded", "", "", "", 0};
-  host.drives = {{"  ABC123  ", "Port=1I:Box=1:Bay=1", "SAS"}, {"XYZ", "Port=1I:Box=1:Bay=2", ""}};
+  host.drives = {{"ABC123", "Port=1I:Box=1:Bay=1", "SAS"}, {"XYZ", "Port=1I:Box=1:Bay=2", ""}};
   set_text(host.identity.product, "VMware ESXi");
   set_text(host.identity.version, "VMware ESXi 8.0.2 Build-1234 Update 2");
   set_text(host.identity.full_version, "VMware ESXi 8.0.2 Build-1234 Update 2");
@@ -213,9 +171,9 @@ FakeHost odd_host() {
 
 // Wrapped, not replaced: the rows of the types and the dumps are the library's own.
 extern "C" {
+int __wrap_SmbListPciDevices(SmbPciAddress** addresses, uint32_t* count);
+int __wrap_SmbListDrives(SmbDriveInfo** drives, uint32_t* count);
 int __wrap_SmBiosInit();
-int __wrap_SmBiosFindStructure(uint8_t type, uint16_t index, const uint8_t** structure);
-const char* __wrap_SmBiosGetString(const uint8_t* structure, uint16_t number);
 int __wrap_SmBiosGetRecords(uint32_t type, void** records, uint32_t* count);
 char* __wrap_SmbGetPciLocation(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function);
 const char* __wrap_SmbGetPartNumber(uint32_t segment, uint32_t bus, uint32_t device,
@@ -231,24 +189,6 @@ const char* __wrap_SmbGetHdString(const char* serial_number);
 
 int __wrap_SmBiosInit() {
   return g_host.has_smbios ? 0 : -1;
-}
-
-int __wrap_SmBiosFindStructure(uint8_t type, uint16_t index, const uint8_t** structure) {
-  static std::vector<Structure> structures;
-  if (index == 0) {
-    structures = all_structures();
-  }
-  for (const Structure& candidate : structures) {
-    if (candidate[0] == type && index-- == 0) {
-      *structure = candidate.data();
-      return 1;
-    }
-  }
-  return 0;
-}
-
-const char* __wrap_SmBiosGetString(const uint8_t* structure, uint16_t number) {
-  return number == 0 ? "" : reinterpret_cast<const char*>(structure + 100);
 }
 
 int __wrap_SmBiosGetRecords(uint32_t type, void** records, uint32_t* count) {
@@ -295,6 +235,30 @@ const char* __wrap_SmbGetHdLoc(const char* serial_number) {
 const char* __wrap_SmbGetHdString(const char* serial_number) {
   const FakeDrive* found = find_drive(serial_number);
   return found != nullptr ? text_of(found->text) : nullptr;
+}
+
+int __wrap_SmbListPciDevices(SmbPciAddress** addresses, uint32_t* count) {
+  *count = 0;
+  *addresses = static_cast<SmbPciAddress*>(calloc(g_host.pci.size() + 1, sizeof(SmbPciAddress)));
+  for (const auto& [address, device] : g_host.pci) {
+    std::array<unsigned, 4> numbers = {};
+    sscanf(address.c_str(), "%x:%x:%x.%x", &numbers[0], &numbers[1], &numbers[2], &numbers[3]);
+    if (numbers[1] == 0xFF) {
+      continue;  // no device
+    }
+    (*addresses)[(*count)++] = {static_cast<uint16_t>(numbers[0]), static_cast<uint8_t>(numbers[1]),
+                                static_cast<uint8_t>(numbers[2]), static_cast<uint8_t>(numbers[3])};
+  }
+  return 0;
+}
+
+int __wrap_SmbListDrives(SmbDriveInfo** drives, uint32_t* count) {
+  *count = 0;
+  *drives = static_cast<SmbDriveInfo*>(calloc(g_host.drives.size() + 1, sizeof(SmbDriveInfo)));
+  for (const FakeDrive& drive : g_host.drives) {
+    set_text((*drives)[(*count)++].serial, drive.serial);
+  }
+  return 0;
 }
 
 // --- the hypervisor ---
@@ -428,14 +392,18 @@ DIR* __real_opendir(const char* path);
 DIR* __wrap_opendir(const char* path);
 }
 
-int __wrap_access(const char* path, int /*mode*/) {
+int __wrap_access(const char* path, int mode) {
   const std::string text = path;
-  const bool there =
-      text.starts_with("/vmfs/")
-          ? g_host.has_bmc_driver
-          : std::any_of(g_host.commands.begin(), g_host.commands.end(),
-                        [&](const std::string& command) { return text == "/bin/" + command; });
-  return there ? 0 : -1;
+  if (text.starts_with("/vmfs/")) {
+    return g_host.has_bmc_driver ? 0 : -1;
+  }
+  const auto is_there = [&](const std::string& name) { return text == "/bin/" + name; };
+  const auto& commands = g_host.commands;
+  const auto& files = g_host.plain_files;
+  if (std::any_of(commands.begin(), commands.end(), is_there)) {
+    return 0;
+  }
+  return mode != X_OK && std::any_of(files.begin(), files.end(), is_there) ? 0 : -1;
 }
 
 DIR* __wrap_opendir(const char* /*path*/) {
