@@ -94,9 +94,11 @@ done
 
 step "what the headers declare"
 "$here/declared_functions.py" "$prefix/include" "$cc" >"$work/declared"
-for slug in $(sed -n 's/.*docs\/oddities\.md: \([a-z0-9-]*\).*/\1/p' "$prefix"/include/ortinv/*.h); do
-  grep -qx "### $slug" "$here"/../../docs/oddities*.md || { echo "no oddity $slug" >&2; exit 1; }
-done
+sed -n 's/.*docs\/oddities\.md: \([a-z0-9-]*\).*/\1/p' "$prefix"/include/ortinv/*.h >"$work/oddities"
+while read -r slug; do
+  cat "$here"/../../docs/oddities*.md | grep -qx "### $slug" ||
+    { echo "no oddity $slug" >&2; exit 1; }
+done <"$work/oddities"
 if sed 's/docs\/oddities\.md//g' "$prefix"/include/ortinv/*.h |
   grep -E '(docs|base|wire|log|bmc|smbios|hostinfo)/[a-z]'; then
   echo "a header points at a file that is not installed" >&2
