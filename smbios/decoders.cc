@@ -28,12 +28,14 @@ void fill(SmbBiosInfoRec& record, const uint8_t* structure) {
   copy_string(record.version, structure, 5);
   copy_string(record.releaseDate, structure, 8);
   record.address = word_at(structure, 6);
-  // A signed byte, kept on purpose: sizes from 0x80 on wrap.
+  // A signed byte, so that sizes from 0x80 on wrap, kept on purpose: callers see
+  // these sizes (docs/oddities.md: smbios-rom-size-signed).
   record.romSize = static_cast<uint16_t>((static_cast<int8_t>(byte_at(structure, 9)) + 1) * 64);
   for (size_t byte = 0; byte < sizeof record.characteristics; ++byte) {
     record.characteristics[byte] = byte_at(structure, 10 + byte);
   }
-  // The bytes are there from a length of 20 on; 21 is kept on purpose.
+  // The bytes are there from a length of 20 on; 21 is kept on purpose: callers see
+  // zeros at 20 (docs/oddities.md: smbios-bios-extension-length).
   if (record.header.length < 21) {
     return;
   }
@@ -72,7 +74,8 @@ void fill(SmbSlotRec& record, const uint8_t* structure) {
   record.id = word_at(structure, 9);
   record.characteristics1 = byte_at(structure, 11);
   record.characteristics2 = byte_at(structure, 12);
-  // Kept on purpose: lengths 14 to 16 take the rest from what follows.
+  // Lengths 14 to 16 take the rest from what follows, kept on purpose: callers see
+  // an address there (docs/oddities.md: smbios-slot-address-length).
   if (record.header.length < 14) {
     return;
   }

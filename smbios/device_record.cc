@@ -8,7 +8,6 @@ namespace onboard = layout::onboard;
 namespace slot = layout::slot;
 
 const uint8_t* SmbFindDeviceRecord(const PciFunction& wanted) {
-  // What sits in a slot may show any device number on the slot's bus.
   const uint8_t* found = find_of_type(slot::kType, [&](const uint8_t* candidate) {
     return word_at(candidate, slot::kSegment) == wanted.segment &&
            byte_at(candidate, slot::kBus) == wanted.bus;

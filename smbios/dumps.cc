@@ -156,7 +156,9 @@ void dump_enclosures(const SmbEnclosureRec* records, uint32_t count, FILE* strea
 
 void dump_gbx_tables(const SmbGbxTableRec* records, uint32_t count, FILE* stream) {
   for (uint32_t pass = 0; records != nullptr && pass < count; ++pass) {
-    dump_gbx_table(*records, count, stream);  // always the first, kept on purpose
+    // Always the first, kept on purpose: readers of the output see it repeated
+    // (docs/oddities.md: smbios-gbx-dump-repeats).
+    dump_gbx_table(*records, count, stream);
   }
 }
 

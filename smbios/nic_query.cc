@@ -39,8 +39,8 @@ uint8_t port_from_correlation(uint8_t segment, uint8_t bus, uint8_t device_funct
 uint8_t SmbGetNicPortNum(uint8_t segment, uint8_t bus, uint8_t device_function) {
   DebugLog("smbios: SmbGetNicPortNum: for PCI segment [0x%x] bus [0x%x] devfunc [0x%x]...\n",
            segment, bus, device_function);
-  // Without correlations the type 233 structures are not asked either (kept on
-  // purpose).
+  // Without correlations the type 233 structures are not asked either, kept on
+  // purpose: callers see this 0 (docs/oddities.md: smbios-nic-needs-correlation).
   const uint8_t* first_correlation = next_of_type(correlation::kType, nullptr);
   if (first_correlation == nullptr) {
     return 0;
@@ -49,7 +49,8 @@ uint8_t SmbGetNicPortNum(uint8_t segment, uint8_t bus, uint8_t device_function) 
   if (port != 0) {
     return port;
   }
-  // Also after a NIC without port number was found (kept on purpose).
+  // Also after a NIC without port number was found, kept on purpose: readers of
+  // the log know the pair (docs/oddities.md: smbios-nic-found-not-found).
   DebugLog("smbios: SmbGetNicPortNum: NIC NOT FOUND in Type 233 record (NIC_INFO)!\n");
   if (formatted_length(first_correlation) < correlation::kLengthWithAddress) {
     return 0;

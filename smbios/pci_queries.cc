@@ -30,7 +30,8 @@ const char* string_or_null(const uint8_t* structure, size_t offset) {
 }
 
 // A correlation too short for a part number ends the search, also one of another
-// device (kept on purpose).
+// device, kept on purpose: callers see this miss (docs/oddities.md:
+// smbios-part-number-short-ends).
 const char* part_number_of(uint16_t handle) {
   const uint8_t* found = find_of_type(correlation::kType, [&](const uint8_t* candidate) {
     return formatted_length(candidate) < correlation::kLengthWithPartNumber ||

@@ -8,9 +8,10 @@
  * lines go through DebugLog.
  *
  * A PCI function is found by its slot (type 9, first one on the segment and bus;
- * device and function are not compared, kept on purpose), else by its onboard
- * device (type 41). What is correlated with that structure's handle answers the
- * query.
+ * device and function are not compared, kept on purpose: what sits in a slot may
+ * show any device number, docs/oddities.md: smbios-first-slot-on-bus), else by its
+ * onboard device (type 41). What is correlated with that structure's handle
+ * answers the query.
  */
 #ifndef ORTINV_OEM_QUERIES_H_
 #define ORTINV_OEM_QUERIES_H_
@@ -24,8 +25,9 @@ extern "C" {
 #endif
 
 /* Returns the function's PCI location in a new text that the caller frees. The
- * log line shows the low half of the text's address, not the text (kept on
- * purpose). */
+ * log line shows the low half of the text's address, not the text, kept on
+ * purpose: readers of the log see this number (docs/oddities.md:
+ * smbios-location-log-address). */
 ORTINV_API char* SmbGetPciLocation(uint32_t segment, uint32_t bus, uint32_t device,
                                    uint32_t function);
 
@@ -33,7 +35,8 @@ ORTINV_API char* SmbGetPciLocation(uint32_t segment, uint32_t bus, uint32_t devi
  * slot nor onboard device is looked up by the PCI address in the type 203
  * structures, provided the first of them is 40 bytes or longer. A function that
  * has one, but no correlation, is a miss. A type 203 structure below 36 bytes on
- * the way ends the search for a part number. */
+ * the way ends the search for a part number, kept on purpose: callers see this
+ * miss (docs/oddities.md: smbios-part-number-short-ends). */
 ORTINV_API const char* SmbGetPartNumber(uint32_t segment, uint32_t bus, uint32_t device,
                                         uint32_t function);
 ORTINV_API const char* SmbGetPciName(uint32_t segment, uint32_t bus, uint32_t device,

@@ -34,12 +34,14 @@ struct SmbBiosInfoRec {
   char version[64];
   char releaseDate[64];
   uint32_t address; /* starting address segment */
-  /* In KiB. The size byte is read as signed (kept on purpose): 0xFF gives 0,
-   * and sizes above 8 MiB wrap. */
+  /* In KiB. The size byte is read as signed: 0xFF gives 0, and sizes above 8 MiB
+   * wrap, kept on purpose: callers see these sizes (docs/oddities.md:
+   * smbios-rom-size-signed). */
   uint16_t romSize;
   uint8_t characteristics[8];
-  /* From a formatted length of 21 on, although the two bytes end at 20 (kept on
-   * purpose). */
+  /* From a formatted length of 21 on, although the two bytes end at 20, kept on
+   * purpose: callers see zeros at 20 (docs/oddities.md:
+   * smbios-bios-extension-length). */
   uint8_t extCharacteristics1;
   uint8_t extCharacteristics2;
 };
@@ -71,11 +73,14 @@ struct SmbSlotRec {
   uint8_t characteristics1;
   uint8_t characteristics2;
   /* The PCI address: from a formatted length of 14 on, although its three fields
-   * end at 17 (kept on purpose). */
+   * end at 17, kept on purpose: callers see an address there (docs/oddities.md:
+   * smbios-slot-address-length). */
   uint16_t segmentGroupNum;
   uint8_t busNum;
   uint8_t devFuncNum;
-  uint8_t SegmentNum; /* never filled: always 0 */
+  /* Never filled, always 0, kept on purpose: the record's size is fixed and its
+   * dump prints it (docs/oddities.md: smbios-slot-segmentnum). */
+  uint8_t SegmentNum;
 };
 static_assert(sizeof(struct SmbSlotRec) == 145, "record sizes are fixed");
 
@@ -150,11 +155,13 @@ ORTINV_API void SmbDumpSystemInfo(const struct SmbSystemInfoRec* record);
 ORTINV_API void SmbDumpSlots(const struct SmbSlotRec* records, uint32_t count);
 ORTINV_API void SmbDumpEnclosure(const struct SmbEnclosureRec* records, uint32_t count);
 
-/* Prints the first record, count times, and always all four entries (kept on
- * purpose). */
+/* Prints the first record, count times, and always all four entries, kept on
+ * purpose: readers of the output see these repeats (docs/oddities.md:
+ * smbios-gbx-dump-repeats). */
 ORTINV_API void SmbDumpGbxTable(const struct SmbGbxTableRec* records, uint32_t count);
 
-/* Prints only when count is exactly 1. */
+/* Prints only when count is exactly 1, kept on purpose: readers of the output
+ * see one ID or none (docs/oddities.md: smbios-server-id-dump-one). */
 ORTINV_API void SmbDumpServerId(const struct SmbServerIdRec* records, uint32_t count);
 
 #ifdef __cplusplus

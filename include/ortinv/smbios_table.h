@@ -56,7 +56,8 @@ ORTINV_API const char* SmBiosGetString(const uint8_t* structure, uint16_t number
 /* Returns the string of this number for printing, or "Undefined" when the number
  * is 0, the set has no such string, or the formatted length is shorter than a
  * structure's header. Bytes outside 0x20..0x7E are replaced with "." in the
- * table itself, for all later readers (kept on purpose).
+ * table itself, for all later readers, kept on purpose: they see the text that
+ * the records have (docs/oddities.md: smbios-cleaned-in-place).
  *   formatted_length  where the string set begins, usually structure[1]. */
 ORTINV_API const char* SmBiosGetCleanString(const uint8_t* structure, int formatted_length,
                                             uint8_t number);

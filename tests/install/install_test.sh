@@ -94,8 +94,9 @@ done
 
 step "what the headers declare"
 "$here/declared_functions.py" "$prefix/include" "$cc" >"$work/declared"
-sed -n 's/.*docs\/oddities\.md: \([a-z0-9-]*\).*/\1/p' "$prefix"/include/ortinv/*.h >"$work/oddities"
-while read -r slug; do
+cat "$prefix"/include/ortinv/*.h | tr '\n' ' ' | sed 's/ \* / /g' |
+  grep -Eo 'docs/oddities\.md: +[a-z0-9-]+' >"$work/oddities"
+while read -r _ slug; do
   cat "$here"/../../docs/oddities*.md | grep -qx "### $slug" ||
     { echo "no oddity $slug" >&2; exit 1; }
 done <"$work/oddities"

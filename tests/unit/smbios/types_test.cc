@@ -2,12 +2,13 @@
 // that is made from them.
 #include "ortinv/smbios_types.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdio>
+#include <functional>
 #include <set>
 #include <string>
-#include <utility>
 
 #include "ortinv/smbios_records.h"
 #include "smbios/dumps.h"
@@ -61,7 +62,10 @@ std::vector<uint32_t> types_with_records() {
 class Types : public LoadedTable {};
 
 TEST_F(Types, AreListedAscending) {
-  EXPECT_EQ(types_with_records(), std::vector<uint32_t>({0, 1, 9, 195, 204, 222}));
+  const std::vector<uint32_t> types = types_with_records();
+  EXPECT_EQ(std::adjacent_find(types.begin(), types.end(), std::greater_equal<>()), types.end());
+  EXPECT_EQ(types.size(), SmbTypeCount());
+  EXPECT_NE(SmbTypeCount(), 0U);
   EXPECT_EQ(SmbTypeAt(SmbTypeCount()), nullptr);
   EXPECT_EQ(SmbTypeAt(0xFFFFFFFF), nullptr);
 }
@@ -76,18 +80,23 @@ TEST_F(Types, AreFoundByTheirWholeNumber) {
 }
 
 TEST_F(Types, HaveTheirNamesAndRecordSizes) {
-  const std::array<std::pair<const char*, uint32_t>, 6> expected = {{
-      {"BIOS information", 276},
-      {"System information", 900},
-      {"System slot", 145},
-      {"Server system ID", 36},
-      {"Enclosure and bay of a blade server", 647},
-      {"GbX connector table", 70},
-  }};
-  ASSERT_EQ(SmbTypeCount(), expected.size());
-  for (uint32_t index = 0; index < SmbTypeCount(); ++index) {
-    EXPECT_STREQ(SmbTypeAt(index)->name, expected.at(index).first);
-    EXPECT_EQ(SmbTypeAt(index)->record_size, expected.at(index).second);
+  struct Expected {
+    uint32_t type;
+    const char* name;
+    uint32_t record_size;
+  };
+  const std::array expected = {
+      Expected{0, "BIOS information", 276},
+      Expected{1, "System information", 900},
+      Expected{9, "System slot", 145},
+      Expected{195, "Server system ID", 36},
+      Expected{204, "Enclosure and bay of a blade server", 647},
+      Expected{222, "GbX connector table", 70},
+  };
+  for (const auto& [type, name, record_size] : expected) {
+    ASSERT_NE(SmbFindType(type), nullptr) << type;
+    EXPECT_STREQ(SmbFindType(type)->name, name);
+    EXPECT_EQ(SmbFindType(type)->record_size, record_size);
   }
 }
 
