@@ -3,11 +3,13 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstdarg>
 #include <cstdio>
 
 #include "bmc/channel.h"
 #include "bmc/nvram.h"
 #include "log/log.h"
+#include "ortinv/variables.h"
 #include "wire/kcs.h"
 #include "wire/little_endian.h"
 
@@ -17,24 +19,26 @@ constexpr int kAttempts = 3;
 
 using IntervalBytes = std::array<uint8_t, sizeof(uint32_t)>;
 
-// Null for a selector that names no variable.
-const char* variable_of(int selector) {
-  switch (selector) {
-    case 10:
-      return nvram::kInterval10Variable;
-    case 9:
-      return nvram::kInterval9Variable;
-    case 8:
-      return nvram::kInterval8Variable;
-    default:
-      return nullptr;
+// Where failures are printed. Written by ortinv_set_print_stream only; until then
+// it is whatever standard output is at the time.
+FILE* g_print_stream;
+bool g_has_print_stream;
+
+[[gnu::format(printf, 1, 2)]] void print(const char* format, ...) {
+  FILE* stream = g_has_print_stream ? g_print_stream : stdout;
+  if (stream == nullptr) {
+    return;
   }
+  va_list arguments;
+  va_start(arguments, format);
+  vfprintf(stream, format, arguments);
+  va_end(arguments);
 }
 
 bool read_variable(int fd, int selector, IntervalBytes& value, uint8_t& status) {
   // Another selector counts as read with the value 0: no caller is told that it
   // asked for nothing (docs/oddities.md: unknown-interval-is-zero).
-  const char* variable = variable_of(selector);
+  const char* variable = ortinv_interval_variable(selector);
   if (variable == nullptr) {
     return true;
   }
@@ -55,7 +59,7 @@ uint32_t interval_of(int selector, const IntervalBytes& value, uint8_t status) {
     // Inverted, as callers know it: success is what is reported as a failure
     // (docs/oddities.md: interval-success-called-failure).
     if (setIntervalEV(selector, 0) == 0) {
-      puts("Create and Set Interval EV Failed!");
+      print("Create and Set Interval EV Failed!\n");
       DebugLog("utils: getIntervalEV(): Create and Set Interval EV Failed!.\n");
     }
     return 0;
@@ -63,7 +67,7 @@ uint32_t interval_of(int selector, const IntervalBytes& value, uint8_t status) {
   if (status != nvram::response::kSuccess) {
     DebugLog("utils: getIntervalEV(): Get Periodic Trap Interval Failed! return status [0x%x]\n",
              status);
-    printf(" Get Periodic Trap Interval Failed! return status [0x%x]\n", status);
+    print(" Get Periodic Trap Interval Failed! return status [0x%x]\n", status);
     return 0;
   }
   const uint32_t interval = get_u32(value, 0);
@@ -100,14 +104,14 @@ int setIntervalEV(int selector, uint32_t value) {
   put_u32(bytes, 0, value);
   uint8_t status = 0;
   int result = 0;
-  if (const char* variable = variable_of(selector); variable != nullptr) {
+  if (const char* variable = ortinv_interval_variable(selector); variable != nullptr) {
     result = OsSetEV(fd, variable, bytes.data(), sizeof(IntervalBytes), &status);
   }
   if (result == 0) {
     if (status != nvram::response::kSuccess) {
       DebugLog("utils: setIntervalEV(): Set Periodic Trap Interval Failed with error [0x%x]!\n",
                status);
-      printf("Set Periodic Trap Interval Failed with error [0x%x]!\n", status);
+      print("Set Periodic Trap Interval Failed with error [0x%x]!\n", status);
       result = 1;
     } else {
       DebugLog("utils: setIntervalEV(): Set PeriodicTrapInterval EV Success!\n");
@@ -115,4 +119,9 @@ int setIntervalEV(int selector, uint32_t value) {
   }
   close_channel(fd);
   return result;
+}
+
+void ortinv_set_print_stream(FILE* stream) {
+  g_print_stream = stream;
+  g_has_print_stream = true;
 }

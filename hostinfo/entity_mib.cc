@@ -6,26 +6,27 @@
 #include <cstring>
 #include <ctime>
 
-#include "hostinfo/entity_mib_path.h"
+#include "hostinfo/settable_path.h"
 #include "log/log.h"
 #include "ortinv/network_address.h"
-
-const char* g_entity_mib_path = "/etc/config/ent_mib/ort.xml";
 
 namespace {
 
 constexpr uint32_t kSecondsBetweenUpdates = 1800;
 constexpr const char* kNoAddress = "0.0.0.0";
 
+constinit SettablePath g_path("/etc/config/ent_mib/ort.xml");
+
 // Seconds since the epoch. Read and written by update_ent_mib_xml only.
 uint32_t g_next_update;
 
 // The Type is mib-2; the TDomain is the one of UDP over IPv4, also for an IPv6
-// address (kept on purpose).
+// address: kept on purpose because the host's agent expects this file
+// (docs/oddities.md: entity-mib-tdomain).
 int write_registration(const char* address) {
-  FILE* file = fopen(g_entity_mib_path, "w+");
+  FILE* file = fopen(g_path.get(), "w+");
   if (file == nullptr) {
-    UtilLog("Failed to create file %s\n", g_entity_mib_path);
+    UtilLog("Failed to create file %s\n", g_path.get());
     return 1;
   }
   fputs("<vmw_ent_mib version=\"1.0\">\n", file);
@@ -66,4 +67,12 @@ int update_ent_mib_xml() {
     return write_registration(ipv4.data());
   }
   return ipv6_result == 0 ? write_registration(ipv6.data()) : 0;
+}
+
+const char* ortinv_entity_mib_path() {
+  return g_path.get();
+}
+
+int ortinv_set_entity_mib_path(const char* path) {
+  return g_path.set(path) ? 0 : -1;
 }

@@ -22,7 +22,8 @@ bool is_graphic(char character) {
   return character >= '!' && character <= '~';
 }
 
-// The first character is never cut.
+// The first character is never cut: kept on purpose because an empty text
+// means that there is no version (docs/oddities.md: host-version-first-character).
 void cut_trailing_non_graphic(char* text) {
   size_t length = strlen(text);
   while (length > 1 && !is_graphic(text[length - 1])) {

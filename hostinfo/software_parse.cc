@@ -30,8 +30,9 @@ Value element(string_view line, string_view tag, string_view end_tag) {
   return rest.substr(0, end);
 }
 
-// The text of a quoted attribute; the character after the "=" is taken for the
-// opening quote, whatever it is.
+// The text of a quoted attribute. The character after the "=" is taken for the
+// opening quote, whatever it is: kept on purpose because the image database always
+// quotes (docs/oddities.md: software-attribute-quote).
 Value attribute(string_view line, string_view tag, string_view name) {
   const size_t start = line.find(name);
   if (!holds(line, tag) || start == string_view::npos) {
@@ -50,7 +51,8 @@ Value attribute(string_view line, string_view tag, string_view name) {
 }
 
 // Copies what fits before the field's last byte, which stays zero. What the
-// field held behind the copied characters stays too.
+// field held behind the copied characters stays too: kept on purpose because
+// callers compare records between hosts (docs/oddities.md: software-value-tail).
 size_t copy_characters(std::span<char> field, string_view value) {
   const size_t length = std::min(value.size(), field.size() - 1);
   memcpy(field.data(), value.data(), length);

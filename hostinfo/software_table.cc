@@ -15,7 +15,7 @@
 #include "base/descriptor.h"
 #include "base/file.h"
 #include "base/text.h"
-#include "hostinfo/image_database.h"
+#include "hostinfo/settable_path.h"
 #include "hostinfo/software_parse.h"
 #include "log/log.h"
 
@@ -25,6 +25,8 @@ namespace {
 
 constexpr size_t kPathSize = 256;
 constexpr size_t kLineSize = 4096;
+
+constinit SettablePath g_image_database("/var/db/esximg/bulletins/");
 
 // The table. Written by the build and the release only.
 SwInstalledRec* g_table;
@@ -100,18 +102,23 @@ bool parse_file(const char* name, const char* directory, const Form& form, SwIns
   return true;
 }
 
-int parse_files(dirent** entries, int entry_count, SwInstalledRec* records, const char* directory,
-                const Form& form) {
+// Returns the number of records filled.
+uint32_t parse_files(dirent** entries, int entry_count, SwInstalledRec* records,
+                     const char* directory, const Form& form) {
+  uint32_t filled = 0;
   if (records == nullptr || entries == nullptr || directory == nullptr) {
-    return 0;
+    return filled;
   }
   for (int i = 0; i < entry_count; ++i) {
-    if (parse_file(entries[i]->d_name, directory, form, *records)) {
-      ++records;
-      ++swCount;
+    if (parse_file(entries[i]->d_name, directory, form, records[filled])) {
+      ++filled;
     }
   }
-  return 0;
+  return filled;
+}
+
+SwInstalledRec* allocate_records(size_t count) {
+  return static_cast<SwInstalledRec*>(calloc(count, sizeof(SwInstalledRec)));
 }
 
 void create_lock() {
@@ -128,12 +135,45 @@ void create_lock() {
 
 int SwParseComponents(dirent** entries, int entry_count, SwInstalledRec* records,
                       const char* directory) {
-  return parse_files(entries, entry_count, records, directory, kComponentForm);
+  swCount += parse_files(entries, entry_count, records, directory, kComponentForm);
+  return 0;
 }
 
 int SwParseBulletins(dirent** entries, int entry_count, SwInstalledRec* records,
                      const char* directory) {
-  return parse_files(entries, entry_count, records, directory, kBulletinForm);
+  swCount += parse_files(entries, entry_count, records, directory, kBulletinForm);
+  return 0;
+}
+
+int SwListBulletins(SwInstalledRec** records, uint32_t* count) {
+  if (records == nullptr || count == nullptr) {
+    return -1;
+  }
+  *records = nullptr;
+  *count = 0;
+  const Listing listing(g_image_database.get());
+  if (listing.count < 1) {
+    return -1;
+  }
+  *records = allocate_records(static_cast<size_t>(listing.count));
+  if (*records == nullptr) {
+    return -1;
+  }
+  *count =
+      parse_files(listing.entries, listing.count, *records, g_image_database.get(), kBulletinForm);
+  if (*count == 0) {
+    free(*records);
+    *records = nullptr;
+  }
+  return 0;
+}
+
+const char* ortinv_image_database() {
+  return g_image_database.get();
+}
+
+int ortinv_set_image_database(const char* directory) {
+  return g_image_database.set(directory, "/") ? 0 : -1;
 }
 
 void init_sw_installed_table() {
@@ -145,14 +185,14 @@ void init_sw_installed_table() {
 
 SwInstalledRec* get_software_installed_table(uint32_t* count) {
   SwFreeTable();
-  const Listing listing(kBulletinDirectory);
+  const Listing listing(g_image_database.get());
   if (listing.count > 0) {
     DebugLog("swCount [%d]. Allocating mem...\n", listing.count);
     const auto size = static_cast<uint32_t>(listing.count);
-    g_table = static_cast<SwInstalledRec*>(calloc(size, sizeof(SwInstalledRec)));
+    g_table = allocate_records(size);
     if (g_table != nullptr) {
       g_table_size = size;
-      SwParseComponents(listing.entries, listing.count, g_table, kBulletinDirectory);
+      SwParseComponents(listing.entries, listing.count, g_table, g_image_database.get());
     }
   }
   if (count != nullptr) {

@@ -1,29 +1,23 @@
 #include "ortinv/bmc_commands.h"
 
 #include <fcntl.h>
+#include <ortinv/entity_mib.h>
+#include <ortinv/interval.h>
+#include <ortinv/network_address.h>
+#include <ortinv/rev_mode.h>
+#include <ortinv/variables.h>
 #include <unistd.h>
 
-#include <cstdio>
+#include <array>
 #include <cstring>
 #include <functional>
 #include <string>
 #include <string_view>
 
-#include "bmc/channel.h"
-#include "bmc/nvram.h"
-#include "hostinfo/entity_mib_path.h"
-#include "ortinv/entity_mib.h"
-#include "ortinv/interval.h"
-#include "ortinv/network_address.h"
-#include "ortinv/quiet_stdout.h"
-#include "ortinv/rev_mode.h"
-#include "wire/kcs.h"
-
 namespace {
 
 constexpr const char* kBmc = "BMC";
 constexpr const char* kFirstNode = "/vmfs/devices/char/vmkdriver/zemox-d0ccb0";
-constexpr const char* kModeVariable = "KXHVM6";
 constexpr const char* kNoAddress = "0.0.0.0";
 
 using AddressText = std::array<char, kBmcAddressSize>;
@@ -43,46 +37,39 @@ void add_no_answer(Report& report) {
   report.add_problem(kBmc, "does not answer; check its health, and reset it if need be");
 }
 
-enum class Variable { kThere, kMissing, kUnknown };
+// A variable of the BMC, and what it holds: null when it is not there, or when
+// that is not known.
+struct Variable {
+  const char* name;
+  bool is_known;  // whether it is there or not; there is a problem when not
+  Json value;
+};
 
-// Asks for a variable without the library's call, which reads 0 for whatever
-// goes wrong and creates a variable that is missing. Adds a problem when it
-// stays unknown whether there is one.
-Variable probe(const char* name, Report& report) {
-  const int fd = mox_chrdev(nullptr);
-  if (fd == -1) {
-    add_no_channel(report);
-    return Variable::kUnknown;
-  }
-  std::array<uint8_t, sizeof(uint32_t)> value = {};
+// Adds a problem when it stays unknown whether there is such a variable.
+Variable read_variable(const char* name, uint16_t size, Report& report) {
+  std::array<uint8_t, sizeof(uint32_t)> bytes = {};
   uint8_t status = 0;
-  uint16_t length = 0;
-  const int result = OsGetEV(fd, name, value.data(), value.size(), &status, &length);
-  close_channel(fd);
-  if (result != 0) {
-    add_no_answer(report);
-    return Variable::kUnknown;
-  }
-  if (status == nvram::response::kNotFound) {
-    return Variable::kMissing;
-  }
-  if (status != nvram::response::kSuccess) {
-    report.add_problem(kBmc, std::string("refuses variable ") + name + " with status " +
-                                 std::to_string(status) + "; check its firmware");
-    return Variable::kUnknown;
-  }
-  return Variable::kThere;
-}
-
-const char* interval_variable(int selector) {
-  switch (selector) {
-    case 8:
-      return "KXHVM8";
-    case 9:
-      return "KXHVM9";
+  uint32_t value = 0;
+  switch (ortinv_read_variable(name, bytes.data(), size, nullptr, &status)) {
+    case kOrtinvReadThere:
+      for (size_t i = 0; i < bytes.size(); ++i) {
+        value |= static_cast<uint32_t>(bytes[i]) << 8 * i;
+      }
+      return {name, true, value};
+    case kOrtinvReadMissing:
+      return {name, true, {}};
+    case kOrtinvReadRefused:
+      report.add_problem(kBmc, std::string("refuses variable ") + name + " with status " +
+                                   std::to_string(status) + "; check its firmware");
+      break;
+    case kOrtinvReadNoChannel:
+      add_no_channel(report);
+      break;
     default:
-      return "KXHVMA";
+      add_no_answer(report);
+      break;
   }
+  return {name, false, {}};
 }
 
 // Adds the problem of a query that gave this result, 0 being none.
@@ -99,25 +86,23 @@ Json flag_or_null(int flag) {
   return flag == -1 ? Json() : Json(flag != 0);
 }
 
-uint32_t read_interval(int selector) {
-  const QuietStdout quiet;
-  return getIntervalEV(selector);
-}
-
-int write_interval(int selector, uint32_t value) {
-  const QuietStdout quiet;
-  return setIntervalEV(selector, value);
-}
-
-// Writes a variable. Returns its value, or null after adding a problem.
-Json change_variable(const char* name, const std::string& what, const Json& before, uint32_t after,
-                     const std::function<int(uint32_t)>& write, Report& report) {
-  if (write(after) != 0) {
-    report.add_problem(kBmc, std::string("did not take the new value of ") + name + "; try again");
+// Shows a variable, after writing it when there is a new value. Writing goes on to
+// show what was written, or nothing after a failure.
+Json show_variable(const Variable& variable, const std::string& what, std::optional<uint32_t> after,
+                   const std::function<int(uint32_t)>& write, Report& report) {
+  if (!after.has_value() || !variable.is_known) {
+    if (variable.is_known && variable.value.is_null()) {
+      report.missing = std::string("the BMC has no variable ") + variable.name;
+    }
+    return variable.value;
+  }
+  if (write(*after) != 0) {
+    report.add_problem(
+        kBmc, std::string("did not take the new value of ") + variable.name + "; try again");
     return {};
   }
-  report.add_change(what, before, after);
-  return after;
+  report.add_change(what, variable.value, *after);
+  return *after;
 }
 
 // The address in the registration file, or null without a file or an address.
@@ -126,7 +111,7 @@ Json change_variable(const char* name, const std::string& what, const Json& befo
 Json registered_address() {
   constexpr std::string_view kTag = "<TAddress>";
   std::array<char, 4096> content = {};
-  const int fd = open(g_entity_mib_path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  const int fd = open(ortinv_entity_mib_path(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   if (fd == -1) {
     return {};
   }
@@ -162,19 +147,27 @@ void write_registration(Report& report) {
   }
   const Json before = registered_address();
   if (update_ent_mib_xml() != 0) {
-    report.add_problem(g_entity_mib_path,
+    report.add_problem(ortinv_entity_mib_path(),
                        "could not be created; run ortinv as root, and create its directory");
     return;
   }
   const Json after = registered_address();
   if (after.is_null()) {
-    report.add_problem(g_entity_mib_path, "could not be written; check the free space");
+    report.add_problem(ortinv_entity_mib_path(), "could not be written; check the free space");
     return;
   }
-  report.add_change(g_entity_mib_path, before, after);
+  report.add_change(ortinv_entity_mib_path(), before, after);
 }
 
 }  // namespace
+
+std::vector<int> interval_selectors() {
+  std::vector<int> selectors;
+  for (uint32_t i = 0; ortinv_interval_selector(i) != -1; ++i) {
+    selectors.push_back(ortinv_interval_selector(i));
+  }
+  return selectors;
+}
 
 void report_bmc_address(Report& report) {
   AddressText ipv4 = {};
@@ -197,38 +190,29 @@ void report_bmc_address(Report& report) {
 }
 
 void report_bmc_mode(std::optional<bool> enabled, Report& report) {
-  const Variable variable = probe(kModeVariable, report);
-  Json value = variable == Variable::kThere ? Json(getRevModeConfig()) : Json();
-  if (enabled.has_value() && variable != Variable::kUnknown) {
-    value = change_variable(
-        kModeVariable, "bmc mode", value, *enabled ? 1 : 0,
-        [](uint32_t mode) { return setRevModeConfig(static_cast<uint8_t>(mode)); }, report);
-  } else if (variable == Variable::kMissing) {
-    report.missing = std::string("the BMC has no variable ") + kModeVariable;
-  }
+  const Variable variable = read_variable(ortinv_mode_variable(), kOrtinvModeSize, report);
+  const Json value = show_variable(
+      variable, "bmc mode",
+      enabled.has_value() ? std::optional<uint32_t>(*enabled ? 1 : 0) : std::nullopt,
+      [](uint32_t mode) { return setRevModeConfig(static_cast<uint8_t>(mode)); }, report);
   report.document["bmc"]["mode"] =
       value.is_null()
           ? Json()
-          : Json{{"variable", kModeVariable}, {"value", value}, {"enabled", value != 0}};
+          : Json{{"variable", variable.name}, {"value", value}, {"enabled", value != 0}};
 }
 
 void report_bmc_interval(int selector, std::optional<uint32_t> new_value, Report& report) {
-  const char* name = interval_variable(selector);
-  const Variable variable = probe(name, report);
-  Json value = variable == Variable::kThere ? Json(read_interval(selector)) : Json();
-  if (new_value.has_value() && variable != Variable::kUnknown) {
-    value = change_variable(
-        name, "bmc interval " + std::to_string(selector), value, *new_value,
-        [selector](uint32_t interval) { return write_interval(selector, interval); }, report);
-  } else if (variable == Variable::kMissing) {
-    report.missing = std::string("the BMC has no variable ") + name;
-  }
+  const Variable variable =
+      read_variable(ortinv_interval_variable(selector), kOrtinvIntervalSize, report);
+  const Json value = show_variable(
+      variable, "bmc interval " + std::to_string(selector), new_value,
+      [selector](uint32_t interval) { return setIntervalEV(selector, interval); }, report);
   Json& intervals = report.document["bmc"]["intervals"];
   if (intervals.is_null()) {
     intervals = Json::array();
   }
   if (!value.is_null()) {
-    intervals.push_back({{"selector", selector}, {"variable", name}, {"value", value}});
+    intervals.push_back({{"selector", selector}, {"variable", variable.name}, {"value", value}});
   }
 }
 
@@ -238,7 +222,7 @@ void report_bmc(Report& report) {
     return;  // the rest would fail alike, one timeout after the other
   }
   report_bmc_mode({}, report);
-  for (const int selector : kIntervalSelectors) {
+  for (const int selector : interval_selectors()) {
     report_bmc_interval(selector, {}, report);
   }
 }
@@ -248,8 +232,8 @@ void report_entity_mib(bool write, Report& report) {
     write_registration(report);
   }
   const Json address = registered_address();
-  report.document["entity_mib"] = {{"file", g_entity_mib_path}, {"address", address}};
+  report.document["entity_mib"] = {{"file", ortinv_entity_mib_path()}, {"address", address}};
   if (address.is_null() && report.missing.empty()) {
-    report.missing = std::string("no registration in ") + g_entity_mib_path;
+    report.missing = std::string("no registration in ") + ortinv_entity_mib_path();
   }
 }

@@ -3,14 +3,14 @@
 #ifndef TVUREV_ORTINV_BMC_COMMANDS_H_
 #define TVUREV_ORTINV_BMC_COMMANDS_H_
 
-#include <array>
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "ortinv/report.h"
 
-// The selectors of the interval variables.
-inline constexpr std::array<int, 3> kIntervalSelectors = {8, 9, 10};
+// The selectors of the interval variables, ascending.
+std::vector<int> interval_selectors();
 
 void report_bmc_address(Report& report);
 

@@ -1,6 +1,9 @@
 #include "ortinv/command_line.h"
 
+#include <ortinv/interval.h>
+#include <ortinv/library.h>
 #include <CLI/CLI.hpp>
+
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -8,11 +11,11 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "ortinv/bmc_commands.h"
 #include "ortinv/host_commands.h"
 #include "ortinv/json_format.h"
-#include "ortinv/library.h"
 #include "ortinv/report.h"
 #include "ortinv/smbios_commands.h"
 #include "ortinv/text_format.h"
@@ -55,6 +58,17 @@ void show_all(const Request& request, Report& report) {
   report.missing.clear();  // nothing was asked for by name
 }
 
+// "1, 2 or 3".
+template <typename Number>
+std::string choice_text(const std::vector<Number>& numbers) {
+  std::string text;
+  for (size_t i = 0; i < numbers.size(); ++i) {
+    text += i == 0 ? "" : (i + 1 == numbers.size() ? " or " : ", ");
+    text += std::to_string(numbers[i]);
+  }
+  return text;
+}
+
 // Adds a subcommand that runs command and knows --json.
 CLI::App* add_command(CLI::App& app, Request& request, const std::string& name,
                       const std::string& description, std::function<void(Report&)> command) {
@@ -67,8 +81,8 @@ CLI::App* add_command(CLI::App& app, Request& request, const std::string& name,
 void add_smbios_commands(CLI::App& app, Request& request) {
   CLI::App* smbios = add_command(app, request, "smbios", "Dump records of the SMBIOS table",
                                  [&](Report& report) { show_smbios(request, report); });
-  smbios->add_option("--type", request.type, "Only this type: 0, 1, 9, 195, 204 or 222")
-      ->check(CLI::IsMember(kDumpedTypes));
+  smbios->add_option("--type", request.type, "Only this type: " + choice_text(dumped_types()))
+      ->check(CLI::IsMember(dumped_types()));
 
   CLI::App* pci = add_command(
       app, request, "pci", "Say where a PCI device sits and what it is", [&](Report& report) {
@@ -113,9 +127,9 @@ void add_bmc_commands(CLI::App& app, Request& request) {
   CLI::App* interval = add_command(
       *bmc, request, "interval", "Show or set a periodic trap interval",
       [&](Report& report) { report_bmc_interval(request.selector, request.interval, report); });
-  interval->add_option("selector", request.selector, "8, 9 or 10")
+  interval->add_option("selector", request.selector, choice_text(interval_selectors()))
       ->required()
-      ->check(CLI::IsMember(kIntervalSelectors));
+      ->check(CLI::IsMember(interval_selectors()));
   interval->add_option("value", request.interval, "The new value, 0 to 4294967295")
       ->check(CLI::Range(uint32_t{0}, UINT32_MAX));
 
@@ -173,6 +187,7 @@ int run_ortinv(int argc, const char* const* argv) {
     return kExitUsage;
   }
   ortinv_init_debug_log();
+  ortinv_set_print_stream(nullptr);  // or it would print between the lines of a document
   Report report;
   request.command(report);
   return print(request, report);

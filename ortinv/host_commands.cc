@@ -1,15 +1,14 @@
 #include "ortinv/host_commands.h"
 
-#include <dirent.h>
+#include <ortinv/host_identity.h>
+#include <ortinv/memory_info.h>
+#include <ortinv/software_table.h>
 
 #include <cstdint>
-#include <cstdlib>
-#include <vector>
+#include <memory>
+#include <span>
 
-#include "hostinfo/image_database.h"
-#include "ortinv/host_identity.h"
-#include "ortinv/memory_info.h"
-#include "ortinv/software_table.h"
+#include "ortinv/library_array.h"
 #include "ortinv/sources.h"
 
 namespace {
@@ -80,18 +79,9 @@ Json package_json(const SwInstalledRec& record, const char* form) {
           {"form", form}};
 }
 
-// The library's table holds the component form only: files in the bulletin form
-// are read here.
-std::vector<SwInstalledRec> bulletins() {
-  dirent** entries = nullptr;
-  const int count = scandir(kBulletinDirectory, &entries, nullptr, alphasort);
-  std::vector<SwInstalledRec> records(static_cast<size_t>(count > 0 ? count : 0));
-  SwParseBulletins(entries, count, records.data(), kBulletinDirectory);
-  for (int i = 0; i < count; ++i) {
-    free(entries[i]);
-  }
-  free(entries);
-  return records;
+// The library's table holds the component form only.
+LibraryArray<SwInstalledRec> bulletins() {
+  return list_of<SwInstalledRec>(SwListBulletins);
 }
 
 Json package_named(const std::string& name) {
@@ -99,7 +89,8 @@ Json package_named(const std::string& name) {
   if (SwFindInstalled(name.c_str(), &record) == 1) {
     return package_json(record, "component");
   }
-  for (const SwInstalledRec& bulletin : bulletins()) {
+  const LibraryArray<SwInstalledRec> others = bulletins();
+  for (const SwInstalledRec& bulletin : others.rows()) {
     if (name == bulletin.name) {
       return package_json(bulletin, "bulletin");
     }
@@ -115,7 +106,8 @@ void add_all_packages(Json& packages) {
       packages.push_back(package_json(table[i], "component"));
     }
   }
-  for (const SwInstalledRec& bulletin : bulletins()) {
+  const LibraryArray<SwInstalledRec> others = bulletins();
+  for (const SwInstalledRec& bulletin : others.rows()) {
     if (bulletin.name[0] != '\0') {
       packages.push_back(package_json(bulletin, "bulletin"));
     }
@@ -134,7 +126,7 @@ void report_host(Report& report) {
 
 void report_software(const std::string& name, Report& report) {
   Json packages = Json::array();
-  if (check_directory(kBulletinDirectory, "run ortinv on the host itself", report)) {
+  if (check_directory(ortinv_image_database(), "run ortinv on the host itself", report)) {
     if (name.empty()) {
       add_all_packages(packages);
       report.missing = packages.empty() ? "no package descriptions in the image database" : "";

@@ -1,5 +1,9 @@
 #include "ortinv/smbios_commands.h"
 
+#include <ortinv/oem_queries.h>
+#include <ortinv/smbios_table.h>
+#include <ortinv/smbios_types.h>
+
 #include <array>
 #include <charconv>
 #include <cstdio>
@@ -10,32 +14,27 @@
 #include <set>
 #include <string_view>
 
-#include "ortinv/oem_queries.h"
-#include "ortinv/smbios_records.h"
+#include "ortinv/library_array.h"
 #include "ortinv/smbios_records_json.h"
-#include "ortinv/smbios_table.h"
 #include "ortinv/sources.h"
-#include "smbios/serial_trim.h"
 
 namespace {
 
 constexpr const char* kDevice = "/vmfs/devices/char/mem/smbios";
 
-struct Freer {
-  void operator()(void* memory) const { free(memory); }
-};
-
-// Calls show for the records of the type, or of each dumped type that has any.
+// Calls show for the records of the type, or of each type that has any.
 void for_each_type(std::optional<uint32_t> wanted, Report& report,
-                   const std::function<void(uint32_t, const void*, uint32_t)>& show) {
+                   const std::function<void(const SmbType&, const void*, uint32_t)>& show) {
   if (!open_smbios(report)) {
     return;
   }
   bool any = false;
-  for (const uint32_t type : kDumpedTypes) {
+  for (uint32_t i = 0; i < SmbTypeCount(); ++i) {
+    const SmbType& type = *SmbTypeAt(i);
     void* records = nullptr;
     uint32_t count = 0;
-    if (wanted.value_or(type) != type || SmBiosGetRecords(type, &records, &count) != 0) {
+    if (wanted.value_or(type.type) != type.type ||
+        SmBiosGetRecords(type.type, &records, &count) != 0) {
       continue;
     }
     const std::unique_ptr<void, Freer> owner(records);
@@ -45,29 +44,6 @@ void for_each_type(std::optional<uint32_t> wanted, Report& report,
   if (!any) {
     report.missing = wanted.has_value() ? "no SMBIOS structure of type " + std::to_string(*wanted)
                                         : std::string("no SMBIOS structure that has a dump");
-  }
-}
-
-void dump_records(uint32_t type, const void* records, uint32_t count) {
-  switch (type) {
-    case 0:
-      SmbDumpBiosInfo(static_cast<const SmbBiosInfoRec*>(records));
-      break;
-    case 1:
-      SmbDumpSystemInfo(static_cast<const SmbSystemInfoRec*>(records));
-      break;
-    case 9:
-      SmbDumpSlots(static_cast<const SmbSlotRec*>(records), count);
-      break;
-    case 195:
-      SmbDumpServerId(static_cast<const SmbServerIdRec*>(records), count);
-      break;
-    case 204:
-      SmbDumpEnclosure(static_cast<const SmbEnclosureRec*>(records), count);
-      break;
-    default:
-      SmbDumpGbxTable(static_cast<const SmbGbxTableRec*>(records), count);
-      break;
   }
 }
 
@@ -138,57 +114,26 @@ void add_unless_null(Json& list, Json object) {
   }
 }
 
-// Where a structure type holds a PCI address, and how long it must be for that.
-struct AddressFields {
-  uint8_t type;
-  uint8_t least_length;
-  uint8_t segment;
-  uint8_t bus;
-  uint8_t device_function;
-};
-constexpr std::array<AddressFields, 4> kAddressFields = {{
-    {9, 17, 0x0D, 0x0F, 0x10},  // slot
-    {41, 11, 7, 9, 10},         // onboard device
-    {203, 40, 36, 38, 39},      // device correlation
-    {233, 8, 4, 6, 7},          // NIC
-}};
-constexpr uint8_t kNoBus = 0xFF;  // of an empty slot
-
-std::set<PciAddress> pci_addresses() {
-  std::set<PciAddress> addresses;
-  for (const AddressFields& fields : kAddressFields) {
-    const uint8_t* structure = nullptr;
-    for (uint16_t i = 0; SmBiosFindStructure(fields.type, i, &structure) == 1; ++i) {
-      if (structure[1] < fields.least_length || structure[fields.bus] == kNoBus) {
-        continue;
-      }
-      const auto segment =
-          static_cast<uint32_t>(structure[fields.segment] | structure[fields.segment + 1] << 8);
-      const uint8_t devfn = structure[fields.device_function];
-      addresses.insert({segment, structure[fields.bus], static_cast<uint32_t>(devfn >> 3),
-                        static_cast<uint32_t>(devfn & 7)});
-    }
-  }
-  return addresses;
-}
-
+// Each once, sorted.
 std::set<std::string> drive_serials() {
-  constexpr uint8_t kDriveType = 242;
-  constexpr uint8_t kSerialField = 39;
   std::set<std::string> serials;
-  const uint8_t* structure = nullptr;
-  for (uint16_t i = 0; SmBiosFindStructure(kDriveType, i, &structure) == 1; ++i) {
-    SerialText serial = {};
-    const char* text = SmBiosGetString(structure, structure[kSerialField]);
-    memcpy(serial.data(), text, strnlen(text, serial.size() - 1));
-    SmbTrimSerial(serial);
-    serials.insert(serial.data());
+  const LibraryArray<SmbDriveInfo> drives = list_of<SmbDriveInfo>(SmbListDrives);
+  for (const SmbDriveInfo& drive : drives.rows()) {
+    serials.insert(drive.serial);
   }
   serials.erase("");
   return serials;
 }
 
 }  // namespace
+
+std::vector<uint32_t> dumped_types() {
+  std::vector<uint32_t> types;
+  for (uint32_t i = 0; i < SmbTypeCount(); ++i) {
+    types.push_back(SmbTypeAt(i)->type);
+  }
+  return types;
+}
 
 std::optional<PciAddress> parse_pci_address(const std::string& text) {
   std::string_view rest = text;
@@ -227,7 +172,7 @@ bool open_smbios(Report& report) {
 
 void report_smbios(std::optional<uint32_t> type, Report& report) {
   Json records = Json::array();
-  for_each_type(type, report, [&](uint32_t found, const void* first, uint32_t count) {
+  for_each_type(type, report, [&](const SmbType& found, const void* first, uint32_t count) {
     for (Json& record : smbios_records_json(found, first, count)) {
       records.push_back(std::move(record));
     }
@@ -236,7 +181,9 @@ void report_smbios(std::optional<uint32_t> type, Report& report) {
 }
 
 void dump_smbios(std::optional<uint32_t> type, Report& report) {
-  for_each_type(type, report, dump_records);
+  for_each_type(type, report, [](const SmbType& found, const void* first, uint32_t count) {
+    SmbDumpRecords(found.type, first, count, stdout);
+  });
 }
 
 void report_pci(const PciAddress& address, Report& report) {
@@ -262,7 +209,9 @@ void report_drive(const std::string& serial, Report& report) {
 void report_all_pci(Report& report) {
   Json devices = Json::array();
   if (open_smbios(report)) {
-    for (const PciAddress& address : pci_addresses()) {
+    const LibraryArray<SmbPciAddress> addresses = list_of<SmbPciAddress>(SmbListPciDevices);
+    for (const auto& [segment, bus, device, function] : addresses.rows()) {
+      const PciAddress address = {segment, bus, device, function};
       add_unless_null(devices, pci_json(address));
     }
   }

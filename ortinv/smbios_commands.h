@@ -2,27 +2,21 @@
 #ifndef TVUREV_ORTINV_SMBIOS_COMMANDS_H_
 #define TVUREV_ORTINV_SMBIOS_COMMANDS_H_
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <tuple>
+#include <vector>
 
 #include "ortinv/report.h"
 
-// The types that have a dump.
-inline constexpr std::array<uint32_t, 6> kDumpedTypes = {0, 1, 9, 195, 204, 222};
+// The types that have a dump, ascending.
+std::vector<uint32_t> dumped_types();
 
 struct PciAddress {
   uint32_t segment;
   uint32_t bus;
   uint32_t device;
   uint32_t function;
-
-  bool operator<(const PciAddress& other) const {
-    return std::tie(segment, bus, device, function) <
-           std::tie(other.segment, other.bus, other.device, other.function);
-  }
 };
 
 // Reads "SSSS:BB:DD.F", hexadecimal; none for anything else.

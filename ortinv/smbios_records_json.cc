@@ -1,113 +1,80 @@
 #include "ortinv/smbios_records_json.h"
 
-#include <cstring>
-#include <string>
+#include <ortinv/smbios_records.h>
 
-#include "ortinv/smbios_records.h"
+#include <cstring>
+#include <span>
+#include <string>
 
 namespace {
 
-template <size_t size>
-Json text(const char (&field)[size]) {
-  return std::string(field, strnlen(field, size));
+using Bytes = std::span<const uint8_t>;
+
+// Fields may lie at odd addresses.
+template <typename Value>
+Value value_at(Bytes record, size_t offset) {
+  Value value = {};
+  memcpy(&value, record.subspan(offset, sizeof(Value)).data(), sizeof(Value));
+  return value;
 }
 
-Json record_json(const SmbBiosInfoRec& record) {
-  Json characteristics = Json::array();
-  for (const uint8_t byte : record.characteristics) {
-    characteristics.push_back(byte);
-  }
-  return {{"vendor", text(record.vendor)},
-          {"version", text(record.version)},
-          {"release_date", text(record.releaseDate)},
-          {"address_segment", uint32_t{record.address}},
-          {"rom_size_kib", uint16_t{record.romSize}},
-          {"characteristics", characteristics},
-          {"extended_characteristics",
-           Json::array({record.extCharacteristics1, record.extCharacteristics2})}};
+Json text_json(Bytes field) {
+  const auto* text = reinterpret_cast<const char*>(field.data());
+  return std::string(text, strnlen(text, field.size()));
 }
 
-Json record_json(const SmbSystemInfoRec& record) {
-  return {{"manufacturer", text(record.manufacturer)},
-          {"product_name", text(record.productName)},
-          {"version", text(record.version)},
-          {"serial_number", text(record.serialNumber)},
-          {"uuid", text(record.uuid)},
-          {"wake_up_type", record.wakeUpType},
-          {"sku", text(record.sku)},
-          {"family", text(record.family)}};
-}
-
-Json record_json(const SmbSlotRec& record) {
-  return {{"designation", text(record.designation)},
-          {"slot_type", record.type},
-          {"data_bus_width", record.busDataWidth},
-          {"current_usage", record.currentUsage},
-          {"slot_length", record.length},
-          {"slot_id", uint16_t{record.id}},
-          {"characteristics", Json::array({record.characteristics1, record.characteristics2})},
-          {"segment", uint16_t{record.segmentGroupNum}},
-          {"bus", record.busNum},
-          {"device_function", record.devFuncNum}};
-}
-
-Json record_json(const SmbServerIdRec& record) {
-  return {{"server_system_id", text(record.serverSystemIdStr)}};
-}
-
-Json record_json(const SmbEnclosureRec& record) {
-  return {{"rack_name", text(record.rackName)},
-          {"enclosure_name", text(record.enclosureName)},
-          {"enclosure_model", text(record.enclosureModel)},
-          {"enclosure_serial_number", text(record.enclosureSerialNumber)},
-          {"bay_number", record.enclosureBayNumber},
-          {"total_bays", record.totalEnclosureBays},
-          {"used_bays", record.usedEnclosureBays}};
-}
-
-Json record_json(const SmbGbxTableRec& record) {
-  Json connectors = Json::array();
-  for (const GbxConnectorEntry& entry : record.GbxConnectorEntry) {
-    Json ports = Json::array();
-    for (const GbxPortMap& port : entry.portMap) {
-      ports.push_back({{"connection", port.connection}, {"bay", port.bay}});
-    }
-    connectors.push_back(ports);
-  }
-  return {{"table_version", record.GbxTableVersion},
-          {"entry_count", record.entryCount},
-          {"connectors", connectors}};
-}
-
-template <typename Record>
-Json list_of(const void* records, uint32_t count) {
-  const auto* first = static_cast<const Record*>(records);
+Json bytes_json(Bytes field) {
   Json list = Json::array();
-  for (const Record* record = first; record != first + count; ++record) {
-    Json object = {{"type", record->header.type}, {"handle", uint16_t{record->header.handle}}};
-    object.update(record_json(*record));
-    list.push_back(object);
+  for (const uint8_t byte : field) {
+    list.push_back(byte);
   }
   return list;
 }
 
+Json port_maps_json(Bytes record, size_t offset, size_t count) {
+  Json entries = Json::array();
+  for (size_t i = 0; i < count; ++i) {
+    Json ports = Json::array();
+    const auto entry = value_at<GbxConnectorEntry>(record, offset + i * sizeof(GbxConnectorEntry));
+    for (const GbxPortMap& port : entry.portMap) {
+      ports.push_back({{"connection", port.connection}, {"bay", port.bay}});
+    }
+    entries.push_back(ports);
+  }
+  return entries;
+}
+
+Json field_json(const SmbField& field, Bytes record) {
+  switch (field.kind) {
+    case kSmbFieldText:
+      return text_json(record.subspan(field.offset, field.size_or_count));
+    case kSmbFieldU8:
+      return value_at<uint8_t>(record, field.offset);
+    case kSmbFieldU16:
+      return value_at<uint16_t>(record, field.offset);
+    case kSmbFieldU32:
+      return value_at<uint32_t>(record, field.offset);
+    case kSmbFieldBytes:
+      return bytes_json(record.subspan(field.offset, field.size_or_count));
+    case kSmbFieldPortMaps:
+      return port_maps_json(record, field.offset, field.size_or_count);
+  }
+  return {};
+}
+
 }  // namespace
 
-Json smbios_records_json(uint32_t type, const void* records, uint32_t count) {
-  switch (type) {
-    case 0:
-      return list_of<SmbBiosInfoRec>(records, count);
-    case 1:
-      return list_of<SmbSystemInfoRec>(records, count);
-    case 9:
-      return list_of<SmbSlotRec>(records, count);
-    case 195:
-      return list_of<SmbServerIdRec>(records, count);
-    case 204:
-      return list_of<SmbEnclosureRec>(records, count);
-    case 222:
-      return list_of<SmbGbxTableRec>(records, count);
-    default:
-      return Json::array();
+Json smbios_records_json(const SmbType& type, const void* records, uint32_t count) {
+  Json list = Json::array();
+  const Bytes all(static_cast<const uint8_t*>(records), size_t{type.record_size} * count);
+  for (uint32_t i = 0; i < count; ++i) {
+    const Bytes record = all.subspan(size_t{type.record_size} * i, type.record_size);
+    const auto header = value_at<SmbRecordHeader>(record, 0);
+    Json object = {{"type", header.type}, {"handle", uint16_t{header.handle}}};
+    for (const SmbField& field : std::span(type.fields, type.field_count)) {
+      object[field.key] = field_json(field, record);
+    }
+    list.push_back(object);
   }
+  return list;
 }

@@ -6,7 +6,9 @@
 #include "base/text.h"
 #include "ortinv/smbios_records.h"
 #include "ortinv/smbios_table.h"
+#include "smbios/oem_layout.h"
 #include "smbios/table.h"
+#include "smbios/types.h"
 #include "smbios/uuid_text.h"
 
 namespace {
@@ -21,66 +23,49 @@ void copy_string(char (&field)[Size], const uint8_t* structure, size_t offset) {
                                         byte_at(structure, offset)));
 }
 
-}  // namespace
-
-int SmbDecodeBiosInfo(SmbBiosInfoRec* records, const uint8_t* structure, uint32_t index) {
-  if (records == nullptr || structure == nullptr) {
-    return -1;
-  }
-  SmbBiosInfoRec& record = records[index];
-  record.header = header_of(structure);
+void fill(SmbBiosInfoRec& record, const uint8_t* structure) {
   copy_string(record.vendor, structure, 4);
   copy_string(record.version, structure, 5);
   copy_string(record.releaseDate, structure, 8);
   record.address = word_at(structure, 6);
-  // A signed byte, kept on purpose: sizes from 0x80 on wrap.
+  // A signed byte, so that sizes from 0x80 on wrap, kept on purpose: callers see
+  // these sizes (docs/oddities.md: smbios-rom-size-signed).
   record.romSize = static_cast<uint16_t>((static_cast<int8_t>(byte_at(structure, 9)) + 1) * 64);
   for (size_t byte = 0; byte < sizeof record.characteristics; ++byte) {
     record.characteristics[byte] = byte_at(structure, 10 + byte);
   }
-  // The bytes are there from a length of 20 on; 21 is kept on purpose.
+  // The bytes are there from a length of 20 on; 21 is kept on purpose: callers see
+  // zeros at 20 (docs/oddities.md: smbios-bios-extension-length).
   if (record.header.length < 21) {
-    return 0;
+    return;
   }
   record.extCharacteristics1 = byte_at(structure, 18);
   record.extCharacteristics2 = byte_at(structure, 19);
-  return 0;
 }
 
-int SmbDecodeSystemInfo(SmbSystemInfoRec* records, const uint8_t* structure, uint32_t index) {
-  if (records == nullptr || structure == nullptr) {
-    return -1;
-  }
-  SmbSystemInfoRec& record = records[index];
-  record.header = header_of(structure);
+void fill(SmbSystemInfoRec& record, const uint8_t* structure) {
   if (record.header.length < 8) {
-    return 0;
+    return;
   }
   copy_string(record.manufacturer, structure, 4);
   copy_string(record.productName, structure, 5);
   copy_string(record.version, structure, 6);
   copy_string(record.serialNumber, structure, 7);
   if (record.header.length < 25) {
-    return 0;
+    return;
   }
   const auto bytes = block_from(structure);
   copy_text(record.uuid, uuid_text(bytes.subspan(std::min<size_t>(8, bytes.size()))).data());
   record.wakeUpType = byte_at(structure, 24);
   if (record.header.length < 27) {
     copy_text(record.sku, ".");
-    return 0;
+    return;
   }
   copy_string(record.sku, structure, 25);
   copy_string(record.family, structure, 26);
-  return 0;
 }
 
-int SmbDecodeSlot(SmbSlotRec* records, const uint8_t* structure, uint32_t index) {
-  if (records == nullptr || structure == nullptr) {
-    return -1;
-  }
-  SmbSlotRec& record = records[index];
-  record.header = header_of(structure);
+void fill(SmbSlotRec& record, const uint8_t* structure) {
   copy_string(record.designation, structure, 4);
   record.type = byte_at(structure, 5);
   record.busDataWidth = byte_at(structure, 6);
@@ -89,24 +74,19 @@ int SmbDecodeSlot(SmbSlotRec* records, const uint8_t* structure, uint32_t index)
   record.id = word_at(structure, 9);
   record.characteristics1 = byte_at(structure, 11);
   record.characteristics2 = byte_at(structure, 12);
-  // Kept on purpose: lengths 14 to 16 take the rest from what follows.
+  // Lengths 14 to 16 take the rest from what follows, kept on purpose: callers see
+  // an address there (docs/oddities.md: smbios-slot-address-length).
   if (record.header.length < 14) {
-    return 0;
+    return;
   }
-  record.segmentGroupNum = word_at(structure, 13);
-  record.busNum = byte_at(structure, 15);
-  record.devFuncNum = byte_at(structure, 16);
-  return 0;
+  record.segmentGroupNum = word_at(structure, layout::slot::kSegment);
+  record.busNum = byte_at(structure, layout::slot::kBus);
+  record.devFuncNum = byte_at(structure, layout::slot::kDeviceFunction);
 }
 
-int SmbDecodeEnclosure(SmbEnclosureRec* records, const uint8_t* structure, uint32_t index) {
-  if (records == nullptr || structure == nullptr) {
-    return -1;
-  }
-  SmbEnclosureRec& record = records[index];
-  record.header = header_of(structure);
+void fill(SmbEnclosureRec& record, const uint8_t* structure) {
   if (record.header.length < 11) {
-    return 0;
+    return;
   }
   record.totalEnclosureBays = byte_at(structure, 8);
   record.usedEnclosureBays = byte_at(structure, 9);
@@ -118,17 +98,11 @@ int SmbDecodeEnclosure(SmbEnclosureRec* records, const uint8_t* structure, uint3
   copy_string(bay, structure, 7);
   record.enclosureBayNumber = static_cast<uint8_t>(strtol(bay, nullptr, 10));
   copy_string(record.enclosureSerialNumber, structure, 10);
-  return 0;
 }
 
-void SmbDecodeGbxTable(SmbGbxTableRec* records, const uint8_t* structure, uint32_t index) {
+void fill(SmbGbxTableRec& record, const uint8_t* structure) {
   constexpr size_t kFirstEntry = 6;
   constexpr size_t kEntrySize = sizeof(GbxConnectorEntry);
-  if (records == nullptr || structure == nullptr) {
-    return;
-  }
-  SmbGbxTableRec& record = records[index];
-  record.header = header_of(structure);
   if (record.header.length < kFirstEntry) {
     return;
   }
@@ -145,13 +119,58 @@ void SmbDecodeGbxTable(SmbGbxTableRec* records, const uint8_t* structure, uint32
   }
 }
 
-void SmbDecodeServerId(SmbServerIdRec* records, const uint8_t* structure, uint32_t index) {
-  if (records == nullptr || structure == nullptr) {
-    return;
-  }
-  SmbServerIdRec& record = records[index];
-  record.header = header_of(structure);
+void fill(SmbServerIdRec& record, const uint8_t* structure) {
   if (record.header.length == 5) {
     copy_string(record.serverSystemIdStr, structure, 4);
   }
+}
+
+// -1 without records or structure.
+template <typename Record>
+int decode_given(Record* records, const uint8_t* structure, uint32_t index) {
+  if (records == nullptr || structure == nullptr) {
+    return -1;
+  }
+  decode<Record>(records, structure, index);
+  return 0;
+}
+
+}  // namespace
+
+template <typename Record>
+void decode(void* records, const uint8_t* structure, uint32_t index) {
+  Record& record = static_cast<Record*>(records)[index];
+  record.header = header_of(structure);
+  fill(record, structure);
+}
+
+template void decode<SmbBiosInfoRec>(void* records, const uint8_t* structure, uint32_t index);
+template void decode<SmbSystemInfoRec>(void* records, const uint8_t* structure, uint32_t index);
+template void decode<SmbSlotRec>(void* records, const uint8_t* structure, uint32_t index);
+template void decode<SmbEnclosureRec>(void* records, const uint8_t* structure, uint32_t index);
+template void decode<SmbGbxTableRec>(void* records, const uint8_t* structure, uint32_t index);
+template void decode<SmbServerIdRec>(void* records, const uint8_t* structure, uint32_t index);
+
+int SmbDecodeBiosInfo(SmbBiosInfoRec* records, const uint8_t* structure, uint32_t index) {
+  return decode_given(records, structure, index);
+}
+
+int SmbDecodeSystemInfo(SmbSystemInfoRec* records, const uint8_t* structure, uint32_t index) {
+  return decode_given(records, structure, index);
+}
+
+int SmbDecodeSlot(SmbSlotRec* records, const uint8_t* structure, uint32_t index) {
+  return decode_given(records, structure, index);
+}
+
+int SmbDecodeEnclosure(SmbEnclosureRec* records, const uint8_t* structure, uint32_t index) {
+  return decode_given(records, structure, index);
+}
+
+void SmbDecodeGbxTable(SmbGbxTableRec* records, const uint8_t* structure, uint32_t index) {
+  decode_given(records, structure, index);
+}
+
+void SmbDecodeServerId(SmbServerIdRec* records, const uint8_t* structure, uint32_t index) {
+  decode_given(records, structure, index);
 }

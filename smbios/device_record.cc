@@ -1,26 +1,26 @@
 #include "smbios/device_record.h"
 
+#include "smbios/oem_layout.h"
 #include "smbios/table.h"
 
-namespace {
-
-constexpr uint8_t kSystemSlot = 9;
-constexpr uint8_t kOnboardDevice = 41;
-
-}  // namespace
+namespace correlation = layout::correlation;
+namespace onboard = layout::onboard;
+namespace slot = layout::slot;
 
 const uint8_t* SmbFindDeviceRecord(const PciFunction& wanted) {
-  // What sits in a slot may show any device number on the slot's bus.
-  const uint8_t* slot = find_of_type(kSystemSlot, [&](const uint8_t* candidate) {
-    return word_at(candidate, 13) == wanted.segment && byte_at(candidate, 15) == wanted.bus;
+  const uint8_t* found = find_of_type(slot::kType, [&](const uint8_t* candidate) {
+    return word_at(candidate, slot::kSegment) == wanted.segment &&
+           byte_at(candidate, slot::kBus) == wanted.bus;
   });
-  if (slot != nullptr) {
-    return slot;
+  if (found != nullptr) {
+    return found;
   }
-  return find_of_type(kOnboardDevice, [&](const uint8_t* candidate) {
-    const unsigned device_function = byte_at(candidate, 10);
-    return word_at(candidate, 7) == wanted.segment && byte_at(candidate, 9) == wanted.bus &&
-           device_function >> 3 == wanted.device && (device_function & 7) == wanted.function;
+  return find_of_type(onboard::kType, [&](const uint8_t* candidate) {
+    const uint8_t device_function = byte_at(candidate, onboard::kDeviceFunction);
+    return word_at(candidate, onboard::kSegment) == wanted.segment &&
+           byte_at(candidate, onboard::kBus) == wanted.bus &&
+           layout::device_of(device_function) == wanted.device &&
+           layout::function_of(device_function) == wanted.function;
   });
 }
 
@@ -29,8 +29,9 @@ uint16_t device_handle(const PciFunction& wanted) {
 }
 
 const uint8_t* find_correlation_at(uint32_t segment, uint32_t bus, uint8_t device_function) {
-  return find_of_type(kDeviceCorrelation, [&](const uint8_t* candidate) {
-    return word_at(candidate, 36) == segment && byte_at(candidate, 38) == bus &&
-           byte_at(candidate, 39) == device_function;
+  return find_of_type(correlation::kType, [&](const uint8_t* candidate) {
+    return word_at(candidate, correlation::kSegment) == segment &&
+           byte_at(candidate, correlation::kBus) == bus &&
+           byte_at(candidate, correlation::kDeviceFunction) == device_function;
   });
 }

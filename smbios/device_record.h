@@ -5,11 +5,6 @@
 
 #include <cstdint>
 
-inline constexpr uint8_t kDeviceCorrelation = 203;
-
-// Correlation structures hold a PCI address from this formatted length on.
-inline constexpr uint8_t kCorrelationWithAddress = 40;
-
 struct PciFunction {
   uint32_t segment;
   uint32_t bus;
@@ -18,8 +13,9 @@ struct PciFunction {
 };
 
 // Returns the first slot (type 9) on the function's segment and bus, whatever
-// its device and function (kept on purpose); else the onboard device (type 41)
-// with the whole address; else null.
+// its device and function, kept on purpose: what sits in a slot may show any
+// device number (docs/oddities.md: smbios-first-slot-on-bus); else the onboard
+// device (type 41) with the whole address; else null.
 const uint8_t* SmbFindDeviceRecord(const PciFunction& wanted);
 
 // Returns the handle of that structure, 0 when there is none or it has none.

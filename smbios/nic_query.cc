@@ -2,26 +2,26 @@
 #include "log/log.h"
 #include "ortinv/oem_queries.h"
 #include "smbios/device_record.h"
+#include "smbios/oem_layout.h"
 #include "smbios/table.h"
 
 namespace {
 
-constexpr uint8_t kNicInfo = 233;
-constexpr size_t kNicInfoPortOffset = 40;
-constexpr size_t kCorrelationPortOffset = 25;
+namespace correlation = layout::correlation;
 
 // 0 when the NIC is not there or its port is not given.
 uint8_t port_from_nic_info(uint8_t segment, uint8_t bus, uint8_t device_function) {
   DebugLog("smbios: SmbGetNicPortNum: Using Type 233 record (NIC_INFO)...\n");
-  const uint8_t* nic = find_of_type(kNicInfo, [&](const uint8_t* candidate) {
-    return word_at(candidate, 4) == segment && byte_at(candidate, 6) == bus &&
-           byte_at(candidate, 7) == device_function;
+  const uint8_t* nic = find_of_type(layout::nic::kType, [&](const uint8_t* candidate) {
+    return word_at(candidate, layout::nic::kSegment) == segment &&
+           byte_at(candidate, layout::nic::kBus) == bus &&
+           byte_at(candidate, layout::nic::kDeviceFunction) == device_function;
   });
   if (nic == nullptr) {
     return 0;
   }
   DebugLog("smbios: SmbGetNicPortNum: NIC FOUND in Type 233 record (NIC_INFO)...\n");
-  return byte_at(nic, kNicInfoPortOffset);
+  return byte_at(nic, layout::nic::kPort);
 }
 
 uint8_t port_from_correlation(uint8_t segment, uint8_t bus, uint8_t device_function) {
@@ -31,7 +31,7 @@ uint8_t port_from_correlation(uint8_t segment, uint8_t bus, uint8_t device_funct
     return 0;
   }
   DebugLog("smbios: SmbGetNicPortNum: NIC FOUND in Type 203 record (DEVICE CORRELATION)...\n");
-  return byte_at(nic, kCorrelationPortOffset);
+  return byte_at(nic, correlation::kNicPort);
 }
 
 }  // namespace
@@ -39,9 +39,9 @@ uint8_t port_from_correlation(uint8_t segment, uint8_t bus, uint8_t device_funct
 uint8_t SmbGetNicPortNum(uint8_t segment, uint8_t bus, uint8_t device_function) {
   DebugLog("smbios: SmbGetNicPortNum: for PCI segment [0x%x] bus [0x%x] devfunc [0x%x]...\n",
            segment, bus, device_function);
-  // Without correlations the type 233 structures are not asked either (kept on
-  // purpose).
-  const uint8_t* first_correlation = next_of_type(kDeviceCorrelation, nullptr);
+  // Without correlations the type 233 structures are not asked either, kept on
+  // purpose: callers see this 0 (docs/oddities.md: smbios-nic-needs-correlation).
+  const uint8_t* first_correlation = next_of_type(correlation::kType, nullptr);
   if (first_correlation == nullptr) {
     return 0;
   }
@@ -49,9 +49,10 @@ uint8_t SmbGetNicPortNum(uint8_t segment, uint8_t bus, uint8_t device_function) 
   if (port != 0) {
     return port;
   }
-  // Also after a NIC without port number was found (kept on purpose).
+  // Also after a NIC without port number was found, kept on purpose: readers of
+  // the log know the pair (docs/oddities.md: smbios-nic-found-not-found).
   DebugLog("smbios: SmbGetNicPortNum: NIC NOT FOUND in Type 233 record (NIC_INFO)!\n");
-  if (formatted_length(first_correlation) < kCorrelationWithAddress) {
+  if (formatted_length(first_correlation) < correlation::kLengthWithAddress) {
     return 0;
   }
   return port_from_correlation(segment, bus, device_function);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <string_view>
 
+#include "base/text.h"
+
 namespace {
 
 constexpr std::string_view kLettersAndDigits =
@@ -19,4 +21,11 @@ void SmbTrimSerial(SerialText& serial) {
   SerialText trimmed = {};
   kept.copy(trimmed.data(), trimmed.size() - 1);
   serial = trimmed;
+}
+
+SerialText trimmed_serial(const char* text) {
+  SerialText serial = {};
+  copy_text(serial, text);
+  SmbTrimSerial(serial);
+  return serial;
 }

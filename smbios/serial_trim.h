@@ -12,4 +12,8 @@ using SerialText = std::array<char, 64>;
 // of a text without letters and digits.
 void SmbTrimSerial(SerialText& serial);
 
+// Returns a drive's serial as it is compared: trimmed; a longer one is cut to 63
+// characters before.
+SerialText trimmed_serial(const char* text);
+
 #endif  // TVUREV_SMBIOS_SERIAL_TRIM_H_

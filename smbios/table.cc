@@ -165,6 +165,15 @@ const uint8_t* next_of_type(uint8_t type, const uint8_t* after) {
   return nullptr;
 }
 
+uint32_t count_of_type(uint8_t type) {
+  uint32_t count = 0;
+  for (const uint8_t* structure = next_of_type(type, nullptr); structure != nullptr;
+       structure = next_of_type(type, structure)) {
+    ++count;
+  }
+  return count;
+}
+
 bool table_initialised() {
   return g_table.initialised;
 }

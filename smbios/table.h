@@ -45,6 +45,8 @@ const char* string_at(const uint8_t* structure, size_t offset);
 // when there is no more.
 const uint8_t* next_of_type(uint8_t type, const uint8_t* after);
 
+uint32_t count_of_type(uint8_t type);
+
 // Returns the first structure of this type that matches, null without one.
 template <typename Predicate>
 const uint8_t* find_of_type(uint8_t type, Predicate matches) {

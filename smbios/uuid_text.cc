@@ -11,7 +11,8 @@ namespace {
 constexpr unsigned kMarks = 0x11D0;
 constexpr unsigned kSwappedMarks = 0xD011;
 
-// The bits are tested as masks, not as values: it is a guess, kept as it is.
+// The bits are tested as masks, not as values, a guess that is kept on purpose:
+// callers know hosts by the result (docs/oddities.md: smbios-uuid-guess).
 bool stored_big_endian(unsigned time_high) {
   return time_high != 0 && (time_high & kMarks) != kMarks &&
          (time_high & kSwappedMarks) == kSwappedMarks;

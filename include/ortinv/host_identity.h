@@ -7,6 +7,7 @@
 #ifndef ORTINV_HOST_IDENTITY_H_
 #define ORTINV_HOST_IDENTITY_H_
 
+#include <ortinv/export.h>
 /* NOLINTNEXTLINE(modernize-deprecated-headers): also read by C compilers */
 #include <stdint.h>
 
@@ -31,13 +32,13 @@ struct HostIdentity {
 /* Returns the first character of the version number that the host's command
  * line tool reports ('8' for 8.0.2), or 0 when it could not be read. Blocks
  * until the tool has ended. */
-char get_distro(void);
+ORTINV_API char get_distro(void);
 
 /* Copies the host's identity to record and builds it first when this has not
  * been done. Nothing is reported: without "uname" sysDescr is empty, without
  * the platform's library product is empty and the numbers are 0. With null the
  * record is not built. */
-void getDistro(struct HostIdentity* record);
+ORTINV_API void getDistro(struct HostIdentity* record);
 
 #ifdef __cplusplus
 }

@@ -7,6 +7,7 @@
 #include <ortinv/oem_queries.h>
 #include <ortinv/smbios_records.h>
 #include <ortinv/smbios_table.h>
+#include <ortinv/smbios_types.h>
 
 /* The hypervisor: release, memory, installed software. */
 #include <ortinv/host_identity.h>
@@ -17,9 +18,12 @@
 #include <ortinv/entity_mib.h>
 #include <ortinv/interval.h>
 #include <ortinv/network_address.h>
+#include <ortinv/pci_support_check.h>
 #include <ortinv/rev_mode.h>
 #include <ortinv/support_check.h>
+#include <ortinv/variables.h>
 
+#include <ortinv/export.h>
 #include <ortinv/library.h>
 #include <ortinv/text_cut.h>
 

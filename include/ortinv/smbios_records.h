@@ -9,6 +9,7 @@
 #ifndef ORTINV_SMBIOS_RECORDS_H_
 #define ORTINV_SMBIOS_RECORDS_H_
 
+#include <ortinv/export.h>
 /* NOLINTBEGIN(modernize-deprecated-headers): also read by C compilers */
 #include <assert.h>
 #include <stdint.h>
@@ -33,12 +34,14 @@ struct SmbBiosInfoRec {
   char version[64];
   char releaseDate[64];
   uint32_t address; /* starting address segment */
-  /* In KiB. The size byte is read as signed (kept on purpose): 0xFF gives 0,
-   * and sizes above 8 MiB wrap. */
+  /* In KiB. The size byte is read as signed: 0xFF gives 0, and sizes above 8 MiB
+   * wrap, kept on purpose: callers see these sizes (docs/oddities.md:
+   * smbios-rom-size-signed). */
   uint16_t romSize;
   uint8_t characteristics[8];
-  /* From a formatted length of 21 on, although the two bytes end at 20 (kept on
-   * purpose). */
+  /* From a formatted length of 21 on, although the two bytes end at 20, kept on
+   * purpose: callers see zeros at 20 (docs/oddities.md:
+   * smbios-bios-extension-length). */
   uint8_t extCharacteristics1;
   uint8_t extCharacteristics2;
 };
@@ -70,11 +73,14 @@ struct SmbSlotRec {
   uint8_t characteristics1;
   uint8_t characteristics2;
   /* The PCI address: from a formatted length of 14 on, although its three fields
-   * end at 17 (kept on purpose). */
+   * end at 17, kept on purpose: callers see an address there (docs/oddities.md:
+   * smbios-slot-address-length). */
   uint16_t segmentGroupNum;
   uint8_t busNum;
   uint8_t devFuncNum;
-  uint8_t SegmentNum; /* never filled: always 0 */
+  /* Never filled, always 0, kept on purpose: the record's size is fixed and its
+   * dump prints it (docs/oddities.md: smbios-slot-segmentnum). */
+  uint8_t SegmentNum;
 };
 static_assert(sizeof(struct SmbSlotRec) == 145, "record sizes are fixed");
 
@@ -129,27 +135,34 @@ static_assert(sizeof(struct SmbGbxTableRec) == 70, "record sizes are fixed");
  * be zero-filled. Called by SmBiosGetRecords, under its lock: texts are cleaned
  * in the table. Return 0, or -1 when records or structure is null; the last two
  * then do nothing. */
-int SmbDecodeBiosInfo(struct SmbBiosInfoRec* records, const uint8_t* structure, uint32_t index);
-int SmbDecodeSystemInfo(struct SmbSystemInfoRec* records, const uint8_t* structure, uint32_t index);
-int SmbDecodeSlot(struct SmbSlotRec* records, const uint8_t* structure, uint32_t index);
-int SmbDecodeEnclosure(struct SmbEnclosureRec* records, const uint8_t* structure, uint32_t index);
-void SmbDecodeGbxTable(struct SmbGbxTableRec* records, const uint8_t* structure, uint32_t index);
-void SmbDecodeServerId(struct SmbServerIdRec* records, const uint8_t* structure, uint32_t index);
+ORTINV_API int SmbDecodeBiosInfo(struct SmbBiosInfoRec* records, const uint8_t* structure,
+                                 uint32_t index);
+ORTINV_API int SmbDecodeSystemInfo(struct SmbSystemInfoRec* records, const uint8_t* structure,
+                                   uint32_t index);
+ORTINV_API int SmbDecodeSlot(struct SmbSlotRec* records, const uint8_t* structure, uint32_t index);
+ORTINV_API int SmbDecodeEnclosure(struct SmbEnclosureRec* records, const uint8_t* structure,
+                                  uint32_t index);
+ORTINV_API void SmbDecodeGbxTable(struct SmbGbxTableRec* records, const uint8_t* structure,
+                                  uint32_t index);
+ORTINV_API void SmbDecodeServerId(struct SmbServerIdRec* records, const uint8_t* structure,
+                                  uint32_t index);
 
 /* Print records to standard output. A null record prints nothing. */
-void SmbDumpBiosInfo(const struct SmbBiosInfoRec* record);
+ORTINV_API void SmbDumpBiosInfo(const struct SmbBiosInfoRec* record);
 
 /* Leaves out the UUID and the family. */
-void SmbDumpSystemInfo(const struct SmbSystemInfoRec* record);
-void SmbDumpSlots(const struct SmbSlotRec* records, uint32_t count);
-void SmbDumpEnclosure(const struct SmbEnclosureRec* records, uint32_t count);
+ORTINV_API void SmbDumpSystemInfo(const struct SmbSystemInfoRec* record);
+ORTINV_API void SmbDumpSlots(const struct SmbSlotRec* records, uint32_t count);
+ORTINV_API void SmbDumpEnclosure(const struct SmbEnclosureRec* records, uint32_t count);
 
-/* Prints the first record, count times, and always all four entries (kept on
- * purpose). */
-void SmbDumpGbxTable(const struct SmbGbxTableRec* records, uint32_t count);
+/* Prints the first record, count times, and always all four entries, kept on
+ * purpose: readers of the output see these repeats (docs/oddities.md:
+ * smbios-gbx-dump-repeats). */
+ORTINV_API void SmbDumpGbxTable(const struct SmbGbxTableRec* records, uint32_t count);
 
-/* Prints only when count is exactly 1. */
-void SmbDumpServerId(const struct SmbServerIdRec* records, uint32_t count);
+/* Prints only when count is exactly 1, kept on purpose: readers of the output
+ * see one ID or none (docs/oddities.md: smbios-server-id-dump-one). */
+ORTINV_API void SmbDumpServerId(const struct SmbServerIdRec* records, uint32_t count);
 
 #ifdef __cplusplus
 }

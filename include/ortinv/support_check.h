@@ -1,7 +1,10 @@
 /* Tells whether the server's BMC is of the supported generation, 6, and caches
- * the BMC's answer in "/opt/ortdv/tmp/moxstatus". Usable from C. */
+ * the BMC's answer in "/opt/ortdv/tmp/moxstatus". Not locked: the calls that talk
+ * to the BMC must not run in parallel. Usable from C. */
 #ifndef ORTINV_SUPPORT_CHECK_H_
 #define ORTINV_SUPPORT_CHECK_H_
+
+#include <ortinv/export.h>
 
 #ifdef __cplusplus
 extern "C" {
@@ -11,7 +14,7 @@ extern "C" {
  * status file of root's decides alone ("Mox6" in its first line); otherwise the
  * BMC is asked on a channel of its own, and its generation is written to the
  * file, whatever it is. Failures and the BMC's firmware version are logged. */
-int SystemSupported(void);
+ORTINV_API int SystemSupported(void);
 
 #ifdef __cplusplus
 }

@@ -1,6 +1,8 @@
-/* Two ways to cut a text short, in place. Usable from C. */
+/* Two ways to cut a text short, in place. Any thread may call them. Usable from C. */
 #ifndef ORTINV_TEXT_CUT_H_
 #define ORTINV_TEXT_CUT_H_
+
+#include <ortinv/export.h>
 
 #ifdef __cplusplus
 extern "C" {
@@ -10,10 +12,10 @@ extern "C" {
  * nothing for null or a length below 1. */
 
 /* Ends the text at its first character that is no ASCII letter or digit. */
-void CutAtNonAlnum(char* text, int length);
+ORTINV_API void CutAtNonAlnum(char* text, int length);
 
 /* Ends the text at its first "(". */
-void CutAtParen(char* text, int length);
+ORTINV_API void CutAtParen(char* text, int length);
 
 #ifdef __cplusplus
 }

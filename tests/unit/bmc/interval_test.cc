@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstdio>
 #include <string>
 
 #include "tests/unit/bmc/bmc_script.h"
@@ -194,6 +196,24 @@ TEST_F(Interval, WritingFailsWithAStatusAlsoOnStandardOutput) {
   EXPECT_EQ(own_logs(), Lines({"6 utils: setIntervalEV(): Set Periodic Trap Interval Failed with "
                                "error [0x88]!\n"}));
   EXPECT_EQ(output.text(), "Set Periodic Trap Interval Failed with error [0x88]!\n");
+}
+
+TEST_F(Interval, PrintsToAnotherStreamOrNowhere) {
+  FILE* stream = std::tmpfile();
+  for (FILE* chosen : {stream, static_cast<FILE*>(nullptr)}) {
+    ortinv_set_print_stream(chosen);
+    expect_open(kFd);
+    expect_nvram(kFd, kGet, "00 c9");
+    script.close(kFd);
+    EXPECT_EQ(getIntervalEV(10), 0U);
+  }
+  ortinv_set_print_stream(stdout);
+  EXPECT_EQ(output.text(), "");
+  std::rewind(stream);
+  std::array<char, 100> printed = {};
+  fread(printed.data(), 1, printed.size() - 1, stream);
+  std::fclose(stream);
+  EXPECT_STREQ(printed.data(), " Get Periodic Trap Interval Failed! return status [0xc9]\n");
 }
 
 }  // namespace

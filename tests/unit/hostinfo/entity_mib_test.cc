@@ -7,7 +7,6 @@
 #include <ctime>
 #include <string>
 
-#include "hostinfo/entity_mib_path.h"
 #include "ortinv/network_address.h"
 #include "tests/unit/hostinfo/debug_log.h"
 #include "tests/unit/hostinfo/fresh_process.h"
@@ -124,12 +123,23 @@ TEST(EntityMibTest, ReportsAFileThatCannotBeCreated) {
 
 TEST(EntityMibTest, CanBeSentToAnotherFile) {
   in_fresh_process([] {
-    g_entity_mib_path = "/other.xml";
+    EXPECT_EQ(ortinv_set_entity_mib_path("/other.xml"), 0);
     DebuggedScript script;
     script.fopen("/other.xml", "w+");
     EXPECT_EQ(update_ent_mib_xml(), 0);
     EXPECT_EQ(script.written_to("/other.xml"), registration("192.0.2.10"));
   });
+}
+
+TEST(EntityMibTest, KeepsItsPathWhenAnotherOneDoesNotFit) {
+  EXPECT_STREQ(ortinv_entity_mib_path(), kFile);
+  EXPECT_EQ(ortinv_set_entity_mib_path(""), -1);
+  EXPECT_EQ(ortinv_set_entity_mib_path(std::string(256, 'p').c_str()), -1);
+  EXPECT_STREQ(ortinv_entity_mib_path(), kFile);
+  EXPECT_EQ(ortinv_set_entity_mib_path(std::string(255, 'p').c_str()), 0);
+  EXPECT_EQ(ortinv_entity_mib_path(), std::string(255, 'p'));
+  EXPECT_EQ(ortinv_set_entity_mib_path(nullptr), 0);
+  EXPECT_STREQ(ortinv_entity_mib_path(), kFile);
 }
 
 TEST(EntityMibTest, AsksTheBmcAgainOnlyAfterHalfAnHour) {

@@ -246,6 +246,60 @@ TEST(HostIdentityTest, CutsWhatIsNotGraphicFromTheEndOfATruncatedVersion) {
   });
 }
 
+TEST(HostIdentityTest, CutsTheBlanksOfATruncatedVersion) {
+  in_fresh_process([] {
+    // 31 + 1 + 95: the field's last characters are blanks of the version.
+    set_version(std::string(31, 'P'), std::string(92, 'V') + "   V", "", "", 1);
+    EXPECT_EQ(build_identity().version, std::string(31, 'P') + " " + std::string(92, 'V'));
+  });
+}
+
+TEST(HostIdentityTest, TakesEveryCharacterFromExclamationMarkToTildeForGraphic) {
+  const auto version_ending_in = [](char last) {
+    set_version(std::string(31, 'P'), std::string(94, 'V') + last, "", "", 1);
+    return std::string(build_identity().version);
+  };
+  const std::string rest = std::string(31, 'P') + " " + std::string(94, 'V');
+  for (const char last : {'!', '~'}) {
+    in_fresh_process([&] { EXPECT_EQ(version_ending_in(last), rest + last); });
+  }
+  for (const char last : {'\x1F', ' ', '\x7F', '\x80'}) {
+    in_fresh_process([&] { EXPECT_EQ(version_ending_in(last), rest); });
+  }
+}
+
+TEST(HostIdentityTest, NeverCutsTheFirstCharacterOfAVersion) {
+  // The field ends inside a version of blanks.
+  in_fresh_process([] {
+    set_version("", std::string(127, ' '), "", "", 1);
+    EXPECT_STREQ(build_identity().version, " ");
+  });
+}
+
+TEST(HostIdentityTest, NamesAFirstUpdateAndAFirstPatch) {
+  in_fresh_process([] {
+    EXPECT_EQ(version_texts("0", "1"),
+              Texts("VMware ESXi 8.0.2 Build-1234 Patch 1", "8.0.2 Build-1234 Patch 1"));
+  });
+  in_fresh_process([] {
+    EXPECT_EQ(version_texts("1", "1"), Texts("VMware ESXi 8.0.2 Build-1234 Update 1 Patch 1",
+                                             "8.0.2 Build-1234 Update 1 Patch 1"));
+  });
+}
+
+TEST(HostIdentityTest, EndsAnUpdateAndAPatchThatFillTheirField) {
+  // The number must end with its field: behind it lie other digits, those of the
+  // patch and of the build.
+  in_fresh_process([] {
+    set_version("P", "1", "0", std::string(31, '0') + "7", '5');
+    EXPECT_STREQ(build_identity().short_version, "1 Build-53");
+  });
+  in_fresh_process([] {
+    set_version("P", "1", std::string(30, '0') + "78", "9", 1);
+    EXPECT_STREQ(build_identity().short_version, "1 Build-1 Update 7 Patch 9");
+  });
+}
+
 TEST(GetDistroTest, GivesTheFirstCharacterOfTheVersion) {
   DebuggedScript script;
   script.popen(kVersion).prints("8.0.2\n");

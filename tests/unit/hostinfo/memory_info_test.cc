@@ -61,6 +61,10 @@ TEST(MemoryInfoTest, RoundsTowardZero) {
   EXPECT_EQ(read_info("   Free:-2047 KB\n", "").free_physical, -1);
 }
 
+TEST(MemoryInfoTest, ReadsTheLargest32BitNumber) {
+  EXPECT_EQ(read_info("   Physical memory estimate:2147483647 KB\n", "").total_physical, 2097151);
+}
+
 TEST(MemoryInfoTest, GivesZeroForAFigureThatIsNotPrinted) {
   const HostMemInfo info = read_info("   Physical memory estimate:4096 KB\n", "");
   EXPECT_EQ(info.total_physical, 4);

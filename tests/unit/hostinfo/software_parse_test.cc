@@ -55,6 +55,14 @@ TEST(ComponentParserTest, ReadsAttributesOnlyNextToTheirTag) {
   EXPECT_STREQ(record.version, "");
 }
 
+TEST(ComponentParserTest, SkipsOneCharacterForTheOpeningQuote) {
+  EXPECT_STREQ(component({R"(<componentNameSpec name=bare other="x"/>)"}).name, "are other=");
+  EXPECT_STREQ(component({R"(<componentNameSpec name='single' other="x"/>)"}).name,
+               "single' other=");
+  EXPECT_STREQ(component({"<componentNameSpec name='single'/>"}).name, "");
+  EXPECT_STREQ(component({R"(<componentVersionSpec version=1.2" />)"}).version, ".2");
+}
+
 TEST(ComponentParserTest, TakesTheFirstAttributeOfThatNameOnTheLine) {
   // "name=" also ends longer attribute names.
   EXPECT_STREQ(component({R"(<componentNameSpec uiname="first" name="second"/>)"}).name, "first");
@@ -143,6 +151,11 @@ TEST(BulletinParserTest, LetsTheLaterKindWin) {
   EXPECT_STREQ(bulletin({"<tag>module</tag>", "<tag>driver</tag>"}).kind, "driver");
   EXPECT_STREQ(bulletin({"<tag>driver</tag>", "<tag>module</tag>"}).kind, "module");
   EXPECT_STREQ(bulletin({"<tag>other</tag>"}).kind, "");
+}
+
+TEST(BulletinParserTest, TakesALineWithBothKindsForADriver) {
+  EXPECT_STREQ(bulletin({"<tag>module</tag><tag>driver</tag>"}).kind, "driver");
+  EXPECT_STREQ(bulletin({"<tag>driver</tag><tag>module</tag>"}).kind, "driver");
 }
 
 TEST(BulletinParserTest, EndsALaterNameAndLeavesTheTailOfOtherValues) {

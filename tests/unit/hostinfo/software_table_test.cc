@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -19,6 +20,8 @@
 extern "C" {
 using DirectoryFilter = int (*)(const dirent*);
 using DirectoryOrder = int (*)(const dirent**, const dirent**);
+void __real_free(void* memory);
+void __wrap_free(void* memory);
 int __real_scandir(const char* directory, dirent*** entries, DirectoryFilter filter,
                    DirectoryOrder order);
 int __wrap_scandir(const char* directory, dirent*** entries, DirectoryFilter filter,
@@ -32,6 +35,12 @@ constexpr int kOpenFlags = O_RDONLY | O_NONBLOCK | O_CLOEXEC;
 
 // Stands in for the image database's directory; empty: it is not there.
 std::string g_image_database;
+
+// The array that the last listing handed out, until it is freed.
+dirent** g_listing;
+
+// What the library is to ask for.
+std::string g_expected_directory = kBulletins;
 
 std::string component_text(const std::string& name) {
   return "<component>\n<componentNameSpec name=\"" + name + "\"/>\n</component>\n";
@@ -96,6 +105,10 @@ std::vector<std::string> names_of(const std::vector<SwInstalledRec>& records) {
   return names;
 }
 
+std::ptrdiff_t open_descriptors() {
+  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
 using Names = std::vector<std::string>;
 
 TEST_F(SoftwareTableTest, ComponentsSkipHiddenAndUnstableFiles) {
@@ -142,7 +155,9 @@ TEST_F(SoftwareTableTest, WhatIsNoReadableFileIsSkippedWithoutBlocking) {
   ASSERT_EQ(mkfifo((directory_ + "b.xml").c_str(), 0600), 0);
   std::filesystem::create_symlink("nowhere", directory_ + "c.xml");
   add_file("d.xml", component_text("d"));
+  const std::ptrdiff_t open_before = open_descriptors();
   EXPECT_EQ(names_of(parse(SwParseComponents)), Names({"d", "", "", "", "", ""}));
+  EXPECT_EQ(open_descriptors(), open_before);
 }
 
 TEST_F(SoftwareTableTest, LinesAreReadInPiecesOf4095Characters) {
@@ -201,6 +216,7 @@ TEST_F(SoftwareTableTest, TheBuildHasOneSlotForEachDirectoryEntry) {
     EXPECT_STREQ(table[skipped].name, "");
   }
   EXPECT_EQ(script.logs(), Lines({"6 swCount [4]. Allocating mem...\n"}));
+  EXPECT_EQ(g_listing, nullptr) << "the listing is not released";
 }
 
 TEST_F(SoftwareTableTest, ARebuildReplacesTheTable) {
@@ -242,6 +258,85 @@ TEST_F(SoftwareTableTest, ADirectoryThatVanishesLeavesNoOldTable) {
   g_image_database.clear();
   uint32_t count = 99;
   EXPECT_EQ(get_software_installed_table(&count), nullptr);
+  EXPECT_EQ(count, 0U);
+}
+
+TEST_F(SoftwareTableTest, AnotherDirectoryCanBeSet) {
+  const std::string usual = ortinv_image_database();
+  EXPECT_EQ(usual, kBulletins);
+  add_file("a.xml", component_text("a"));
+  const std::string without_slash = directory_.substr(0, directory_.size() - 1);
+  EXPECT_EQ(ortinv_set_image_database(without_slash.c_str()), 0);
+  EXPECT_EQ(ortinv_image_database(), directory_);
+  EXPECT_EQ(ortinv_set_image_database(directory_.c_str()), 0);
+  EXPECT_EQ(ortinv_image_database(), directory_);
+  g_expected_directory = directory_;
+  g_image_database = directory_;
+  uint32_t count = 0;
+  ASSERT_NE(get_software_installed_table(&count), nullptr);
+  EXPECT_EQ(count, 1U);
+  g_expected_directory = kBulletins;
+  EXPECT_EQ(ortinv_set_image_database(nullptr), 0);
+  EXPECT_EQ(ortinv_image_database(), usual);
+}
+
+TEST_F(SoftwareTableTest, ADirectoryThatDoesNotFitIsNotSet) {
+  EXPECT_EQ(ortinv_set_image_database(""), -1);
+  EXPECT_EQ(ortinv_set_image_database(std::string(255, 'd').c_str()), -1);
+  EXPECT_EQ(ortinv_set_image_database((std::string(255, 'd') + "/").c_str()), -1);
+  EXPECT_STREQ(ortinv_image_database(), kBulletins);
+  EXPECT_EQ(ortinv_set_image_database(std::string(254, 'd').c_str()), 0);
+  EXPECT_EQ(ortinv_image_database(), std::string(254, 'd') + "/");
+  EXPECT_EQ(ortinv_set_image_database(nullptr), 0);
+}
+
+TEST_F(SoftwareTableTest, BulletinsAreListedBesideTheTable) {
+  add_file("a.xml", component_text("a"));
+  add_file("b.xml", bulletin_text("b"));
+  add_file("c.sig", bulletin_text("c"));
+  SwInstalledRec* records = nullptr;
+  uint32_t count = 99;
+  DebuggedScript script;
+  expect_build(script, {"a.xml", "b.xml"});
+  EXPECT_EQ(SwListBulletins(&records, &count), 0);
+  ASSERT_EQ(count, 2U);
+  EXPECT_STREQ(records[0].name, "");
+  EXPECT_STREQ(records[1].name, "b");
+  free(records);
+  EXPECT_EQ(SwInstalledCount(), 0U);
+  EXPECT_EQ(g_listing, nullptr) << "the listing is not released";
+}
+
+TEST_F(SoftwareTableTest, NoBulletinsAreNoFailure) {
+  add_file("c.sig", bulletin_text("c"));
+  auto* records = reinterpret_cast<SwInstalledRec*>(this);
+  uint32_t count = 99;
+  DebuggedScript script;
+  expect_build(script, {});
+  EXPECT_EQ(SwListBulletins(&records, &count), 0);
+  EXPECT_EQ(records, nullptr);
+  EXPECT_EQ(count, 0U);
+  EXPECT_EQ(SwListBulletins(nullptr, &count), -1);
+  EXPECT_EQ(SwListBulletins(&records, nullptr), -1);
+}
+
+TEST_F(SoftwareTableTest, BulletinsOfAMissingDirectoryAreAFailure) {
+  auto* records = reinterpret_cast<SwInstalledRec*>(this);
+  uint32_t count = 99;
+  EXPECT_EQ(SwListBulletins(&records, &count), -1);
+  EXPECT_EQ(records, nullptr);
+  EXPECT_EQ(count, 0U);
+}
+
+TEST_F(SoftwareTableTest, BulletinsWithoutMemoryAreAFailure) {
+  add_file("b.xml", bulletin_text("b"));
+  SwInstalledRec* records = nullptr;
+  uint32_t count = 99;
+  DebuggedScript script;
+  expect_build(script, {});
+  script.fail_calloc(1);
+  EXPECT_EQ(SwListBulletins(&records, &count), -1);
+  EXPECT_EQ(records, nullptr);
   EXPECT_EQ(count, 0U);
 }
 
@@ -341,11 +436,20 @@ TEST_F(SoftwareTableTest, ManyThreadsCanLookUpAtOnce) {
 
 int __wrap_scandir(const char* directory, dirent*** entries, DirectoryFilter filter,
                    DirectoryOrder order) {
-  EXPECT_STREQ(directory, kBulletins);
+  EXPECT_EQ(directory, g_expected_directory);
   EXPECT_EQ(order, &alphasort);
   if (g_image_database.empty()) {
     errno = ENOENT;
     return -1;
   }
-  return __real_scandir(g_image_database.c_str(), entries, filter, order);
+  const int count = __real_scandir(g_image_database.c_str(), entries, filter, order);
+  g_listing = *entries;
+  return count;
+}
+
+void __wrap_free(void* memory) {
+  if (memory == g_listing) {
+    g_listing = nullptr;
+  }
+  __real_free(memory);
 }

@@ -31,6 +31,12 @@ TEST(CutAtNonAlnumTest, TakesOnlyAsciiForLetters) {
             "stra");
 }
 
+TEST(CutAtNonAlnumTest, TakesNoNeighbourOfALetterOrDigitForOne) {
+  for (const char neighbour : {'/', ':', '@', '[', '`', '{'}) {
+    EXPECT_EQ(cut(CutAtNonAlnum, std::string("a") + neighbour + "b", 3), "a") << neighbour;
+  }
+}
+
 TEST(CutAtNonAlnumTest, LeavesWhatLiesBeyondTheLength) {
   EXPECT_EQ(cut(CutAtNonAlnum, "abc def", 3), "abc def");
   EXPECT_EQ(cut(CutAtNonAlnum, "abc def", 4), "abc");

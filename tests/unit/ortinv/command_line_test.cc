@@ -11,7 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "hostinfo/entity_mib_path.h"
 #include "tests/support/call_script.h"
 #include "tests/unit/ortinv/fake_host.h"
 
@@ -36,7 +35,7 @@ class CommandLineTest : public testing::Test {
     const int fd = mkstemp(path_.data());
     close(fd);
     std::ofstream(path_) << "<logical>\n<TAddress>198.51.100.1</TAddress>\n";
-    g_entity_mib_path = path_.c_str();
+    g_host.registration_file = path_;
   }
   ~CommandLineTest() override { remove(path_.c_str()); }
 
@@ -54,7 +53,7 @@ class CommandLineTest : public testing::Test {
 TEST_F(CommandLineTest, VersionAndHelpSucceed) {
   const Result version = run({"--version"});
   EXPECT_EQ(version.status, 0);
-  EXPECT_EQ(version.out, "ortinv " ORTINV_VERSION "\n");
+  EXPECT_EQ(version.out, "ortinv " PROJECT_VERSION "\n");
   EXPECT_EQ(run({"--help"}).status, 0);
   EXPECT_NE(run({"bmc", "interval", "--help"}).out.find("8, 9 or 10"), std::string::npos);
 }
@@ -251,6 +250,16 @@ TEST_F(CommandLineTest, HostWithoutAPathFindsNoCommand) {
   EXPECT_EQ(run({"host", "--json"}).document()["problems"].size(), 3U);
 }
 
+TEST_F(CommandLineTest, HostTakesNoFileForACommandThatCannotBeExecuted) {
+  g_host.commands = {"uname", "localcli"};
+  g_host.plain_files = {"vsish"};
+  const Result result = run({"host"});
+  EXPECT_EQ(result.status, 3);
+  EXPECT_EQ(result.error,
+            "ortinv: vsish: command not found; run ortinv on the host, with /sbin and /bin on "
+            "PATH\n");
+}
+
 TEST_F(CommandLineTest, SoftwareListsBothFormsInATable) {
   const Result result = run({"software"});
   EXPECT_EQ(result.status, 0);
@@ -308,6 +317,7 @@ TEST_F(CommandLineTest, BmcFailuresSayWhatIsWrong) {
       {"bmc", "address"}, {"bmc", "mode"}, {"bmc", "interval", "8"}, {"entity-mib", "--write"}};
   for (const auto& command : commands) {
     g_host = full_host();
+    g_host.registration_file = path_;
     g_host.answers = false;
     EXPECT_EQ(run(command).error,
               "ortinv: BMC: does not answer; check its health, and reset it if need be\n");
@@ -383,6 +393,17 @@ TEST_F(CommandLineTest, BmcThatRefusesIsAProblem) {
             "ortinv: BMC: refuses variable KXHVM6 with status 129; check its firmware\n");
 }
 
+TEST_F(CommandLineTest, BmcStatusOfOneIsARefusalAndNotMissing) {
+  g_host.variable_status = 1;
+  for (const auto& command : std::vector<std::vector<const char*>>{
+           {"bmc", "mode", "on"}, {"bmc", "mode"}, {"bmc", "interval", "8", "5"}}) {
+    const Result result = run(command);
+    EXPECT_EQ(result.status, 3);
+    EXPECT_NE(result.error.find(" with status 1; check its firmware\n"), std::string::npos);
+  }
+  EXPECT_EQ(g_host.writes, 0);
+}
+
 TEST_F(CommandLineTest, EntityMibShowsTheRegistration) {
   const Result result = run({"entity-mib", "--json"});
   EXPECT_EQ(result.status, 0);
@@ -415,7 +436,7 @@ TEST_F(CommandLineTest, EntityMibWriteNamesTheFileThatFails) {
 }
 
 TEST_F(CommandLineTest, EntityMibWriteNoticesAFileThatWasNotWritten) {
-  g_entity_mib_path = "/dev/full";
+  g_host.registration_file = "/dev/full";
   const Result result = run({"entity-mib", "--write"});
   EXPECT_EQ(result.status, 3);
   EXPECT_EQ(result.error, "ortinv: /dev/full: could not be written; check the free space\n");
@@ -466,6 +487,7 @@ TEST_F(CommandLineTest, AllPrintsTablesForPeople) {
 
 TEST_F(CommandLineTest, AllNamesEachMissingSourceOnce) {
   g_host = bare_host();
+  g_host.registration_file = path_;
   remove(path_.c_str());
   const Result result = run({"all", "--json"});
   EXPECT_EQ(result.status, 3);
@@ -487,6 +509,17 @@ TEST_F(CommandLineTest, TextFromOutsideCannotSteerATerminal) {
   // The document replaces what is no UTF-8.
   EXPECT_EQ(run({"pci", "0000:03:00.0", "--json"}).document()["pci"][0]["name"],
             "\xEF\xBF\xBD\xEF\xBF\xBD( \x1B[31m\t\"\\");
+}
+
+TEST_F(CommandLineTest, EveryControlCharacterOfAsciiReadsAsADot) {
+  for (int character = 1; character <= 0x7F; ++character) {
+    if (character == ' ') {
+      character = 0x7F;
+    }
+    g_host.pci["0000:03:00.0"].name = std::string("a") + static_cast<char>(character) + "b";
+    EXPECT_NE(run({"pci", "0000:03:00.0"}).out.find("  Name         a.b\n"), std::string::npos)
+        << character;
+  }
 }
 
 TEST_F(CommandLineTest, AFullDiskIsNoticed) {

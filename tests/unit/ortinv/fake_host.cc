@@ -11,23 +11,19 @@
 #include <cstring>
 #include <fstream>
 
-#include "bmc/channel.h"
-#include "bmc/nvram.h"
-#include "hostinfo/entity_mib_path.h"
 #include "ortinv/entity_mib.h"
 #include "ortinv/interval.h"
+#include "ortinv/library.h"
 #include "ortinv/network_address.h"
 #include "ortinv/oem_queries.h"
 #include "ortinv/rev_mode.h"
 #include "ortinv/smbios_records.h"
 #include "ortinv/smbios_table.h"
-#include "wire/kcs.h"
+#include "ortinv/variables.h"
 
 FakeHost g_host;
 
 namespace {
-
-constexpr int kFd = 100;
 
 template <size_t size>
 void set_text(char (&field)[size], const std::string& text) {
@@ -64,48 +60,6 @@ const FakeDrive* find_drive(const std::string& serial) {
     }
   }
   return nullptr;
-}
-
-// The structures that tell which devices and drives there are.
-using Structure = std::vector<uint8_t>;
-
-Structure pci_structure(uint8_t type, size_t length, size_t segment_at,
-                        const std::string& address) {
-  unsigned segment = 0;
-  unsigned bus = 0;
-  unsigned device = 0;
-  unsigned function = 0;
-  sscanf(address.c_str(), "%x:%x:%x.%x", &segment, &bus, &device, &function);
-  Structure structure(256);
-  structure[0] = type;
-  structure[1] = static_cast<uint8_t>(length);
-  structure[segment_at] = static_cast<uint8_t>(segment);
-  structure[segment_at + 1] = static_cast<uint8_t>(segment >> 8);
-  structure[segment_at + 2] = static_cast<uint8_t>(bus);
-  structure[segment_at + 3] = static_cast<uint8_t>(device << 3 | function);
-  return structure;
-}
-
-std::vector<Structure> all_structures() {
-  std::vector<Structure> structures;
-  for (const auto& [address, device] : g_host.pci) {
-    structures.push_back(pci_structure(9, 17, 0x0D, address));
-    structures.push_back(pci_structure(41, 11, 7, address));
-    structures.push_back(pci_structure(203, 40, 36, address));
-    structures.push_back(pci_structure(233, 41, 4, address));
-  }
-  // Not to be taken for devices: an empty slot, and one without an address.
-  structures.push_back(pci_structure(9, 17, 0x0D, "0000:ff:1f.7"));
-  structures.push_back(pci_structure(9, 13, 0x0D, "0000:99:00.0"));
-  for (const FakeDrive& drive : g_host.drives) {
-    Structure structure(256);
-    structure[0] = 242;
-    structure[1] = 43;
-    structure[39] = 1;
-    memcpy(&structure[100], drive.serial.data(), std::min<size_t>(drive.serial.size(), 155));
-    structures.push_back(structure);
-  }
-  return structures;
 }
 
 template <typename Record>
@@ -147,14 +101,7 @@ void* make_record(uint32_t type) {
   }
 }
 
-const char* variable_of(int selector) {
-  return selector == 8 ? "KXHVM8" : (selector == 9 ? "KXHVM9" : "KXHVMA");
-}
-
-uint32_t variable_value(const std::string& name) {
-  const auto found = g_host.variables.find(name);
-  return found == g_host.variables.end() ? 0 : found->second;
-}
+FILE* g_print_stream = stdout;
 
 int write_variable(const std::string& name, uint32_t value) {
   if (!g_host.takes_values) {
@@ -175,7 +122,7 @@ FakeHost full_host() {
   FakeHost host;
   host.pci["0000:03:00.0"] = {"PCI-E Slot 1", "Network adapter", "P12345-001", "Linked", 2};
   host.pci["0000:5e:1f.7"] = {"Embedded", "", "", "", 0};
-  host.drives = {{"  ABC123  ", "Port=1I:Box=1:Bay=1", "SAS"}, {"XYZ", "Port=1I:Box=1:Bay=2", ""}};
+  host.drives = {{"ABC123", "Port=1I:Box=1:Bay=1", "SAS"}, {"XYZ", "Port=1I:Box=1:Bay=2", ""}};
   set_text(host.identity.product, "VMware ESXi");
   set_text(host.identity.version, "VMware ESXi 8.0.2 Build-1234 Update 2");
   set_text(host.identity.full_version, "VMware ESXi 8.0.2 Build-1234 Update 2");
@@ -222,29 +169,29 @@ FakeHost odd_host() {
 
 // --- the SMBIOS table ---
 
-int SmBiosInit() {
+// Wrapped, not replaced: the rows of the types and the dumps are the library's own.
+extern "C" {
+int __wrap_SmbListPciDevices(SmbPciAddress** addresses, uint32_t* count);
+int __wrap_SmbListDrives(SmbDriveInfo** drives, uint32_t* count);
+int __wrap_SmBiosInit();
+int __wrap_SmBiosGetRecords(uint32_t type, void** records, uint32_t* count);
+char* __wrap_SmbGetPciLocation(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function);
+const char* __wrap_SmbGetPartNumber(uint32_t segment, uint32_t bus, uint32_t device,
+                                    uint32_t function);
+const char* __wrap_SmbGetPciName(uint32_t segment, uint32_t bus, uint32_t device,
+                                 uint32_t function);
+const char* __wrap_SmbGetPciLinkedString(uint8_t segment, uint8_t bus, uint8_t device,
+                                         uint8_t function);
+uint8_t __wrap_SmbGetNicPortNum(uint8_t segment, uint8_t bus, uint8_t device_function);
+const char* __wrap_SmbGetHdLoc(const char* serial_number);
+const char* __wrap_SmbGetHdString(const char* serial_number);
+}
+
+int __wrap_SmBiosInit() {
   return g_host.has_smbios ? 0 : -1;
 }
 
-int SmBiosFindStructure(uint8_t type, uint16_t index, const uint8_t** structure) {
-  static std::vector<Structure> structures;
-  if (index == 0) {
-    structures = all_structures();
-  }
-  for (const Structure& candidate : structures) {
-    if (candidate[0] == type && index-- == 0) {
-      *structure = candidate.data();
-      return 1;
-    }
-  }
-  return 0;
-}
-
-const char* SmBiosGetString(const uint8_t* structure, uint16_t number) {
-  return number == 0 ? "" : reinterpret_cast<const char*>(structure + 100);
-}
-
-int SmBiosGetRecords(uint32_t type, void** records, uint32_t* count) {
+int __wrap_SmBiosGetRecords(uint32_t type, void** records, uint32_t* count) {
   const auto& types = g_host.record_types;
   const bool found = std::find(types.begin(), types.end(), type) != types.end();
   *records = found ? make_record(type) : nullptr;
@@ -252,39 +199,66 @@ int SmBiosGetRecords(uint32_t type, void** records, uint32_t* count) {
   return found ? 0 : -1;
 }
 
-char* SmbGetPciLocation(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function) {
+char* __wrap_SmbGetPciLocation(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function) {
   const FakePciDevice* found = find_device(segment, bus, device, function);
   return found != nullptr && !found->location.empty() ? strdup(found->location.c_str()) : nullptr;
 }
 
-const char* SmbGetPartNumber(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function) {
+const char* __wrap_SmbGetPartNumber(uint32_t segment, uint32_t bus, uint32_t device,
+                                    uint32_t function) {
   const FakePciDevice* found = find_device(segment, bus, device, function);
   return found != nullptr ? text_of(found->part_number) : nullptr;
 }
 
-const char* SmbGetPciName(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function) {
+const char* __wrap_SmbGetPciName(uint32_t segment, uint32_t bus, uint32_t device,
+                                 uint32_t function) {
   const FakePciDevice* found = find_device(segment, bus, device, function);
   return found != nullptr ? text_of(found->name) : nullptr;
 }
 
-const char* SmbGetPciLinkedString(uint8_t segment, uint8_t bus, uint8_t device, uint8_t function) {
+const char* __wrap_SmbGetPciLinkedString(uint8_t segment, uint8_t bus, uint8_t device,
+                                         uint8_t function) {
   const FakePciDevice* found = find_device(segment, bus, device, function);
   return found != nullptr ? text_of(found->linked_text) : nullptr;
 }
 
-uint8_t SmbGetNicPortNum(uint8_t segment, uint8_t bus, uint8_t device_function) {
+uint8_t __wrap_SmbGetNicPortNum(uint8_t segment, uint8_t bus, uint8_t device_function) {
   const FakePciDevice* found = find_device(segment, bus, device_function >> 3, device_function & 7);
   return found != nullptr ? found->nic_port : uint8_t{0};
 }
 
-const char* SmbGetHdLoc(const char* serial_number) {
+const char* __wrap_SmbGetHdLoc(const char* serial_number) {
   const FakeDrive* found = find_drive(serial_number);
   return found != nullptr ? text_of(found->location) : nullptr;
 }
 
-const char* SmbGetHdString(const char* serial_number) {
+const char* __wrap_SmbGetHdString(const char* serial_number) {
   const FakeDrive* found = find_drive(serial_number);
   return found != nullptr ? text_of(found->text) : nullptr;
+}
+
+int __wrap_SmbListPciDevices(SmbPciAddress** addresses, uint32_t* count) {
+  *count = 0;
+  *addresses = static_cast<SmbPciAddress*>(calloc(g_host.pci.size() + 1, sizeof(SmbPciAddress)));
+  for (const auto& [address, device] : g_host.pci) {
+    std::array<unsigned, 4> numbers = {};
+    sscanf(address.c_str(), "%x:%x:%x.%x", &numbers[0], &numbers[1], &numbers[2], &numbers[3]);
+    if (numbers[1] == 0xFF) {
+      continue;  // no device
+    }
+    (*addresses)[(*count)++] = {static_cast<uint16_t>(numbers[0]), static_cast<uint8_t>(numbers[1]),
+                                static_cast<uint8_t>(numbers[2]), static_cast<uint8_t>(numbers[3])};
+  }
+  return 0;
+}
+
+int __wrap_SmbListDrives(SmbDriveInfo** drives, uint32_t* count) {
+  *count = 0;
+  *drives = static_cast<SmbDriveInfo*>(calloc(g_host.drives.size() + 1, sizeof(SmbDriveInfo)));
+  for (const FakeDrive& drive : g_host.drives) {
+    set_text((*drives)[(*count)++].serial, drive.serial);
+  }
+  return 0;
 }
 
 // --- the hypervisor ---
@@ -322,42 +296,61 @@ int SwFindInstalled(const char* name, SwInstalledRec* record) {
   return 0;
 }
 
-int SwParseBulletins(dirent** /*entries*/, int entry_count, SwInstalledRec* records,
-                     const char* /*directory*/) {
-  for (int i = 0; i < entry_count; ++i) {
-    records[i] = g_host.bulletins[static_cast<size_t>(i)];
-  }
+int SwListBulletins(SwInstalledRec** records, uint32_t* count) {
+  *count = static_cast<uint32_t>(g_host.bulletins.size());
+  *records = static_cast<SwInstalledRec*>(calloc(*count + 1, sizeof(SwInstalledRec)));
+  std::copy(g_host.bulletins.begin(), g_host.bulletins.end(), *records);
   return 0;
+}
+
+const char* ortinv_image_database() {
+  return "/var/db/esximg/bulletins/";
 }
 
 // --- the BMC ---
 
-int mox_chrdev(const char* /*name*/) {
-  return g_host.has_channel ? kFd : -1;
+const char* ortinv_mode_variable() {
+  return "KXHVM6";
 }
-void close_channel(int /*fd*/) {}
-
-int OsGetEV(int /*fd*/, const char* name, uint8_t* /*value*/, uint16_t /*capacity*/,
-            uint8_t* status, uint16_t* /*length*/) {
-  *status = g_host.variables.contains(name) ? g_host.variable_status : nvram::response::kNotFound;
-  return g_host.answers ? 0 : 1;
+const char* ortinv_interval_variable(int selector) {
+  return selector == 8 ? "KXHVM8" : (selector == 9 ? "KXHVM9" : "KXHVMA");
 }
 
-int getRevModeConfig() {
-  return static_cast<int>(variable_value("KXHVM6"));
+int ortinv_interval_selector(uint32_t index) {
+  return index < 3 ? static_cast<int>(index) + 8 : -1;
 }
+
+int ortinv_read_variable(const char* name, uint8_t* value, uint16_t capacity, uint16_t* /*length*/,
+                         uint8_t* status) {
+  if (!g_host.has_channel || !g_host.answers) {
+    return g_host.has_channel ? kOrtinvReadNoAnswer : kOrtinvReadNoChannel;
+  }
+  const auto found = g_host.variables.find(name);
+  if (found == g_host.variables.end()) {
+    return kOrtinvReadMissing;
+  }
+  *status = g_host.variable_status;
+  if (*status != 0) {
+    return kOrtinvReadRefused;
+  }
+  for (size_t i = 0; i < capacity; ++i) {
+    value[i] = static_cast<uint8_t>(found->second >> 8 * i);
+  }
+  return kOrtinvReadThere;
+}
+
 int setRevModeConfig(uint8_t value) {
   return write_variable("KXHVM6", value);
 }
 
-// The two print on standard output, as the library's do.
-uint32_t getIntervalEV(int selector) {
-  puts("noise");
-  return variable_value(variable_of(selector));
+void ortinv_set_print_stream(FILE* stream) {
+  g_print_stream = stream;
 }
 int setIntervalEV(int selector, uint32_t value) {
-  puts("noise");
-  return write_variable(variable_of(selector), value);
+  if (g_print_stream != nullptr) {
+    fputs("noise\n", g_print_stream);  // as the library's
+  }
+  return write_variable(ortinv_interval_variable(selector), value);
 }
 
 int get_Mox_IPv4(char* address) {
@@ -379,13 +372,15 @@ int get_Mox_IPv6(char* address, int* ipv6_enabled, int* ipv4_enabled) {
   return 0;
 }
 
-const char* g_entity_mib_path = "/etc/config/ent_mib/ort.xml";
+const char* ortinv_entity_mib_path() {
+  return g_host.registration_file.c_str();
+}
 
 int update_ent_mib_xml() {
   if (!g_host.can_register) {
     return 1;
   }
-  std::ofstream(g_entity_mib_path) << "<TAddress>" << g_host.ipv4 << "</TAddress>\n";
+  std::ofstream(g_host.registration_file) << "<TAddress>" << g_host.ipv4 << "</TAddress>\n";
   return 0;
 }
 
@@ -395,20 +390,20 @@ extern "C" {
 int __wrap_access(const char* path, int mode);
 DIR* __real_opendir(const char* path);
 DIR* __wrap_opendir(const char* path);
-using DirectoryFilter = int (*)(const dirent*);
-using DirectoryOrder = int (*)(const dirent**, const dirent**);
-int __wrap_scandir(const char* directory, dirent*** entries, DirectoryFilter filter,
-                   DirectoryOrder order);
 }
 
-int __wrap_access(const char* path, int /*mode*/) {
+int __wrap_access(const char* path, int mode) {
   const std::string text = path;
-  const bool there =
-      text.starts_with("/vmfs/")
-          ? g_host.has_bmc_driver
-          : std::any_of(g_host.commands.begin(), g_host.commands.end(),
-                        [&](const std::string& command) { return text == "/bin/" + command; });
-  return there ? 0 : -1;
+  if (text.starts_with("/vmfs/")) {
+    return g_host.has_bmc_driver ? 0 : -1;
+  }
+  const auto is_there = [&](const std::string& name) { return text == "/bin/" + name; };
+  const auto& commands = g_host.commands;
+  const auto& files = g_host.plain_files;
+  if (std::any_of(commands.begin(), commands.end(), is_there)) {
+    return 0;
+  }
+  return mode != X_OK && std::any_of(files.begin(), files.end(), is_there) ? 0 : -1;
 }
 
 DIR* __wrap_opendir(const char* /*path*/) {
@@ -416,12 +411,9 @@ DIR* __wrap_opendir(const char* /*path*/) {
   return g_host.has_image_database ? __real_opendir("/") : nullptr;
 }
 
-int __wrap_scandir(const char* /*directory*/, dirent*** entries, DirectoryFilter /*filter*/,
-                   DirectoryOrder /*order*/) {
-  const size_t count = g_host.bulletins.size();
-  *entries = static_cast<dirent**>(calloc(count, sizeof(dirent*)));
-  for (size_t i = 0; i < count; ++i) {
-    (*entries)[i] = static_cast<dirent*>(calloc(1, sizeof(dirent)));
-  }
-  return static_cast<int>(count);
+// --- the library itself ---
+
+const char* ortinv_version() {
+  return ORTINV_VERSION;
 }
+void ortinv_init_debug_log() {}

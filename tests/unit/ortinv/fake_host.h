@@ -22,7 +22,7 @@ struct FakePciDevice {
 };
 
 struct FakeDrive {
-  std::string serial;  // as in the table, with padding
+  std::string serial;  // trimmed
   std::string location;
   std::string text;
 };
@@ -35,6 +35,7 @@ struct FakeHost {
   std::vector<FakeDrive> drives;
 
   std::vector<std::string> commands = {"uname", "localcli", "vsish"};
+  std::vector<std::string> plain_files;  // named like commands, not executable
   HostIdentity identity = {};
   char major_version = '8';
   HostMemInfo memory = {65536, 32768, 2048, 1024};
@@ -56,6 +57,7 @@ struct FakeHost {
   int writes = 0;  // of variables
 
   std::string registration;  // what the file holds
+  std::string registration_file = "/etc/config/ent_mib/ort.xml";
   bool can_register = true;
 };
 

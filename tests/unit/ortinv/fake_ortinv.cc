@@ -7,7 +7,6 @@
 #include <fstream>
 #include <string>
 
-#include "hostinfo/entity_mib_path.h"
 #include "ortinv/command_line.h"
 #include "tests/unit/ortinv/fake_host.h"
 
@@ -22,7 +21,7 @@ int main(int argc, char** argv) {
     return EXIT_FAILURE;
   }
   close(fd);
-  g_entity_mib_path = path.c_str();
+  g_host.registration_file = path;
   std::ofstream(path) << "<TAddress>" << g_host.registration << "</TAddress>\n";
   const int status = run_ortinv(argc - 1, argv + 1);
   remove(path.c_str());

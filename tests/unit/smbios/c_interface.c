@@ -6,6 +6,7 @@
 #include "ortinv/oem_queries.h"
 #include "ortinv/smbios_records.h"
 #include "ortinv/smbios_table.h"
+#include "ortinv/smbios_types.h"
 
 uint32_t count_slots_from_c(void) {
   struct SmbSlotRec* slots = NULL;
@@ -31,4 +32,14 @@ uint32_t count_structures_from_c(void) {
 
 const char* pci_name_from_c(uint32_t segment, uint32_t bus) {
   return SmbGetPciName(segment, bus, 0, 0);
+}
+
+uint32_t count_fields_from_c(void) {
+  uint32_t fields = 0;
+  uint32_t index = 0;
+  for (index = 0; index < SmbTypeCount(); ++index) {
+    const struct SmbType* type = SmbTypeAt(index);
+    fields += type->field_count;
+  }
+  return fields;
 }

@@ -11,6 +11,7 @@ extern "C" {
 
 uint32_t count_slots_from_c(void);
 uint32_t count_structures_from_c(void);
+uint32_t count_fields_from_c(void);
 const char* pci_name_from_c(uint32_t segment, uint32_t bus);
 
 #ifdef __cplusplus

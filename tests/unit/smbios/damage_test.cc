@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <cstring>
 #include <random>
+#include <span>
 #include <string>
 
 #include "ortinv/oem_queries.h"
-#include "ortinv/smbios_records.h"
+#include "ortinv/smbios_types.h"
 #include "tests/unit/smbios/loaded_table.h"
 
 namespace {
@@ -147,32 +148,6 @@ bool ends(const char* text) {
   return text == nullptr || strlen(text) <= kBlockSize;
 }
 
-template <size_t Size>
-bool fits(const char (&field)[Size]) {
-  return strnlen(field, Size) < Size;
-}
-
-bool good(const SmbBiosInfoRec& record) {
-  return fits(record.vendor) && fits(record.version) && fits(record.releaseDate);
-}
-bool good(const SmbSystemInfoRec& record) {
-  return fits(record.manufacturer) && fits(record.productName) && fits(record.version) &&
-         fits(record.serialNumber) && fits(record.uuid) && fits(record.sku) && fits(record.family);
-}
-bool good(const SmbSlotRec& record) {
-  return fits(record.designation) && record.SegmentNum == 0;
-}
-bool good(const SmbServerIdRec& record) {
-  return fits(record.serverSystemIdStr);
-}
-bool good(const SmbEnclosureRec& record) {
-  return fits(record.rackName) && fits(record.enclosureName) && fits(record.enclosureModel) &&
-         fits(record.enclosureSerialNumber);
-}
-bool good(const SmbGbxTableRec& record) {
-  return record.entryCount <= 15;
-}
-
 // How many structures of each type the walk meets, having read all of each.
 std::vector<uint32_t> walk() {
   std::vector<uint32_t> counts(256);
@@ -197,15 +172,46 @@ std::vector<uint32_t> walk() {
   return counts;
 }
 
-template <typename Record>
-void expect_good_records(uint32_t type, const std::vector<uint32_t>& counts) {
-  const auto records = records_of<Record>(type);
-  EXPECT_EQ(records.size(), counts[type]) << type;
-  for (const Record& record : records) {
-    if (!good(record)) {
-      ADD_FAILURE() << "a text without end in a record of type " << type;
+void expect_good_records(const SmbType& type, const std::vector<uint32_t>& counts) {
+  void* array = nullptr;
+  uint32_t count = 7;
+  EXPECT_EQ(SmBiosGetRecords(type.type, &array, &count), counts[type.type] == 0 ? -1 : 0);
+  EXPECT_EQ(count, counts[type.type]) << type.name;
+  const auto* record = static_cast<const char*>(array);
+  for (uint32_t index = 0; index < count; ++index, record += type.record_size) {
+    for (const SmbField& field : std::span(type.fields, type.field_count)) {
+      const bool ended = field.kind != kSmbFieldText ||
+                         strnlen(record + field.offset, field.size_or_count) < field.size_or_count;
+      if (!ended) {
+        ADD_FAILURE() << "no end of " << field.key << " in " << type.name;
+      }
     }
   }
+  free(array);
+}
+
+void expect_good_lists(const std::vector<uint32_t>& counts) {
+  SmbPciAddress* addresses = nullptr;
+  uint32_t count = 0;
+  EXPECT_EQ(SmbListPciDevices(&addresses, &count), 0);
+  EXPECT_LE(count, counts[9] + counts[41] + counts[203] + counts[233]);
+  for (uint32_t index = 0; index < count; ++index) {
+    if (addresses[index].device > 31 || addresses[index].function > 7) {
+      ADD_FAILURE() << "no PCI address";
+    }
+  }
+  free(addresses);
+  SmbDriveInfo* drives = nullptr;
+  EXPECT_EQ(SmbListDrives(&drives, &count), 0);
+  EXPECT_EQ(count, counts[242]);
+  for (uint32_t index = 0; drives != nullptr && index < count; ++index) {
+    const SmbDriveInfo& drive = drives[index];
+    if (strnlen(drive.serial, sizeof drive.serial) == sizeof drive.serial ||
+        !ends(drive.location) || !ends(drive.text)) {
+      ADD_FAILURE() << "no end of a drive's texts";
+    }
+  }
+  free(drives);
 }
 
 void expect_sound_answers(uint8_t bus, uint8_t device_function) {
@@ -227,12 +233,10 @@ void expect_sound_table(Random& random) {
   expect_sound_answers(3, static_cast<uint8_t>(random()));
   EXPECT_TRUE(ends(SmbGetHdLoc("SN1")));
   EXPECT_TRUE(ends(SmbGetHdString("SN1")));
-  expect_good_records<SmbBiosInfoRec>(0, counts);
-  expect_good_records<SmbSystemInfoRec>(1, counts);
-  expect_good_records<SmbSlotRec>(9, counts);
-  expect_good_records<SmbServerIdRec>(195, counts);
-  expect_good_records<SmbEnclosureRec>(204, counts);
-  expect_good_records<SmbGbxTableRec>(222, counts);
+  expect_good_lists(counts);
+  for (uint32_t index = 0; index < SmbTypeCount(); ++index) {
+    expect_good_records(*SmbTypeAt(index), counts);
+  }
   const uint8_t* structure = nullptr;
   if (SmBiosNextStructure(&structure) == 1) {
     const int length = static_cast<int>(random()) >> (random() % 32);

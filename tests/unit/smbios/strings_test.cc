@@ -28,6 +28,19 @@ TEST_F(Strings, AreCountedFromOne) {
   EXPECT_STREQ(SmBiosGetString(structure, 3), "three");
 }
 
+// More strings than a field can number: the number is wider than a field.
+TEST_F(Strings, AreCountedBeyond255) {
+  SmbiosStructure structure(1, 0x0100, 4);
+  for (int number = 1; number <= 600; ++number) {
+    structure.string("string " + std::to_string(number));
+  }
+  load(SmbiosTable().add(structure));
+  EXPECT_STREQ(SmBiosGetString(structure_of(1), 255), "string 255");
+  EXPECT_STREQ(SmBiosGetString(structure_of(1), 256), "string 256");
+  EXPECT_STREQ(SmBiosGetString(structure_of(1), 257), "string 257");
+  EXPECT_STREQ(SmBiosGetString(structure_of(1), 600), "string 600");
+}
+
 TEST_F(Strings, AreEmptyForNumberZero) {
   load(three_strings());
   EXPECT_STREQ(SmBiosGetString(structure_of(1), 0), "");

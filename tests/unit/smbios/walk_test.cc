@@ -135,6 +135,20 @@ TEST_F(Walk, FindsTheStructuresOfATypeByIndex) {
   EXPECT_EQ(SmBiosFindStructure(9, 0, nullptr), 0);
 }
 
+TEST_F(Walk, FindsMoreThan256StructuresOfATypeByIndex) {
+  SmbiosTable table;
+  for (uint16_t handle = 0; handle < 600; ++handle) {
+    table.add(SmbiosStructure(9, handle, 17));
+  }
+  load(table);
+  for (const int index : {0, 255, 256, 257, 599}) {
+    const uint8_t* structure = structure_of(9, static_cast<uint16_t>(index));
+    EXPECT_EQ(structure[2] | structure[3] << 8, index);
+  }
+  const uint8_t* untouched = nullptr;
+  EXPECT_EQ(SmBiosFindStructure(9, 600, &untouched), 0);
+}
+
 TEST_F(Walk, KeepsItsPointersValidUntilTheTableIsReleased) {
   load(SmbiosTable().add(SmbiosStructure(9, 0x10, 17).string(4, "first")));
   const uint8_t* structure = structure_of(9);
