@@ -7,6 +7,7 @@ namespace Snmp_pp {
 Pdu& Pdu::operator+=(const Vb& binding) {
   if (binding.valid() && get_vb_count() < kMaxBindings) {
     bindings_.push_back(binding);
+    trap_buffer_ = {};
   }
   return *this;
 }
@@ -21,6 +22,7 @@ bool Pdu::get_vb(Vb& binding, int position) const {
 
 bool Pdu::set_v1_trap_address(const Address& address) {
   trap_address_ = GenAddress(address);
+  trap_buffer_ = {};
   return trap_address_.valid();
 }
 

@@ -2,6 +2,7 @@
 #ifndef SNMP_PP_OCTET_H_
 #define SNMP_PP_OCTET_H_
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,9 @@ class OctetStr : public SnmpSyntax {
   // The octets, len() of them and no terminating zero; may be null when there
   // are none. They stay until the object changes.
   const unsigned char* data() const { return octets_.data(); }
+
+  // The same as one, until the object changes. Not part of SNMP++.
+  std::span<const unsigned char> octets() const { return octets_; }
 
   SmiUINT32 get_syntax() const override { return sNMP_SYNTAX_OCTETS; }
   OctetStr* clone() const override { return new OctetStr(*this); }

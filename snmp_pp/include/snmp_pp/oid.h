@@ -2,6 +2,7 @@
 #ifndef SNMP_PP_OID_H_
 #define SNMP_PP_OID_H_
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,9 @@ class Oid : public SnmpSyntax {
 
   // The arc at a position counted from 0; 0 beyond the last one.
   unsigned long operator[](unsigned long position) const;
+
+  // All arcs, until the object changes. Not part of SNMP++.
+  std::span<const SmiUINT32> arcs() const { return arcs_; }
 
   // Drops the last count arcs, all when there are fewer.
   void trim(unsigned long count = 1);

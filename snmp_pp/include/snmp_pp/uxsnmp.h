@@ -46,10 +46,10 @@ class Snmp {
   //   SNMP_CLASS_TL_UNSUPPORTED    the address is neither IP nor UDP
   //   SNMP_CLASS_INVALID_NOTIFYID  the notify id has fewer than two arcs
   //   SNMP_ERROR_TOO_BIG           the message would exceed 4096 octets
-  //   SNMP_CLASS_RESOURCE_UNAVAIL  no memory for the message
-  //   SNMP_CLASS_ERROR             the message could not be encoded
   //   SNMP_CLASS_TL_FAILED         the send failed, with errno of the send
   //   SNMP_CLASS_SUCCESS
+  // Takes no memory. The bindings are encoded once: the Pdu keeps its encoded form
+  // for the next receiver until it is changed.
   int trap(Pdu& pdu, SnmpTarget& target);
 
   // One line of text for a result of the constructor or of trap, for every

@@ -45,6 +45,11 @@ class Vb {
   // (get_syntax()).
   int get_value(SnmpSyntax& destination) const;
 
+  // Name and value, null without a value, until the object changes. Not part of
+  // SNMP++.
+  const Oid& name() const { return name_; }
+  const SnmpSyntax* value() const { return value_.get(); }
+
   // The kind of the value; sNMP_SYNTAX_NULL when there is none.
   SmiUINT32 get_syntax() const;
 
