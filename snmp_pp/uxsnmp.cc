@@ -85,6 +85,10 @@ Snmp::Snmp(int& status, unsigned short port)
     status = status_of_socket_error(errno);
     return;
   }
+  status = SNMP_CLASS_SUCCESS;
+  if (port == 0) {
+    return;
+  }
   const sockaddr_in local = socket_address(port);
   if (bind(socket_, reinterpret_cast<const sockaddr*>(&local), sizeof(local)) != 0) {
     const int error = errno;
@@ -92,9 +96,7 @@ Snmp::Snmp(int& status, unsigned short port)
     socket_ = -1;
     errno = error;
     status = status_of_bind_error(error);
-    return;
   }
-  status = SNMP_CLASS_SUCCESS;
 }
 
 Snmp::~Snmp() {

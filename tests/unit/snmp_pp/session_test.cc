@@ -37,9 +37,9 @@ TEST(Session, OpensAndClosesOneSocket) {
     int status = -99;
     const Snmp session(status);
     EXPECT_EQ(status, SNMP_CLASS_SUCCESS);
-    EXPECT_THAT(calls.calls, ElementsAre("socket", "bind 0.0.0.0:0"));
+    EXPECT_THAT(calls.calls, ElementsAre("socket"));
   }
-  EXPECT_THAT(calls.calls, ElementsAre("socket", "bind 0.0.0.0:0", "close"));
+  EXPECT_THAT(calls.calls, ElementsAre("socket", "close"));
 }
 
 TEST(Session, BindsToTheLocalPortItIsGiven) {
@@ -86,11 +86,11 @@ TEST(Session, MapsTheErrorsOfBindAndClosesTheSocket) {
     calls.bind_error = error;
     {
       int status = -99;
-      const Snmp session(status);
+      const Snmp session(status, 5555);
       EXPECT_EQ(status, expected) << error;
       EXPECT_EQ(errno, error);
     }
-    EXPECT_THAT(calls.calls, ElementsAre("socket", "bind 0.0.0.0:0", "close"));
+    EXPECT_THAT(calls.calls, ElementsAre("socket", "bind 0.0.0.0:5555", "close"));
   }
 }
 
@@ -157,9 +157,8 @@ TEST(Trap, GoesToPort162WithoutAPort) {
   calls.swallow = true;
   EXPECT_EQ(send_trap(sample_pdu(), target_of("192.0.2.1")), SNMP_CLASS_SUCCESS);
   EXPECT_EQ(send_trap(sample_pdu(), target_of(" 192.0.2.1/1162")), SNMP_CLASS_SUCCESS);
-  EXPECT_THAT(calls.calls,
-              ElementsAre("socket", "bind 0.0.0.0:0", "sendto 192.0.2.1:162", "close", "socket",
-                          "bind 0.0.0.0:0", "sendto 192.0.2.1:1162", "close"));
+  EXPECT_THAT(calls.calls, ElementsAre("socket", "sendto 192.0.2.1:162", "close", "socket",
+                                       "sendto 192.0.2.1:1162", "close"));
   EXPECT_TRUE(calls.close_on_exec);
   EXPECT_TRUE(calls.look_ups.empty());
 }
@@ -176,8 +175,7 @@ TEST(Trap, ReportsAnyFailureOfTheSendWithItsErrno) {
       EXPECT_EQ(session.trap(pdu, target), SNMP_CLASS_TL_FAILED);
     }
     EXPECT_EQ(errno, error);
-    EXPECT_THAT(calls.calls,
-                ElementsAre("socket", "bind 0.0.0.0:0", "sendto 192.0.2.1:162", "close"));
+    EXPECT_THAT(calls.calls, ElementsAre("socket", "sendto 192.0.2.1:162", "close"));
   }
 }
 
