@@ -1,15 +1,31 @@
 #include "snmp_pp/pdu.h"
 
+#include <utility>
+
 #include "snmp_pp/config_snmp_pp.h"
 
 namespace Snmp_pp {
 
 Pdu& Pdu::operator+=(const Vb& binding) {
-  if (binding.valid() && get_vb_count() < kMaxBindings) {
-    bindings_.push_back(binding);
-    trap_buffer_ = {};
-  }
+  append(binding);
   return *this;
+}
+
+Pdu& Pdu::operator+=(Vb&& binding) {
+  append(std::move(binding));
+  return *this;
+}
+
+template <typename Binding>
+void Pdu::append(Binding&& binding) {
+  if (!binding.valid() || get_vb_count() >= kMaxBindings) {
+    return;
+  }
+  if (bindings_.empty()) {
+    bindings_.reserve(kMaxBindings);
+  }
+  bindings_.push_back(std::forward<Binding>(binding));
+  trap_buffer_ = {};
 }
 
 bool Pdu::get_vb(Vb& binding, int position) const {

@@ -22,6 +22,11 @@ inline constexpr unsigned kMaxEncodedArcs = 128;
 // The largest message that is sent, in octets.
 inline constexpr unsigned kMaxMessageOctets = 4096;
 
+// How many arcs and octets need no heap. With 32 arcs, which no name in use has
+// more of, as many octets as take the same place.
+inline constexpr unsigned kShortOid = 32;
+inline constexpr unsigned kShortString = 4 * kShortOid;
+
 // The port of a destination that names none: that of trap receivers.
 inline constexpr unsigned short kDefaultTrapPort = 162;
 

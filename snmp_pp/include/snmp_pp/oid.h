@@ -2,10 +2,12 @@
 #ifndef SNMP_PP_OID_H_
 #define SNMP_PP_OID_H_
 
+#include <algorithm>
 #include <span>
-#include <string>
-#include <vector>
 
+#include "snmp_pp/config_snmp_pp.h"
+#include "snmp_pp/printed_text.h"
+#include "snmp_pp/short_vector.h"
 #include "snmp_pp/smival.h"
 
 namespace Snmp_pp {
@@ -18,6 +20,9 @@ namespace Snmp_pp {
 // doubled ones are skipped ("1..3." is 1.3); any other character makes the
 // whole text invalid, and so does a text without digits. A number above 32 bits
 // keeps its low 32.
+//
+// The arcs lie in the object, on the heap only where there are more than
+// kShortOid of them; a moved-from Oid has none and is invalid.
 class Oid : public SnmpSyntax {
  public:
   // No arcs, invalid.
@@ -27,8 +32,11 @@ class Oid : public SnmpSyntax {
   // Copies length arcs; none when arcs is null or length not positive.
   Oid(const unsigned long* arcs, int length);
   Oid(const Oid&) = default;
+  Oid(Oid&&) = default;
+  ~Oid() override = default;
 
   Oid& operator=(const Oid&) = default;
+  Oid& operator=(Oid&&) = default;
   Oid& operator=(const char* text);
   SnmpSyntax& operator=(const SnmpSyntax& other) override;
 
@@ -40,7 +48,7 @@ class Oid : public SnmpSyntax {
   Oid& operator+=(const char* text);
 
   // Equal means: the same arcs. Two invalid objects are equal.
-  bool operator==(const Oid& other) const { return arcs_ == other.arcs_; }
+  bool operator==(const Oid& other) const { return std::ranges::equal(arcs_, other.arcs_); }
 
   // The number of arcs.
   unsigned long len() const { return arcs_.size(); }
@@ -60,8 +68,8 @@ class Oid : public SnmpSyntax {
   const char* get_printable() const override;
 
  private:
-  std::vector<SmiUINT32> arcs_;
-  mutable std::string text_;
+  ShortVector<SmiUINT32, kShortOid> arcs_;
+  mutable PrintedText text_;
 };
 
 }  // namespace Snmp_pp

@@ -24,6 +24,8 @@ class Pdu {
   // Appends a copy. An invalid binding is refused silently and takes no place;
   // beyond 25 every binding is dropped silently.
   Pdu& operator+=(const Vb& binding);
+  // Takes what a binding holds that may go.
+  Pdu& operator+=(Vb&& binding);
 
   int get_vb_count() const { return static_cast<int>(bindings_.size()); }
 
@@ -75,7 +77,10 @@ class Pdu {
   TrapBuffer& trap_buffer() { return trap_buffer_; }
 
  private:
-  std::vector<Vb> bindings_;
+  template <typename Binding>
+  void append(Binding&& binding);
+
+  std::vector<Vb> bindings_;  // one block, for as many as there can be
   Oid notify_id_;
   TimeTicks notify_timestamp_;
   Oid notify_enterprise_;
