@@ -13,7 +13,7 @@
 // stamp is timestamp, the agent address is the host's, and the first 25 of vbs
 // are its bindings. Always returns 1. No destinations, or a trapOid that is no
 // object identifier: one log line at priority 3.
-int send_traps(const OidText& trapOid, uint32_t timestamp, const std::vector<Snmp_pp::Vb>& vbs);
+int send_traps(const OidText& trapOid, uint32_t timestamp, std::vector<Snmp_pp::Vb> vbs);
 
 // Sends one trap to one destination through a session, and so a UDP socket, of
 // its own. Failures are logged at priority 3 and end nothing.
