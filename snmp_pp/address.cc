@@ -1,6 +1,7 @@
 #include "snmp_pp/address.h"
 
 #include <algorithm>
+#include <string>
 
 #include "snmp_pp/ipv4_text.h"
 #include "snmp_pp/octet.h"
@@ -13,16 +14,16 @@ unsigned char Address::operator[](int position) const {
 }
 
 const char* Address::get_printable() const {
-  text_.clear();
+  std::string text;
   if (valid_) {
     for (const unsigned char octet : octets_) {
-      text_ += (text_.empty() ? "" : ".") + std::to_string(octet);
+      text += (text.empty() ? "" : ".") + std::to_string(octet);
     }
     if (get_type() == type_udp) {
-      text_ += "/" + std::to_string(port_);
+      text += "/" + std::to_string(port_);
     }
   }
-  return text_.c_str();
+  return text_.keep(std::move(text));
 }
 
 void Address::parse_ip(const char* text) {

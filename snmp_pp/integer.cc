@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdio>
+#include <string>
 
 #include "snmp_pp/timetick.h"
 
@@ -33,8 +34,7 @@ SnmpSyntax& SnmpInt32::operator=(const SnmpSyntax& other) {
 }
 
 const char* SnmpInt32::get_printable() const {
-  text_ = std::to_string(value_);
-  return text_.c_str();
+  return text_.keep(std::to_string(value_));
 }
 
 SnmpUInt32& SnmpUInt32::operator=(unsigned long value) {
@@ -47,8 +47,7 @@ SnmpSyntax& SnmpUInt32::operator=(const SnmpSyntax& other) {
 }
 
 const char* SnmpUInt32::get_printable() const {
-  text_ = std::to_string(static_cast<SmiUINT32>(value_));
-  return text_.c_str();
+  return text_.keep(std::to_string(static_cast<SmiUINT32>(value_)));
 }
 
 TimeTicks& TimeTicks::operator=(unsigned long value) {
@@ -67,12 +66,11 @@ const char* TimeTicks::get_printable() const {
   std::array<char, 48> text{};
   std::snprintf(text.data(), text.size(), "%u:%02u:%02u.%02u", seconds / 3600 % 24,
                 seconds / 60 % 60, seconds % 60, ticks % kTicksASecond);
-  text_.clear();
+  std::string with_days;
   if (days > 0) {
-    text_ = std::to_string(days) + (days == 1 ? " day " : " days ");
+    with_days = std::to_string(days) + (days == 1 ? " day " : " days ");
   }
-  text_ += text.data();
-  return text_.c_str();
+  return text_.keep(with_days + text.data());
 }
 
 }  // namespace Snmp_pp

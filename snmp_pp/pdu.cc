@@ -1,14 +1,31 @@
 #include "snmp_pp/pdu.h"
 
+#include <utility>
+
 #include "snmp_pp/config_snmp_pp.h"
 
 namespace Snmp_pp {
 
 Pdu& Pdu::operator+=(const Vb& binding) {
-  if (binding.valid() && get_vb_count() < kMaxBindings) {
-    bindings_.push_back(binding);
-  }
+  append(binding);
   return *this;
+}
+
+Pdu& Pdu::operator+=(Vb&& binding) {
+  append(std::move(binding));
+  return *this;
+}
+
+template <typename Binding>
+void Pdu::append(Binding&& binding) {
+  if (!binding.valid() || get_vb_count() >= kMaxBindings) {
+    return;
+  }
+  if (bindings_.empty()) {
+    bindings_.reserve(kMaxBindings);
+  }
+  bindings_.push_back(std::forward<Binding>(binding));
+  trap_buffer_ = {};
 }
 
 bool Pdu::get_vb(Vb& binding, int position) const {
@@ -21,6 +38,7 @@ bool Pdu::get_vb(Vb& binding, int position) const {
 
 bool Pdu::set_v1_trap_address(const Address& address) {
   trap_address_ = GenAddress(address);
+  trap_buffer_ = {};
   return trap_address_.valid();
 }
 

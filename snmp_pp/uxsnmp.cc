@@ -7,7 +7,7 @@
 
 #include <cerrno>
 #include <cstring>
-#include <vector>
+#include <span>
 
 #include "snmp_pp/config_snmp_pp.h"
 #include "snmp_pp/v1_encoder.h"
@@ -65,12 +65,28 @@ sockaddr_in destination_of(const GenAddress& address) {
   return destination;
 }
 
+// Encodes the Pdu unless it is encoded already, for an earlier receiver: what
+// they get differs in the community only. An agent address that is not set is looked up
+// for every trap.
+int encode(Pdu& pdu) {
+  TrapBuffer& buffer = pdu.trap_buffer();
+  if (buffer.pdu_size != 0 && pdu.v1_trap_address().valid()) {
+    return SNMP_CLASS_SUCCESS;
+  }
+  const std::optional<V1Trap> trap = make_v1_trap(pdu);
+  return trap ? encode_trap_pdu(*trap, pdu.bindings(), buffer) : SNMP_CLASS_INVALID_NOTIFYID;
+}
+
 }  // namespace
 
 Snmp::Snmp(int& status, unsigned short port)
     : socket_(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
   if (socket_ < 0) {
     status = status_of_socket_error(errno);
+    return;
+  }
+  status = SNMP_CLASS_SUCCESS;
+  if (port == 0) {
     return;
   }
   const sockaddr_in local = socket_address(port);
@@ -80,9 +96,7 @@ Snmp::Snmp(int& status, unsigned short port)
     socket_ = -1;
     errno = error;
     status = status_of_bind_error(error);
-    return;
   }
-  status = SNMP_CLASS_SUCCESS;
 }
 
 Snmp::~Snmp() {
@@ -97,21 +111,21 @@ int Snmp::trap(Pdu& pdu, SnmpTarget& target) {
   if (!pdu.valid()) {
     return SNMP_CLASS_INVALID_PDU;
   }
-  GenAddress address;
-  if (!target.get_address(address)) {
+  const GenAddress& address = target.address();
+  if (!target.valid()) {
     return SNMP_CLASS_INVALID_TARGET;
   }
   if (address.get_type() != Address::type_ip && address.get_type() != Address::type_udp) {
     return SNMP_CLASS_TL_UNSUPPORTED;
   }
-  const std::optional<V1Trap> trap = make_v1_trap(pdu);
-  if (!trap) {
-    return SNMP_CLASS_INVALID_NOTIFYID;
-  }
-  std::vector<unsigned char> message;
-  const int status = encode_v1_trap(*trap, target.trap_community(), pdu, message);
+  const int status = encode(pdu);
   if (status != SNMP_CLASS_SUCCESS) {
     return status;
+  }
+  const std::span<const unsigned char> message =
+      complete_message(target.trap_community(), pdu.trap_buffer());
+  if (message.empty()) {
+    return SNMP_ERROR_TOO_BIG;
   }
   const sockaddr_in destination = destination_of(address);
   const ssize_t sent = sendto(socket_, message.data(), message.size(), 0,

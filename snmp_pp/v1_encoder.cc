@@ -1,181 +1,165 @@
 #include "snmp_pp/v1_encoder.h"
 
-#include "snmp_pp/config_snmp_pp.h"
 #include "snmp_pp/integer.h"
 #include "snmp_pp/snmperrs.h"
+#include "snmp_pp/timetick.h"
 
 // Net-SNMP wants its configuration first.
 #include <net-snmp/net-snmp-config.h>
 
-#include <net-snmp/net-snmp-includes.h>
+#include <net-snmp/types.h>
+
+#include <net-snmp/library/asn1.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
-#include <memory>
+#include <array>
+#include <ranges>
 
 namespace Snmp_pp {
 namespace {
 
-using EnginePdu = std::unique_ptr<netsnmp_pdu, decltype(&snmp_free_pdu)>;
+constexpr long kSnmpVersion1 = 0;
+constexpr int kMayNotReallocate = 0;
+constexpr u_char kSequence = ASN_SEQUENCE | ASN_CONSTRUCTOR;
+constexpr u_char kTrapPdu = ASN_CONTEXT | ASN_CONSTRUCTOR | 4;
 
-// Without a handler of its own choice the engine writes its complaints to
-// standard error, which in a daemon may be any descriptor.
-void silence_engine() {
-  [[maybe_unused]] static const netsnmp_log_handler* const handler =
-      netsnmp_register_loghandler(NETSNMP_LOGHANDLER_NONE, LOG_DEBUG);
+// What is written so far: the last used octets of the buffer. Everything is
+// written in reverse; the put functions return false when the buffer is full.
+struct Cursor {
+  u_char* buffer;
+  size_t size;
+  size_t used;
+};
+
+Cursor behind(TrapBuffer& buffer) {
+  return {buffer.octets.data(), buffer.octets.size(), buffer.pdu_size};
 }
 
-// The arcs as the engine takes them: two at least, 128 at most. It refuses a
+bool put_integer(Cursor& at, long value) {
+  return asn_realloc_rbuild_int(&at.buffer, &at.size, &at.used, kMayNotReallocate, ASN_INTEGER,
+                                &value, sizeof(value)) != 0;
+}
+
+bool put_unsigned(Cursor& at, u_char tag, unsigned long value) {
+  const u_long low_bits = value & 0xFFFFFFFF;
+  return asn_realloc_rbuild_unsigned_int(&at.buffer, &at.size, &at.used, kMayNotReallocate, tag,
+                                         &low_bits, sizeof(low_bits)) != 0;
+}
+
+bool put_octets(Cursor& at, u_char tag, std::span<const unsigned char> octets) {
+  return asn_realloc_rbuild_string(&at.buffer, &at.size, &at.used, kMayNotReallocate, tag,
+                                   octets.data(), octets.size()) != 0;
+}
+
+// Fewer than two arcs become 0.0, more than 128 are cut. The engine refuses a
 // first arc above 2 and a second one above 39 below a first arc of 0 or 1; the
 // same octets come from another pair of arcs, for on the wire the two are one
 // number, 40 * first + second.
-std::vector<oid> engine_arcs(const Oid& source) {
-  const unsigned long count = std::min<unsigned long>(source.len(), kMaxEncodedArcs);
+bool put_oid(Cursor& at, std::span<const SmiUINT32> arcs) {
+  std::array<oid, kMaxEncodedArcs> engine_arcs;  // NOLINT(*-member-init): filled below
+  size_t count = std::min(arcs.size(), engine_arcs.size());
   if (count < 2) {
-    return {0, 0};
+    count = 2;
+    std::fill_n(engine_arcs.begin(), count, 0);
+  } else {
+    std::copy_n(arcs.begin(), count, engine_arcs.begin());
+    const SmiUINT32 joined = 40 * arcs[0] + arcs[1];
+    engine_arcs[0] = std::min(joined / 40, SmiUINT32{2});
+    engine_arcs[1] = joined - 40 * engine_arcs[0];
   }
-  std::vector<oid> arcs(count);
-  const auto joined = static_cast<SmiUINT32>(40 * source[0] + source[1]);
-  arcs[0] = std::min(joined / 40, SmiUINT32{2});
-  arcs[1] = joined - 40 * arcs[0];
-  for (unsigned long position = 2; position < count; ++position) {
-    arcs[position] = source[position];
-  }
-  return arcs;
+  return asn_realloc_rbuild_objid(&at.buffer, &at.size, &at.used, kMayNotReallocate, ASN_OBJECT_ID,
+                                  engine_arcs.data(), count) != 0;
 }
 
-bool add_variable(netsnmp_pdu* pdu, const Oid& name, u_char tag, const void* value, size_t size) {
-  const std::vector<oid> arcs = engine_arcs(name);
-  return snmp_pdu_add_variable(pdu, arcs.data(), arcs.size(), tag, value, size) != nullptr;
+// Puts the header of what was written since end octets were used.
+bool put_header(Cursor& at, u_char tag, size_t end) {
+  return asn_realloc_rbuild_sequence(&at.buffer, &at.size, &at.used, kMayNotReallocate, tag,
+                                     at.used - end) != 0;
 }
 
-bool add_unsigned(netsnmp_pdu* pdu, const Oid& name, u_char tag, unsigned long value) {
-  const u_long low_bits = value & 0xFFFFFFFF;
-  return add_variable(pdu, name, tag, &low_bits, sizeof(low_bits));
-}
-
-bool add_binding(netsnmp_pdu* pdu, const Vb& binding) {
-  Oid name;
-  binding.get_oid(name);
+bool put_value(Cursor& at, const Vb& binding) {
   switch (binding.get_syntax()) {
     case sNMP_SYNTAX_INT32: {
-      SnmpInt32 value;
-      binding.get_value(value);
-      const long number = value;
-      return add_variable(pdu, name, ASN_INTEGER, &number, sizeof(number));
+      SnmpInt32 number;
+      binding.get_value(number);
+      return put_integer(at, number);
     }
     case sNMP_SYNTAX_GAUGE32: {
-      SnmpUInt32 value;
-      binding.get_value(value);
-      return add_unsigned(pdu, name, ASN_GAUGE, value);
+      SnmpUInt32 number;
+      binding.get_value(number);
+      return put_unsigned(at, ASN_GAUGE, number);
     }
     case sNMP_SYNTAX_TIMETICKS: {
-      TimeTicks value;
-      binding.get_value(value);
-      return add_unsigned(pdu, name, ASN_TIMETICKS, value);
+      TimeTicks ticks;
+      binding.get_value(ticks);
+      return put_unsigned(at, ASN_TIMETICKS, ticks);
     }
     case sNMP_SYNTAX_OCTETS: {
-      OctetStr value;
-      binding.get_value(value);
-      return add_variable(pdu, name, ASN_OCTET_STR, value.data(), value.len());
+      const auto* string = dynamic_cast<const OctetStr*>(binding.value());
+      return put_octets(at, ASN_OCTET_STR,
+                        string != nullptr ? string->octets() : std::span<const unsigned char>());
     }
     case sNMP_SYNTAX_OID: {
-      Oid value;
-      binding.get_value(value);
-      const std::vector<oid> arcs = engine_arcs(value);
-      return add_variable(pdu, name, ASN_OBJECT_ID, arcs.data(), arcs.size() * sizeof(oid));
+      const auto* object_id = dynamic_cast<const Oid*>(binding.value());
+      return put_oid(at, object_id != nullptr ? object_id->arcs() : std::span<const SmiUINT32>());
     }
     case sNMP_SYNTAX_IPADDR: {
-      GenAddress value;
-      binding.get_value(value);
-      const Ipv4Octets octets = {value[0], value[1], value[2], value[3]};
-      return add_variable(pdu, name, ASN_IPADDRESS, octets.data(), octets.size());
+      GenAddress address;
+      binding.get_value(address);
+      const Ipv4Octets octets = {address[0], address[1], address[2], address[3]};
+      return put_octets(at, ASN_IPADDRESS, octets);
     }
     default:
-      return add_variable(pdu, name, ASN_NULL, nullptr, 0);
+      return asn_realloc_rbuild_null(&at.buffer, &at.size, &at.used, kMayNotReallocate, ASN_NULL) !=
+             0;
   }
 }
 
-// Strings too long for any message are refused before the engine copies them.
-bool strings_fit(const OctetStr& community, const Pdu& pdu) {
-  unsigned long octets = community.len();
-  for (int position = 0; position < pdu.get_vb_count(); ++position) {
-    Vb binding;
-    OctetStr value;
-    pdu.get_vb(binding, position);
-    if (binding.get_value(value) == SNMP_CLASS_SUCCESS) {
-      octets += value.len();
-    }
-  }
-  return octets <= kMaxMessageOctets;
+bool put_binding(Cursor& at, const Vb& binding) {
+  const size_t end = at.used;
+  return put_value(at, binding) && put_oid(at, binding.name().arcs()) &&
+         put_header(at, kSequence, end);
 }
 
-// The notification in the engine's form; null without memory.
-EnginePdu make_engine_pdu(const V1Trap& trap, const Pdu& source) {
-  EnginePdu pdu(snmp_pdu_create(SNMP_MSG_TRAP), &snmp_free_pdu);
-  if (!pdu) {
-    return pdu;
-  }
-  pdu->version = SNMP_VERSION_1;
-  const std::vector<oid> enterprise = engine_arcs(trap.enterprise);
-  pdu->enterprise =
-      static_cast<oid*>(netsnmp_memdup(enterprise.data(), enterprise.size() * sizeof(oid)));
-  if (pdu->enterprise == nullptr) {
-    pdu.reset();
-    return pdu;
-  }
-  pdu->enterprise_length = enterprise.size();
-  pdu->trap_type = trap.generic_trap;
-  pdu->specific_type = trap.specific_trap;
-  pdu->time = trap.timestamp;
-  std::memcpy(pdu->agent_addr, trap.agent_address.data(), trap.agent_address.size());
-  for (int position = 0; position < source.get_vb_count(); ++position) {
-    Vb binding;
-    source.get_vb(binding, position);
-    if (!add_binding(pdu.get(), binding)) {
-      pdu.reset();
-      return pdu;
-    }
-  }
-  return pdu;
+bool put_bindings(Cursor& at, std::span<const Vb> bindings) {
+  const size_t end = at.used;
+  const auto reversed = std::views::reverse(bindings);
+  return std::all_of(reversed.begin(), reversed.end(),
+                     [&at](const Vb& binding) { return put_binding(at, binding); }) &&
+         put_header(at, kSequence, end);
+}
+
+bool put_trap_pdu(Cursor& at, const V1Trap& trap, std::span<const Vb> bindings) {
+  const size_t end = at.used;
+  return put_bindings(at, bindings) && put_unsigned(at, ASN_TIMETICKS, trap.timestamp) &&
+         put_integer(at, trap.specific_trap) && put_integer(at, trap.generic_trap) &&
+         put_octets(at, ASN_IPADDRESS, trap.agent_address) && put_oid(at, trap.enterprise) &&
+         put_header(at, kTrapPdu, end);
+}
+
+bool put_message(Cursor& at, const OctetStr& community) {
+  return put_octets(at, ASN_OCTET_STR, community.octets()) && put_integer(at, kSnmpVersion1) &&
+         put_header(at, kSequence, 0);
 }
 
 }  // namespace
 
-int encode_v1_trap(const V1Trap& trap, const OctetStr& community, const Pdu& pdu,
-                   std::vector<unsigned char>& message) {
-  constexpr size_t kFirstBuffer = 2048;
-  message.clear();
-  silence_engine();
-  if (!strings_fit(community, pdu)) {
+int encode_trap_pdu(const V1Trap& trap, std::span<const Vb> bindings, TrapBuffer& buffer) {
+  buffer.pdu_size = 0;
+  Cursor cursor = behind(buffer);
+  if (!put_trap_pdu(cursor, trap, bindings)) {
     return SNMP_ERROR_TOO_BIG;
   }
-  const EnginePdu engine_pdu = make_engine_pdu(trap, pdu);
-  size_t size = kFirstBuffer;
-  auto* buffer = static_cast<u_char*>(std::malloc(size));
-  if (!engine_pdu || buffer == nullptr) {
-    std::free(buffer);
-    return SNMP_CLASS_RESOURCE_UNAVAIL;
-  }
-  std::vector<u_char> community_octets(community.data(), community.data() + community.len());
-  netsnmp_session session{};
-  snmp_sess_init(&session);
-  session.version = SNMP_VERSION_1;
-  session.community = community_octets.data();
-  session.community_len = community_octets.size();
+  buffer.pdu_size = cursor.used;
+  return SNMP_CLASS_SUCCESS;
+}
 
-  // The engine fills the buffer from its end and may have moved it.
-  size_t used = 0;
-  const int failed = snmp_build(&buffer, &size, &used, &session, engine_pdu.get());
-  if (failed == 0 && used <= kMaxMessageOctets) {
-    message.assign(buffer + size - used, buffer + size);
+std::span<const unsigned char> complete_message(const OctetStr& community, TrapBuffer& buffer) {
+  Cursor cursor = behind(buffer);
+  if (!put_message(cursor, community)) {
+    return {};
   }
-  std::free(buffer);
-  if (failed != 0) {
-    return SNMP_CLASS_ERROR;
-  }
-  return message.empty() ? SNMP_ERROR_TOO_BIG : SNMP_CLASS_SUCCESS;
+  return std::span(buffer.octets).last(cursor.used);
 }
 
 }  // namespace Snmp_pp

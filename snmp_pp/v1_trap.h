@@ -4,6 +4,7 @@
 #define TVUREV_SNMP_PP_V1_TRAP_H_
 
 #include <optional>
+#include <span>
 
 #include "snmp_pp/ipv4_text.h"
 #include "snmp_pp/pdu.h"
@@ -11,7 +12,8 @@
 namespace Snmp_pp {
 
 struct V1Trap {
-  Oid enterprise;  // may have fewer than two arcs: encoded as 0.0
+  // May have fewer than two arcs: encoded as 0.0. Lies in the Pdu, or is static.
+  std::span<const SmiUINT32> enterprise;
   int generic_trap;
   int specific_trap;
   SmiUINT32 timestamp;

@@ -1,57 +1,96 @@
 #include "snmp_pp/vb.h"
 
-#include "snmp_pp/integer.h"
-#include "snmp_pp/octet.h"
+#include <typeinfo>
+
 #include "snmp_pp/snmperrs.h"
 
 namespace Snmp_pp {
 
-Vb::Vb(const Vb& other)
-    : name_(other.name_), value_(other.value_ ? other.value_->clone() : nullptr) {}
-
-Vb& Vb::operator=(const Vb& other) {
-  Vb copy(other);
-  return *this = std::move(copy);
-}
-
 void Vb::set_value(int value) {
-  value_ = std::make_unique<SnmpInt32>(value);
+  value_ = SnmpInt32(value);
 }
 
 void Vb::set_value(long value) {
-  value_ = std::make_unique<SnmpInt32>(value);
+  value_ = SnmpInt32(value);
 }
 
 void Vb::set_value(unsigned long value) {
-  value_ = std::make_unique<SnmpUInt32>(value);
+  value_ = SnmpUInt32(value);
 }
 
 void Vb::set_value(const char* text) {
-  value_ = std::make_unique<OctetStr>(text);
+  value_ = OctetStr(text);
 }
 
 void Vb::set_value(const SnmpSyntax& value) {
-  value_.reset(value.clone());
+  take(value);
+}
+
+void Vb::set_value(SnmpSyntax&& value) {
+  take(std::move(value));
+}
+
+// Takes the value when it is exactly of that class: of one derived from it a part
+// would be lost.
+template <typename Kind, typename Source>
+bool Vb::take_if(Source&& value) {
+  if (typeid(value) != typeid(Kind)) {
+    return false;
+  }
+  if constexpr (std::is_lvalue_reference_v<Source>) {
+    value_ = static_cast<const Kind&>(value);
+  } else {
+    value_ = static_cast<Kind&&>(value);
+  }
+  return true;
+}
+
+template <typename Source>
+void Vb::take(Source&& value) {
+  const bool taken = take_if<OctetStr>(std::forward<Source>(value)) ||
+                     take_if<SnmpInt32>(std::forward<Source>(value)) ||
+                     take_if<Oid>(std::forward<Source>(value)) ||
+                     take_if<IpAddress>(std::forward<Source>(value)) ||
+                     take_if<TimeTicks>(std::forward<Source>(value)) ||
+                     take_if<SnmpUInt32>(std::forward<Source>(value)) ||
+                     take_if<UdpAddress>(std::forward<Source>(value)) ||
+                     take_if<GenAddress>(std::forward<Source>(value));
+  if (!taken) {
+    value_ = Clone(value);
+  }
+}
+
+const SnmpSyntax* Vb::value() const {
+  struct Pointer {
+    const SnmpSyntax* operator()(std::monostate) const { return nullptr; }
+    const SnmpSyntax* operator()(const SnmpSyntax& value) const { return &value; }
+    const SnmpSyntax* operator()(const Clone& value) const { return value.get(); }
+  };
+  return std::visit(Pointer(), value_);
 }
 
 int Vb::get_value(SnmpSyntax& destination) const {
-  if (!value_ || value_->get_syntax() != destination.get_syntax()) {
+  const SnmpSyntax* held = value();
+  if (held == nullptr || held->get_syntax() != destination.get_syntax()) {
     return SNMP_CLASS_INVALID;
   }
-  destination = *value_;
+  destination = *held;
   return SNMP_CLASS_SUCCESS;
 }
 
 SmiUINT32 Vb::get_syntax() const {
-  return value_ ? value_->get_syntax() : sNMP_SYNTAX_NULL;
+  const SnmpSyntax* held = value();
+  return held != nullptr ? held->get_syntax() : SmiUINT32{sNMP_SYNTAX_NULL};
 }
 
 const char* Vb::get_printable_value() const {
-  return value_ ? value_->get_printable() : "";
+  const SnmpSyntax* held = value();
+  return held != nullptr ? held->get_printable() : "";
 }
 
 bool Vb::valid() const {
-  return name_.valid() && (!value_ || value_->valid());
+  const SnmpSyntax* held = value();
+  return name_.valid() && (held == nullptr || held->valid());
 }
 
 }  // namespace Snmp_pp

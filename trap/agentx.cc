@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "base/text.h"
 #include "log/debug_flags.h"
@@ -24,6 +25,9 @@ constexpr const char* kSysUpTime = "1.3.6.1.2.1.1.3";
 constexpr const char* kSnmpTrapOid = "1.3.6.1.6.3.1.1.4.1";
 constexpr const char* kSnmpTrapCommunity = "1.3.6.1.6.3.18.1.4";
 constexpr const char* kResetMark = "6061";
+
+// Bindings that one block of memory has room for: as many as a trap can carry.
+constexpr size_t kUsualBindings = 25;
 
 using PacketCopy = std::array<uint8_t, agentx::kNotificationMax>;
 
@@ -72,18 +76,19 @@ bool fits(const Binding& binding, size_t length) {
   return false;
 }
 
-void add_binding(Notification& notification, const Binding& binding, const SnmpSyntax& value) {
+template <typename Value>
+void add_binding(Notification& notification, const Binding& binding, Value value) {
   const Oid name(binding.name.data());
-  Vb vb;
-  vb.set_oid(name);
-  vb.set_value(value);
   // Left out rather than sent: the library would refuse the whole trap.
   if (!name.valid() || !value.valid()) {
     DaemonDebug("vb[%d] OID: [%s] is no valid name or value. Left out.\n", binding.index,
                 binding.name.data());
     return;
   }
-  notification.vbs.push_back(vb);
+  if (notification.vbs.empty()) {
+    notification.vbs.reserve(kUsualBindings);
+  }
+  notification.vbs.emplace_back(name).set_value(std::move(value));
 }
 
 // The four decoders below return the length of the whole binding, 0 when it
@@ -133,13 +138,20 @@ size_t decode_oid(Notification& notification, const Binding& binding) {
   return length;
 }
 
-// The value as text: dotted for an address, else up to its first zero byte
+// The octets that count: all of an address, else those before the first zero
 // (docs/oddities.md: text-ends-at-zero).
-std::string octets_as_text(uint16_t type, std::span<const uint8_t> octets) {
+std::span<const uint8_t> used_octets(uint16_t type, std::span<const uint8_t> octets) {
   if (type == agentx::type::kIpAddress) {
-    return render_dotted(octets);
+    return octets;
   }
-  return {octets.begin(), std::find(octets.begin(), octets.end(), uint8_t{0})};
+  const auto zero = std::find(octets.begin(), octets.end(), uint8_t{0});
+  return octets.first(static_cast<size_t>(zero - octets.begin()));
+}
+
+// The octets as text: dotted for an address.
+std::string octets_as_text(uint16_t type, std::span<const uint8_t> octets) {
+  return type == agentx::type::kIpAddress ? render_dotted(octets)
+                                          : std::string(octets.begin(), octets.end());
 }
 
 size_t decode_octets(Notification& notification, const Binding& binding) {
@@ -154,10 +166,12 @@ size_t decode_octets(Notification& notification, const Binding& binding) {
   const size_t padded_size =
       (octets_size + agentx::kWordSize - 1) / agentx::kWordSize * agentx::kWordSize;
   const size_t length = octets + padded_size;
-  const std::string text = octets_as_text(binding.type, binding.bytes.subspan(octets, octets_size));
-  // The flag is asked here for the sake of the hexadecimal text, which is not made
-  // for nothing.
+  const std::span<const uint8_t> used =
+      used_octets(binding.type, binding.bytes.subspan(octets, octets_size));
+  // The flag is asked here for the sake of the texts, which are not made for
+  // nothing.
   if (g_daemon_debug_flag != 0) {
+    const std::string text = octets_as_text(binding.type, used);
     DaemonDebug("vb[%d] OID: [%s] [%s] [%s] vblen [%d]\n", binding.index, binding.name.data(),
                 type_name(binding.type), text.c_str(), static_cast<int>(length));
     DaemonDebug("OctetString in Hex [%s]\n", render_hex(text, octets_size).data());
@@ -167,9 +181,9 @@ size_t decode_octets(Notification& notification, const Binding& binding) {
     return length;
   }
   if (binding.type == agentx::type::kIpAddress) {
-    add_binding(notification, binding, IpAddress(text.c_str()));
+    add_binding(notification, binding, IpAddress(render_dotted(used).c_str()));
   } else {
-    add_binding(notification, binding, OctetStr(text.c_str()));
+    add_binding(notification, binding, OctetStr(used.data(), used.size()));
   }
   return length;
 }

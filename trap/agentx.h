@@ -36,7 +36,8 @@ struct Notification {
 // advances by the binding before it (unknown-type-advances). Null,
 // Counter64 and the exceptions are skipped by their true length. sysUpTime,
 // snmpTrapOID and snmpTrapCommunity make no binding. A binding whose name or
-// value does not parse is left out (debug line).
+// value does not parse is left out (debug line). Throws std::bad_alloc when there
+// is no memory for one.
 Notification decode_notification(std::span<const uint8_t> packet);
 
 #endif  // TVUREV_TRAP_AGENTX_H_

@@ -1,6 +1,6 @@
 #include "trap/agentx_text.h"
 
-#include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 
@@ -8,25 +8,21 @@
 
 namespace {
 
-// Takes one piece of a text, cut to 7 characters (docs/oddities.md:
+// A piece of a text is cut to this many characters (docs/oddities.md:
 // oid-pieces-of-7-characters).
-using Piece = std::array<char, 8>;
+constexpr size_t kPieceMax = 7;
 
-// Appends a piece as far as it fits. Returns the text's new length.
-size_t append(OidText& text, size_t length, const Piece& piece) {
+// Appends a piece, cut, as far as it fits. Returns the text's new length.
+size_t append(OidText& text, size_t length, std::string_view piece) {
   // A full text takes no more, and says nothing: the longest legal name does not fit.
   const size_t room = text.size() - 1 - length;
-  const size_t copied = std::min(strlen(piece.data()), room);
-  std::copy_n(piece.begin(), copied, text.begin() + static_cast<std::ptrdiff_t>(length));
-  return length + copied;
+  return length + piece.substr(0, kPieceMax).copy(text.data() + length, room);
 }
 
 size_t append_arc(OidText& text, size_t length, int32_t arc) {
-  std::array<char, 13> whole = {};  // ".-2147483648"
-  snprintf(whole.data(), whole.size(), ".%d", arc);
-  Piece piece = {};
-  std::copy_n(whole.begin(), piece.size() - 1, piece.begin());
-  return append(text, length, piece);
+  std::array<char, 12> piece = {'.'};  // ".-2147483648"
+  const char* end = std::to_chars(piece.data() + 1, piece.data() + piece.size(), arc).ptr;
+  return append(text, length, {piece.data(), end});
 }
 
 }  // namespace
@@ -59,11 +55,9 @@ OidText render_hex(std::string_view text, size_t length) {
   for (size_t i = 0; i < length && hex_length < hex.size() - 1; ++i) {
     // Zeros behind the text are shown too: they tell where it was cut.
     const auto byte = static_cast<signed char>(i < text.size() ? text[i] : '\0');
-    std::array<char, 9> whole = {};  // "ffffff80"
-    snprintf(whole.data(), whole.size(), "%02x", static_cast<unsigned>(byte));
-    Piece piece = {};
-    std::copy_n(whole.begin(), piece.size() - 1, piece.begin());
-    hex_length = append(hex, hex_length, piece);
+    std::array<char, 9> piece = {};  // "ffffff80"
+    snprintf(piece.data(), piece.size(), "%02x", static_cast<unsigned>(byte));
+    hex_length = append(hex, hex_length, piece.data());
   }
   return hex;
 }

@@ -2,6 +2,8 @@
 
 #include <syslog.h>
 
+#include <utility>
+
 #include "log/log.h"
 #include "trap/agentx.h"
 #include "trap/host_snmp.h"
@@ -13,8 +15,9 @@ int send_trap_to_host(std::span<const uint8_t> packet) {
     return 0;
   }
   DaemonDebug("send_trap_to_host(): Host SNMP Enabled. Continuing to send trap thru Host.\n");
-  const Notification notification = decode_notification(packet);
-  const int result = send_traps(notification.trapOid, notification.timestamp, notification.vbs);
+  Notification notification = decode_notification(packet);
+  const int result =
+      send_traps(notification.trapOid, notification.timestamp, std::move(notification.vbs));
   DaemonDebug("tvurev: Returning ret [%d]\n", result);
   // The trap of a reset is sent like any other, before the caller reconnects.
   return notification.reset_seen ? 1 : 0;

@@ -4,6 +4,9 @@
 #include <syslog.h>
 
 #include <algorithm>
+#include <array>
+#include <cstring>
+#include <utility>
 
 #include "log/log.h"
 #include "trap/host_address.h"
@@ -19,11 +22,26 @@ constexpr size_t kBindingsMax = 25;
 // The agent address: what inet_addr makes of the host address, which is
 // 255.255.255.255 when there is none.
 IpAddress agent_address() {
-  const in_addr address = {.s_addr = inet_addr(host_ipaddress.data())};
-  return IpAddress(inet_ntoa(address));
+  const in_addr_t address = inet_addr(host_ipaddress.data());
+  std::array<unsigned char, sizeof(address)> octets = {};
+  std::memcpy(octets.data(), &address, octets.size());
+  IpAddress agent;
+  agent = OctetStr(octets.data(), octets.size());
+  return agent;
 }
 
-Pdu build_pdu(const Oid& notify_id, uint32_t timestamp, const std::vector<Vb>& vbs) {
+// Appends the binding, which is left empty where the classes can take what it
+// holds; some take no temporary.
+template <typename AnyPdu>
+void append(AnyPdu& pdu, Vb& vb) {
+  if constexpr (requires { pdu += std::move(vb); }) {
+    pdu += std::move(vb);
+  } else {
+    pdu += vb;
+  }
+}
+
+Pdu build_pdu(const Oid& notify_id, uint32_t timestamp, std::vector<Vb> vbs) {
   Pdu pdu;
   pdu.set_notify_id(notify_id);
   // Sign-extended, as ever; the library keeps the low 32 bits of it.
@@ -32,8 +50,7 @@ Pdu build_pdu(const Oid& notify_id, uint32_t timestamp, const std::vector<Vb>& v
   pdu.set_v1_trap_address(agent_address());
   const size_t count = std::min(vbs.size(), kBindingsMax);
   for (size_t i = 0; i < count; ++i) {
-    Vb vb(vbs[i]);  // NOLINT(performance-*): some releases take no const reference
-    pdu += vb;
+    append(pdu, vbs[i]);
   }
   return pdu;
 }
@@ -52,7 +69,7 @@ void set_address(CTarget& target, const char* destination) {
 
 }  // namespace
 
-int send_traps(const OidText& trapOid, uint32_t timestamp, const std::vector<Snmp_pp::Vb>& vbs) {
+int send_traps(const OidText& trapOid, uint32_t timestamp, std::vector<Snmp_pp::Vb> vbs) {
   if (trap_destinations.empty()) {
     Log(LOG_ERR, "tvurev: no trap destinations defined!\n");
     return 1;
@@ -64,7 +81,7 @@ int send_traps(const OidText& trapOid, uint32_t timestamp, const std::vector<Snm
         trapOid.data());
     return 1;
   }
-  Pdu pdu = build_pdu(notify_id, timestamp, vbs);
+  Pdu pdu = build_pdu(notify_id, timestamp, std::move(vbs));
   CTarget target;
   target.set_version(version1);
   for (size_t i = 0; i < trap_destinations.size(); ++i) {

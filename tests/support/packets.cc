@@ -240,3 +240,16 @@ Bytes NotifyBuilder::bytes() const {
   append(pdu, bindings_);
   return pdu;
 }
+
+Bytes fan_notification() {
+  return NotifyBuilder()
+      .uptime(12345)
+      .trap_oid("1.3.6.1.4.1.32473.11.0.7")
+      .octets("1.3.6.1.2.1.1.5.0", "esx-07.example.net")
+      .integer("1.3.6.1.4.1.32473.11.2.1.1.0", -5)
+      .octets("1.3.6.1.4.1.32473.11.2.1.2.0", "Fan 3 in zone 2 has failed")
+      .object_id("1.3.6.1.4.1.32473.11.2.1.3.0", "1.3.6.1.4.1.32473.11.2.3")
+      .ip_address("1.3.6.1.4.1.32473.11.2.1.4.0", bytes_of("c0 00 02 63"))
+      .octets("1.3.6.1.4.1.32473.11.2.1.5.0", "SN0123456789")
+      .bytes();
+}

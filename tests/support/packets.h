@@ -108,4 +108,9 @@ class NotifyBuilder {
   Bytes bindings_;
 };
 
+// A usual notification, for what is measured: a failed fan in 416 bytes, with 8
+// bindings of which 6 travel in the trap (a number, three texts, an object
+// identifier and an address).
+Bytes fan_notification();
+
 #endif  // TVUREV_TESTS_SUPPORT_PACKETS_H_

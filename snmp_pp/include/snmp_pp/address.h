@@ -10,8 +10,8 @@
 #define SNMP_PP_ADDRESS_H_
 
 #include <array>
-#include <string>
 
+#include "snmp_pp/printed_text.h"
 #include "snmp_pp/smival.h"
 
 namespace Snmp_pp {
@@ -55,7 +55,7 @@ class Address : public SnmpSyntax {
   std::array<unsigned char, 4> octets_{};
   unsigned short port_ = 0;
   bool valid_ = false;
-  mutable std::string text_;
+  mutable PrintedText text_;
 };
 
 class GenAddress;

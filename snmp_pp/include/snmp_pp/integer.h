@@ -2,8 +2,7 @@
 #ifndef SNMP_PP_INTEGER_H_
 #define SNMP_PP_INTEGER_H_
 
-#include <string>
-
+#include "snmp_pp/printed_text.h"
 #include "snmp_pp/smival.h"
 
 namespace Snmp_pp {
@@ -30,7 +29,7 @@ class SnmpInt32 : public SnmpSyntax {
 
  private:
   SmiINT32 value_ = 0;
-  mutable std::string text_;
+  mutable PrintedText text_;
 };
 
 // Gauge32, which is also what Vb::set_value makes of an unsigned long, and the
@@ -56,7 +55,7 @@ class SnmpUInt32 : public SnmpSyntax {
 
  private:
   unsigned long value_ = 0;
-  mutable std::string text_;
+  mutable PrintedText text_;
 };
 
 }  // namespace Snmp_pp

@@ -2,15 +2,19 @@
 #ifndef SNMP_PP_OCTET_H_
 #define SNMP_PP_OCTET_H_
 
-#include <string>
-#include <vector>
+#include <algorithm>
+#include <span>
 
+#include "snmp_pp/config_snmp_pp.h"
+#include "snmp_pp/printed_text.h"
+#include "snmp_pp/short_vector.h"
 #include "snmp_pp/smival.h"
 
 namespace Snmp_pp {
 
 // Any number of octets of any value; nothing is converted. Always valid, also
-// when empty; only one for which there was no memory is empty and invalid.
+// when empty. The octets lie in the object, on the heap only where there are
+// more than kShortString of them; a moved-from string is empty.
 class OctetStr : public SnmpSyntax {
  public:
   OctetStr() = default;
@@ -18,35 +22,37 @@ class OctetStr : public SnmpSyntax {
   OctetStr(const char* text);  // NOLINT(google-explicit-constructor)
   // Length octets, zeros included; null is the empty string.
   OctetStr(const unsigned char* octets, unsigned long length);
-  OctetStr(const OctetStr& other);
+  OctetStr(const OctetStr&) = default;
   OctetStr(OctetStr&&) = default;
   ~OctetStr() override = default;
 
-  OctetStr& operator=(const OctetStr& other);
+  OctetStr& operator=(const OctetStr&) = default;
   OctetStr& operator=(OctetStr&&) = default;
   SnmpSyntax& operator=(const SnmpSyntax& other) override;
 
-  bool operator==(const OctetStr& other) const { return octets_ == other.octets_; }
+  bool operator==(const OctetStr& other) const {
+    return std::ranges::equal(octets_, other.octets_);
+  }
 
   unsigned long len() const { return octets_.size(); }
 
-  // The octets, len() of them and no terminating zero; may be null when there
-  // are none. They stay until the object changes.
+  // The octets, len() of them and no terminating zero. They stay until the
+  // object changes.
   const unsigned char* data() const { return octets_.data(); }
+
+  // The same as one, until the object changes. Not part of SNMP++.
+  std::span<const unsigned char> octets() const { return octets_; }
 
   SmiUINT32 get_syntax() const override { return sNMP_SYNTAX_OCTETS; }
   OctetStr* clone() const override { return new OctetStr(*this); }
-  bool valid() const override { return valid_; }
+  bool valid() const override { return true; }
   // The text itself when every octet is a printable ASCII character, otherwise
   // two hexadecimal digits an octet, separated by blanks.
   const char* get_printable() const override;
 
  private:
-  void store(const unsigned char* octets, unsigned long length);
-
-  std::vector<unsigned char> octets_;
-  bool valid_ = true;
-  mutable std::string text_;
+  ShortVector<unsigned char, kShortString> octets_;
+  mutable PrintedText text_;
 };
 
 }  // namespace Snmp_pp

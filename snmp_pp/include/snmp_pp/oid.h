@@ -2,9 +2,12 @@
 #ifndef SNMP_PP_OID_H_
 #define SNMP_PP_OID_H_
 
-#include <string>
-#include <vector>
+#include <algorithm>
+#include <span>
 
+#include "snmp_pp/config_snmp_pp.h"
+#include "snmp_pp/printed_text.h"
+#include "snmp_pp/short_vector.h"
 #include "snmp_pp/smival.h"
 
 namespace Snmp_pp {
@@ -17,6 +20,9 @@ namespace Snmp_pp {
 // doubled ones are skipped ("1..3." is 1.3); any other character makes the
 // whole text invalid, and so does a text without digits. A number above 32 bits
 // keeps its low 32.
+//
+// The arcs lie in the object, on the heap only where there are more than
+// kShortOid of them; a moved-from Oid has none and is invalid.
 class Oid : public SnmpSyntax {
  public:
   // No arcs, invalid.
@@ -26,8 +32,11 @@ class Oid : public SnmpSyntax {
   // Copies length arcs; none when arcs is null or length not positive.
   Oid(const unsigned long* arcs, int length);
   Oid(const Oid&) = default;
+  Oid(Oid&&) = default;
+  ~Oid() override = default;
 
   Oid& operator=(const Oid&) = default;
+  Oid& operator=(Oid&&) = default;
   Oid& operator=(const char* text);
   SnmpSyntax& operator=(const SnmpSyntax& other) override;
 
@@ -39,13 +48,16 @@ class Oid : public SnmpSyntax {
   Oid& operator+=(const char* text);
 
   // Equal means: the same arcs. Two invalid objects are equal.
-  bool operator==(const Oid& other) const { return arcs_ == other.arcs_; }
+  bool operator==(const Oid& other) const { return std::ranges::equal(arcs_, other.arcs_); }
 
   // The number of arcs.
   unsigned long len() const { return arcs_.size(); }
 
   // The arc at a position counted from 0; 0 beyond the last one.
   unsigned long operator[](unsigned long position) const;
+
+  // All arcs, until the object changes. Not part of SNMP++.
+  std::span<const SmiUINT32> arcs() const { return arcs_; }
 
   // Drops the last count arcs, all when there are fewer.
   void trim(unsigned long count = 1);
@@ -56,8 +68,8 @@ class Oid : public SnmpSyntax {
   const char* get_printable() const override;
 
  private:
-  std::vector<SmiUINT32> arcs_;
-  mutable std::string text_;
+  ShortVector<SmiUINT32, kShortOid> arcs_;
+  mutable PrintedText text_;
 };
 
 }  // namespace Snmp_pp

@@ -2,11 +2,13 @@
 #ifndef SNMP_PP_PDU_H_
 #define SNMP_PP_PDU_H_
 
+#include <span>
 #include <vector>
 
 #include "snmp_pp/address.h"
 #include "snmp_pp/oid.h"
 #include "snmp_pp/timetick.h"
+#include "snmp_pp/trap_buffer.h"
 #include "snmp_pp/vb.h"
 
 namespace Snmp_pp {
@@ -22,6 +24,8 @@ class Pdu {
   // Appends a copy. An invalid binding is refused silently and takes no place;
   // beyond 25 every binding is dropped silently.
   Pdu& operator+=(const Vb& binding);
+  // Takes what a binding holds that may go.
+  Pdu& operator+=(Vb&& binding);
 
   int get_vb_count() const { return static_cast<int>(bindings_.size()); }
 
@@ -31,17 +35,26 @@ class Pdu {
 
   // The trap's identity: an SNMPv2 notification OID, from which enterprise,
   // generic-trap and specific-trap are made (Snmp::trap). Not checked here.
-  void set_notify_id(const Oid& id) { notify_id_ = id; }
+  void set_notify_id(const Oid& id) {
+    notify_id_ = id;
+    trap_buffer_ = {};
+  }
   void get_notify_id(Oid& id) const { id = notify_id_; }
 
   // The sender's uptime in hundredths of a second, of which the low 32 bits are
   // sent. 0 is sent as 0.
-  void set_notify_timestamp(const TimeTicks& timestamp) { notify_timestamp_ = timestamp; }
+  void set_notify_timestamp(const TimeTicks& timestamp) {
+    notify_timestamp_ = timestamp;
+    trap_buffer_ = {};
+  }
   void get_notify_timestamp(TimeTicks& timestamp) const { timestamp = notify_timestamp_; }
 
   // The enterprise of the six standard traps; other traps have theirs from the
   // notify id. An empty one counts as not set.
-  void set_notify_enterprise(const Oid& enterprise) { notify_enterprise_ = enterprise; }
+  void set_notify_enterprise(const Oid& enterprise) {
+    notify_enterprise_ = enterprise;
+    trap_buffer_ = {};
+  }
   void get_notify_enterprise(Oid& enterprise) const { enterprise = notify_enterprise_; }
 
   // The agent-addr field. Any valid address is taken, 0.0.0.0 and
@@ -54,12 +67,25 @@ class Pdu {
 
   bool valid() const { return true; }
 
+  // What an encoder reads, until the object changes, and where it keeps the
+  // result: every change of the Pdu empties the buffer. Not part of SNMP++.
+  std::span<const Vb> bindings() const { return bindings_; }
+  const Oid& notify_id() const { return notify_id_; }
+  const TimeTicks& notify_timestamp() const { return notify_timestamp_; }
+  const Oid& notify_enterprise() const { return notify_enterprise_; }
+  const GenAddress& v1_trap_address() const { return trap_address_; }
+  TrapBuffer& trap_buffer() { return trap_buffer_; }
+
  private:
-  std::vector<Vb> bindings_;
+  template <typename Binding>
+  void append(Binding&& binding);
+
+  std::vector<Vb> bindings_;  // one block, for as many as there can be
   Oid notify_id_;
   TimeTicks notify_timestamp_;
   Oid notify_enterprise_;
   GenAddress trap_address_;
+  TrapBuffer trap_buffer_;
 };
 
 }  // namespace Snmp_pp

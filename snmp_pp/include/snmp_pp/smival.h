@@ -6,8 +6,10 @@
 
 namespace Snmp_pp {
 
-// One SNMP value. Values own what they hold: copies are deep, a copy of an
-// invalid value is invalid, and no operation throws.
+// One SNMP value. Values own what they hold: copies are deep, and a copy of an
+// invalid value is invalid. Whatever copies, sets, clones or prints a value may
+// throw std::bad_alloc, so that none is ever silently incomplete; nothing else is
+// thrown.
 class SnmpSyntax {
  public:
   SnmpSyntax() = default;

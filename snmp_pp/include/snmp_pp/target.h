@@ -22,8 +22,11 @@ class SnmpTarget {
   // A new copy, which the caller deletes.
   virtual SnmpTarget* clone() const = 0;
 
-  // The community string that a trap to this target carries.
-  virtual OctetStr trap_community() const = 0;
+  // The community string that a trap to this target carries, and the address that
+  // it goes to. They stay until the object changes. Not part of SNMP++.
+  virtual const OctetStr& trap_community() const = 0;
+
+  const GenAddress& address() const { return address_; }
 
   bool valid() const { return address_.valid(); }
 
@@ -61,7 +64,7 @@ class CTarget : public SnmpTarget {
   void get_readcommunity(OctetStr& community) const { community = read_community_; }
 
   CTarget* clone() const override { return new CTarget(*this); }
-  OctetStr trap_community() const override { return read_community_; }
+  const OctetStr& trap_community() const override { return read_community_; }
 
  private:
   OctetStr read_community_;

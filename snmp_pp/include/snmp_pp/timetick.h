@@ -2,8 +2,6 @@
 #ifndef SNMP_PP_TIMETICK_H_
 #define SNMP_PP_TIMETICK_H_
 
-#include <string>
-
 #include "snmp_pp/integer.h"
 
 namespace Snmp_pp {
@@ -26,7 +24,7 @@ class TimeTicks : public SnmpUInt32 {
   const char* get_printable() const override;
 
  private:
-  mutable std::string text_;
+  mutable PrintedText text_;
 };
 
 }  // namespace Snmp_pp

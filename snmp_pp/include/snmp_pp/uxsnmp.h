@@ -1,9 +1,9 @@
 // The session that sends traps.
 //
-// One object is one UDP socket: opened and bound by the constructor, closed by
-// the destructor. A trap is one datagram; the whole life of a session that
-// sends one trap costs socket, bind, sendto and close, and no other call when
-// the addresses are numeric. Nothing is received or retried, no file is read or
+// One object is one UDP socket: opened by the constructor, closed by the
+// destructor. A trap is one datagram; the whole life of a session that sends one
+// trap costs socket, sendto and close, and no other call when the addresses are
+// numeric. Nothing is received or retried, no file is read or
 // written, nothing goes to standard output or standard error.
 #ifndef SNMP_PP_UXSNMP_H_
 #define SNMP_PP_UXSNMP_H_
@@ -17,7 +17,8 @@ namespace Snmp_pp {
 class Snmp {
  public:
   // Opens an IPv4 UDP socket, close-on-exec, and binds it to any address and
-  // the local port; 0 takes any free one. Sets status to SNMP_CLASS_SUCCESS or
+  // the local port; with port 0 the first trap takes any free one. Sets status to
+  // SNMP_CLASS_SUCCESS or
   //   SNMP_CLASS_RESOURCE_UNAVAIL  no descriptor or buffer space is free
   //   SNMP_CLASS_TL_IN_USE         the local port is in use
   //   SNMP_CLASS_TL_ACCESS_DENIED  the local port is not permitted
@@ -46,10 +47,10 @@ class Snmp {
   //   SNMP_CLASS_TL_UNSUPPORTED    the address is neither IP nor UDP
   //   SNMP_CLASS_INVALID_NOTIFYID  the notify id has fewer than two arcs
   //   SNMP_ERROR_TOO_BIG           the message would exceed 4096 octets
-  //   SNMP_CLASS_RESOURCE_UNAVAIL  no memory for the message
-  //   SNMP_CLASS_ERROR             the message could not be encoded
   //   SNMP_CLASS_TL_FAILED         the send failed, with errno of the send
   //   SNMP_CLASS_SUCCESS
+  // Takes no memory. The bindings are encoded once: the Pdu keeps its encoded form
+  // for the next receiver until it is changed.
   int trap(Pdu& pdu, SnmpTarget& target);
 
   // One line of text for a result of the constructor or of trap, for every

@@ -3,9 +3,15 @@
 #define SNMP_PP_VB_H_
 
 #include <memory>
+#include <utility>
+#include <variant>
 
+#include "snmp_pp/address.h"
+#include "snmp_pp/integer.h"
+#include "snmp_pp/octet.h"
 #include "snmp_pp/oid.h"
 #include "snmp_pp/smival.h"
+#include "snmp_pp/timetick.h"
 
 namespace Snmp_pp {
 
@@ -18,12 +24,7 @@ class Vb {
   // No name, no value; invalid.
   Vb() = default;
   explicit Vb(const Oid& name) : name_(name) {}
-  Vb(const Vb& other);
-  Vb(Vb&&) = default;
-  ~Vb() = default;
-
-  Vb& operator=(const Vb& other);
-  Vb& operator=(Vb&&) = default;
+  explicit Vb(Oid&& name) : name_(std::move(name)) {}
 
   void set_oid(const Oid& name) { name_ = name; }
   void get_oid(Oid& name) const { name = name_; }
@@ -35,15 +36,21 @@ class Vb {
   void set_value(unsigned long value);
   // OCTET STRING: the octets before the terminating zero; empty for null.
   void set_value(const char* text);
-  // A copy of the object, valid or not.
+  // A copy of the object, valid or not; of one that may go, what it holds.
   void set_value(const SnmpSyntax& value);
+  void set_value(SnmpSyntax&& value);
   // No value.
-  void set_null() { value_.reset(); }
+  void set_null() { value_ = std::monostate(); }
 
   // Copies the value. Returns SNMP_CLASS_SUCCESS, or SNMP_CLASS_INVALID, with
   // destination untouched, when there is none or one of another kind
   // (get_syntax()).
   int get_value(SnmpSyntax& destination) const;
+
+  // Name and value, null without a value, until the object changes. Not part of
+  // SNMP++.
+  const Oid& name() const { return name_; }
+  const SnmpSyntax* value() const;
 
   // The kind of the value; sNMP_SYNTAX_NULL when there is none.
   SmiUINT32 get_syntax() const;
@@ -56,8 +63,31 @@ class Vb {
   bool valid() const;
 
  private:
+  // A value of a class that a program derived itself.
+  class Clone {
+   public:
+    explicit Clone(const SnmpSyntax& value) : value_(value.clone()) {}
+    Clone(const Clone& other) : Clone(*other.value_) {}
+    Clone(Clone&&) = default;
+    ~Clone() = default;
+    Clone& operator=(const Clone& other) { return *this = Clone(other); }
+    Clone& operator=(Clone&&) = default;
+
+    const SnmpSyntax* get() const { return value_.get(); }
+
+   private:
+    std::unique_ptr<SnmpSyntax> value_;
+  };
+
+  template <typename Source>
+  void take(Source&& value);
+  template <typename Kind, typename Source>
+  bool take_if(Source&& value);
+
   Oid name_;
-  std::unique_ptr<SnmpSyntax> value_;
+  std::variant<std::monostate, SnmpInt32, SnmpUInt32, TimeTicks, OctetStr, Oid, IpAddress,
+               UdpAddress, GenAddress, Clone>
+      value_;
 };
 
 }  // namespace Snmp_pp

@@ -256,5 +256,77 @@ TEST(Encoding, TheSamePduSentTwiceGivesTheSameDatagram) {
   EXPECT_EQ(timestamp, 0UL);
 }
 
+// What is kept of an encoded Pdu must not outlive a change of it.
+
+// Sends with a session of its own and returns the datagram in hexadecimal.
+std::string resent(Pdu& pdu, const char* community = "public") {
+  const TrapReceiver receiver;
+  CTarget target = target_of(receiver.destination());
+  target.set_readcommunity(community);
+  int status = 0;
+  Snmp session(status);
+  EXPECT_EQ(session.trap(pdu, target), SNMP_CLASS_SUCCESS);
+  return to_hex(receiver.receive());
+}
+
+TEST(Encoding, EachReceiverOfAPduGetsItsOwnCommunity) {
+  Pdu pdu = sample_pdu();
+  for (const std::string& community :
+       {std::string("long enough"), std::string("b"), std::string(), std::string(300, 'c')}) {
+    EXPECT_EQ(resent(pdu, community.c_str()),
+              to_hex(message_of({.community = octets_of(community)})));
+  }
+}
+
+TEST(Encoding, AChangedPduIsEncodedAnew) {
+  Pdu pdu = sample_pdu();
+  ExpectedTrap expected;
+  EXPECT_EQ(resent(pdu), to_hex(message_of(expected)));
+  pdu.set_notify_id(Oid("1.3.6.1.4.1.99.0.8"));
+  expected.specific = from_hex("020108");
+  EXPECT_EQ(resent(pdu), to_hex(message_of(expected)));
+  pdu.set_notify_timestamp(TimeTicks(1));
+  expected.timestamp = from_hex("430101");
+  EXPECT_EQ(resent(pdu), to_hex(message_of(expected)));
+  EXPECT_TRUE(pdu.set_v1_trap_address(IpAddress("192.0.2.33")));
+  expected.agent = from_hex("4004c0000221");
+  EXPECT_EQ(resent(pdu), to_hex(message_of(expected)));
+  const Vb vb = vb_of(SnmpInt32(5));
+  pdu += vb;
+  expected.bindings = tlv(0x30, kName + from_hex("020105"));
+  EXPECT_EQ(resent(pdu), to_hex(message_of(expected)));
+  pdu.set_notify_id(Oid("1.3.6.1.6.3.1.1.5.1"));
+  pdu.set_notify_enterprise(Oid("1.3.6.1.4.1.99"));
+  expected.generic = from_hex("020100");
+  expected.specific = from_hex("020100");
+  EXPECT_EQ(resent(pdu), to_hex(message_of(expected)));
+  pdu.set_notify_enterprise(Oid("1.3.6.1.4.1.98"));
+  expected.enterprise = from_hex("06062b0601040162");
+  EXPECT_EQ(resent(pdu), to_hex(message_of(expected)));
+}
+
+TEST(Encoding, ACopyOfASentPduIsAPduOfItsOwn) {
+  Pdu sent_one = sample_pdu();
+  resent(sent_one);
+  Pdu copy(sent_one);
+  Pdu assigned = sample_pdu("1.3.6.1.4.1.99.0.8");
+  resent(assigned);
+  assigned = sent_one;
+  copy.set_notify_timestamp(TimeTicks(1));
+  EXPECT_EQ(resent(copy), to_hex(message_of({.timestamp = from_hex("430101")})));
+  EXPECT_EQ(resent(assigned), to_hex(message_of({})));
+  EXPECT_EQ(resent(sent_one), to_hex(message_of({})));
+}
+
+TEST(Encoding, ATrapThatWasTooBigForOneReceiverFitsAnother) {
+  Pdu pdu = sample_pdu();
+  CTarget target = target_of("127.0.0.1:9");
+  target.set_readcommunity(std::string(4090, 'c').c_str());
+  int status = 0;
+  Snmp session(status);
+  EXPECT_EQ(session.trap(pdu, target), SNMP_ERROR_TOO_BIG);
+  EXPECT_EQ(resent(pdu), to_hex(message_of({})));
+}
+
 }  // namespace
 }  // namespace Snmp_pp

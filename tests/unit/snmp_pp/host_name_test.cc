@@ -77,6 +77,23 @@ TEST(LocalHost, IsTheAgentAddressOfAPduWithoutOne) {
   EXPECT_THAT(calls.look_ups, ElementsAre("the-host"));
 }
 
+TEST(LocalHost, IsLookedUpForEveryTrap) {
+  NetworkCalls calls;
+  calls.swallow = true;
+  calls.names = {{"the-host", {"192.0.2.9"}}};
+  Pdu pdu = sample_pdu();
+  pdu.set_v1_trap_address(IpAddress());
+  CTarget target = target_of("127.0.0.1");
+  int status = 0;
+  Snmp session(status);
+  EXPECT_EQ(session.trap(pdu, target), SNMP_CLASS_SUCCESS);
+  EXPECT_EQ(to_hex(calls.sent), to_hex(message_of({.agent = from_hex("4004c0000209")})));
+  calls.names = {{"the-host", {"192.0.2.8"}}};
+  EXPECT_EQ(session.trap(pdu, target), SNMP_CLASS_SUCCESS);
+  EXPECT_EQ(to_hex(calls.sent), to_hex(message_of({.agent = from_hex("4004c0000208")})));
+  EXPECT_THAT(calls.look_ups, ElementsAre("the-host", "the-host"));
+}
+
 TEST(LocalHost, ThatDoesNotResolveIsSentAsAllOnes) {
   NetworkCalls calls;
   calls.swallow = true;

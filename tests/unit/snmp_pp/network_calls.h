@@ -28,7 +28,7 @@ class NetworkCalls {
   // length is returned.
   bool swallow = false;
 
-  // The calls so far: "socket", "bind 0.0.0.0:0", "sendto 127.0.0.1:162",
+  // The calls so far: "socket", "bind 0.0.0.0:5555", "sendto 127.0.0.1:162",
   // "close".
   std::vector<std::string> calls;
   // The names looked up, in order.

@@ -157,5 +157,14 @@ TEST(Oid, ACopyOfAnInvalidObjectIsInvalid) {
   EXPECT_FALSE(std::unique_ptr<SnmpSyntax>(invalid.clone())->valid());
 }
 
+TEST(Oid, ACopyDoesNotShareThePrintedText) {
+  const Oid original("1.3.6");
+  const char* printed = original.get_printable();
+  const Oid copy(original);  // NOLINT(performance-unnecessary-copy-initialization)
+  EXPECT_STREQ(copy.get_printable(), "1.3.6");
+  EXPECT_NE(copy.get_printable(), printed);
+  EXPECT_STREQ(printed, "1.3.6");
+}
+
 }  // namespace
 }  // namespace Snmp_pp

@@ -148,5 +148,19 @@ TEST(Pdu, CopiesAreDeepAndCarryEverything) {
   }
 }
 
+TEST(Pdu, TakesItsOwnBindingsAgain) {
+  Pdu original;
+  const Vb vb = numbered(1);
+  original += vb;
+  Pdu copy(original);
+  for (int times = 0; times < 10; ++times) {
+    copy += copy.bindings()[0];
+  }
+  ASSERT_EQ(copy.get_vb_count(), 11);
+  for (const Vb& binding : copy.bindings()) {
+    EXPECT_STREQ(binding.get_printable_value(), "1");
+  }
+}
+
 }  // namespace
 }  // namespace Snmp_pp

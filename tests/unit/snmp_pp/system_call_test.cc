@@ -1,5 +1,5 @@
 // What a trap asks of the kernel, in processes of their own: nothing but
-// memory, the time, and socket, bind, sendto and close.
+// memory, the time, and socket, sendto and close.
 #include <gtest/gtest.h>
 #include <linux/audit.h>
 #include <linux/filter.h>
@@ -78,9 +78,9 @@ int whole_trap(const std::string& destination) {
 TEST(SystemCalls, ATrapNeedsOnlyItsSocketMemoryAndTheTime) {
   const TrapReceiver receiver;
   const int status = status_of_child([&receiver] {
-    if (!allow_only({SYS_socket, SYS_bind, SYS_sendto, SYS_close, SYS_brk, SYS_mmap, SYS_munmap,
-                     SYS_mremap, SYS_mprotect, SYS_madvise, SYS_futex, SYS_getrandom,
-                     SYS_clock_gettime, SYS_gettimeofday, SYS_exit_group})) {
+    if (!allow_only({SYS_socket, SYS_sendto, SYS_close, SYS_brk, SYS_mmap, SYS_munmap, SYS_mremap,
+                     SYS_mprotect, SYS_madvise, SYS_futex, SYS_getrandom, SYS_clock_gettime,
+                     SYS_gettimeofday, SYS_exit_group})) {
       return kNoFilter;
     }
     return whole_trap(receiver.destination());

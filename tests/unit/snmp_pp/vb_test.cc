@@ -2,6 +2,8 @@
 #include <snmp_pp/snmp_pp.h>
 
 #include <array>
+#include <string>
+#include <utility>
 
 namespace Snmp_pp {
 namespace {
@@ -125,6 +127,53 @@ TEST(Vb, ACopyWithoutAValueHasNone) {
   Vb invalid(Oid("1.3.6"));
   invalid.set_value(Oid());
   EXPECT_FALSE(Vb(invalid).valid());
+}
+
+TEST(Vb, TakesWhatMayGo) {
+  const std::string text(1000, 'x');
+  OctetStr octets(text.c_str());
+  const unsigned char* place = octets.data();
+  Vb vb(Oid("1.3.6"));
+  vb.set_value(std::move(octets));
+  EXPECT_EQ(dynamic_cast<const OctetStr&>(*vb.value()).data(), place);
+  Pdu pdu;
+  pdu += std::move(vb);
+  ASSERT_EQ(pdu.get_vb_count(), 1);
+  EXPECT_EQ(dynamic_cast<const OctetStr&>(*pdu.bindings()[0].value()).data(), place);
+  EXPECT_EQ(pdu.bindings()[0].name(), Oid("1.3.6"));
+}
+
+// What programs derive themselves keeps its own behaviour.
+class OddGauge : public SnmpUInt32 {
+ public:
+  using SnmpUInt32::operator=;
+  OddGauge* clone() const override { return new OddGauge(*this); }
+  const char* get_printable() const override { return "odd"; }
+};
+
+TEST(Vb, KeepsAValueOfADerivedClassWhole) {
+  Vb vb(Oid("1.3.6"));
+  vb.set_value(OddGauge());
+  EXPECT_STREQ(vb.get_printable_value(), "odd");
+  const Vb copy(vb);
+  Vb assigned;
+  assigned = vb;
+  vb.set_value(UdpAddress("10.0.0.5:1162"));
+  EXPECT_STREQ(copy.get_printable_value(), "odd");
+  EXPECT_STREQ(assigned.get_printable_value(), "odd");
+  EXPECT_STREQ(vb.get_printable_value(), "10.0.0.5/1162");
+  vb.set_value(GenAddress("10.0.0.5:1162"));
+  EXPECT_STREQ(vb.get_printable_value(), "10.0.0.5/1162");
+}
+
+TEST(Vb, CanBeGivenItsOwnValue) {
+  Vb vb(Oid("1.3.6"));
+  vb.set_value(std::string(1000, 'x').c_str());
+  vb.set_value(*vb.value());
+  EXPECT_EQ(vb.get_printable_value(), std::string(1000, 'x'));
+  vb.set_value(OddGauge());
+  vb.set_value(*vb.value());
+  EXPECT_STREQ(vb.get_printable_value(), "odd");
 }
 
 }  // namespace

@@ -1,0 +1,98 @@
+// A vector that needs no heap while it is short. Not part of SNMP++.
+#ifndef SNMP_PP_SHORT_VECTOR_H_
+#define SNMP_PP_SHORT_VECTOR_H_
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <type_traits>
+#include <utility>
+
+namespace Snmp_pp {
+
+// Elements that can be copied as memory; kShort of them lie in the object
+// itself. Copies are deep, moving takes over a heap block and leaves nothing
+// behind. Whatever makes it longer may throw std::bad_alloc and then changes
+// nothing.
+template <typename Element, size_t kShort>
+class ShortVector {
+  static_assert(std::is_trivially_copyable_v<Element>);
+
+ public:
+  ShortVector() noexcept {}  // NOLINT(modernize-use-equals-default,*-member-init): see inside_
+  ShortVector(const ShortVector& other) : ShortVector() { assign(other); }
+  ShortVector(ShortVector&& other) noexcept : ShortVector() { take(other); }
+  ~ShortVector() = default;
+
+  ShortVector& operator=(const ShortVector& other) {
+    assign(other);
+    return *this;
+  }
+  ShortVector& operator=(ShortVector&& other) noexcept {
+    if (this != &other) {
+      take(other);
+    }
+    return *this;
+  }
+
+  size_t size() const { return size_; }
+  bool empty() const { return size_ == 0; }
+  const Element* data() const { return heap_ ? heap_.get() : inside_.data(); }
+  const Element* begin() const { return data(); }
+  const Element* end() const { return data() + size_; }
+
+  // Drops what is behind the first size elements. There must be as many.
+  void shorten(size_t size) { size_ = size; }
+
+  // The elements may be some of this vector's own.
+  void append(std::span<const Element> elements) {
+    const size_t size = size_ + elements.size();
+    if (size > capacity_) {
+      // Filled before the old block, in which the elements may lie, is freed.
+      const size_t capacity = std::max(size, 2 * capacity_);
+      auto block = std::make_unique_for_overwrite<Element[]>(capacity);
+      std::copy_n(data(), size_, block.get());
+      std::copy_n(elements.data(), elements.size(), block.get() + size_);
+      heap_ = std::move(block);
+      capacity_ = capacity;
+    } else {
+      std::copy_n(elements.data(), elements.size(), place() + size_);
+    }
+    size_ = size;
+  }
+  void append(Element element) { append(std::span<const Element>(&element, 1)); }
+
+ private:
+  Element* place() { return heap_ ? heap_.get() : inside_.data(); }
+
+  void assign(const ShortVector& other) {
+    if (other.size_ > capacity_) {
+      heap_ = std::make_unique_for_overwrite<Element[]>(other.size_);
+      capacity_ = other.size_;
+    }
+    std::copy(other.begin(), other.end(), place());
+    size_ = other.size_;
+  }
+
+  void take(ShortVector& other) noexcept {
+    if (other.heap_) {
+      heap_ = std::move(other.heap_);
+      capacity_ = std::exchange(other.capacity_, kShort);
+    } else {
+      std::copy(other.begin(), other.end(), place());
+    }
+    size_ = std::exchange(other.size_, 0);
+  }
+
+  size_t size_ = 0;
+  size_t capacity_ = kShort;
+  std::unique_ptr<Element[]> heap_;  // all elements, when there is a block
+  // Left as it is: no element is read before it is written.
+  std::array<Element, kShort> inside_;
+};
+
+}  // namespace Snmp_pp
+
+#endif  // SNMP_PP_SHORT_VECTOR_H_
