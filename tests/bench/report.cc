@@ -124,8 +124,9 @@ std::string report(const Results& results) {
   lines += growth_text("CPU us by receivers", "receiver", results.by_receivers);
   lines += growth_text("CPU us by bindings", "binding", results.by_bindings);
   for (const Memory& memory : results.memory) {
-    lines += text("%-30s %ld KiB resident at the start, %ld KiB after %ld notifications\n",
-                  memory.name.c_str(), memory.first_kib, memory.last_kib, results.relayed);
+    lines += text("%-30s resident KiB: %ld at the start, %ld after 1 notification, %ld after %ld\n",
+                  memory.name.c_str(), memory.start_kib, memory.first_kib, memory.last_kib,
+                  memory.relayed);
   }
   lines += text("%-30s %.1f wake-ups a second (BMC), %.1f (agent socket), %.1f allocations\n",
                 "tvurev, idle", results.idle.bmc_wakeups, results.idle.agent_wakeups,

@@ -33,8 +33,10 @@ struct Growth {
 
 struct Memory {
   std::string name;
-  long first_kib = 0;
+  long start_kib = 0;
+  long first_kib = 0;  // after the first notification
   long last_kib = 0;
+  long relayed = 0;
 };
 
 struct Results {
@@ -42,7 +44,6 @@ struct Results {
   std::vector<Growth> by_receivers;
   std::vector<Growth> by_bindings;
   std::vector<Memory> memory;
-  long relayed = 0;  // by each of the daemon's processes between the two looks
   Idle idle;
   StartTime start;
   std::vector<std::string> trust;  // how far the figures go

@@ -35,7 +35,7 @@ Relayed relay_and_keep(Stage& stage, Row& row) {
   stations.drain_log();
   stations.lines.clear();
   deliver(row, packet, kFirstStamp, stage.receivers);
-  stations.await_traps(stage.receivers, kFirstStamp, false, &relayed.traps);
+  stations.await_traps(stage.receivers, kFirstStamp, &relayed.traps);
   wait_until_idle(row.pid);
   stations.drain_log(true);
   for (const std::string& line : stations.lines) {
@@ -63,8 +63,9 @@ double relay_one(Stage& stage, Row& row, Packet& packet) {
   const uint32_t stamp = kFirstStamp + ++stations.last_stamp;
   const auto written = Clock::now();
   deliver(row, packet, stamp, stage.receivers);
-  const auto arrived = stations.await_traps(stage.receivers, stamp, row.log_meanwhile);
+  const auto arrived = stations.await_traps(stage.receivers, stamp);
   take_answer(row);
+  ++row.relayed;
   stations.drain_log();
   return std::chrono::duration<double, std::micro>(arrived - written).count();
 }

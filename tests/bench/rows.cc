@@ -106,7 +106,9 @@ int connect_to(Stage& stage, const std::string& path) {
 // The daemon's two processes are two rows.
 void start_daemon_rows(Stage& stage) {
   const pid_t daemon = start_daemon(stage, false);
+  stage.stations.await_line("BMC Reverse channel is");
   const int agent = connect_to(stage, kAgentSocket);
+  stage.stations.await_line("TVU Reverse Proxy Connected");
   const std::vector<pid_t> children = children_of(daemon);
   if (children.empty()) {
     throw MeasurementFailed("the daemon has no socket proxy");
@@ -144,8 +146,7 @@ void start_snmpd(Stage& stage, const std::string& name, const std::string& key,
        .pid = stage.processes.back(),
        .input = session_socket,
        .session = open_agentx_session(session_socket, [&] { stage.stations.drain_log(); }),
-       .same_duties = false,
-       .log_meanwhile = true});
+       .same_duties = false});
 }
 
 }  // namespace
@@ -166,10 +167,12 @@ void Stage::start_relays() {
 }
 
 void Stage::start_others() {
-  start_snmpd(*this, "snmpd, AgentX master, log off", "quiet", {"-Ln"});
-  start_snmpd(*this, "snmpd, AgentX master, log on", "logging", {"-Lsd", "-Dtrap"});
-  rows.push_back({.name = "snmptrap, run for each", .road = Road::kProgram, .same_duties = false});
-  // snmpd greets its receivers with a coldStart trap.
+  start_snmpd(*this, "snmpd as AgentX master, no log", "quiet", {"-Ln"});
+  start_snmpd(*this, "snmpd, traps in its log", "logging", {"-Lsd", "-Dtrap"});
+  rows.push_back(
+      {.name = "snmptrap, run for each trap", .road = Road::kProgram, .same_duties = false});
+  // snmpd says nothing of a trap unless told to debug them. It greets its
+  // receivers with a coldStart trap.
   usleep(200'000);
   stations.drain_receivers();
   stations.drain_log();

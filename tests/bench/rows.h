@@ -29,7 +29,7 @@ struct Row {
   double children_cpu_ns = 0;  // of kProgram
   bool ours = false;
   bool same_duties = true;  // same traps, one log line a receiver
-  bool log_meanwhile = false;
+  long relayed = 0;
 };
 
 // How the programs are run.
@@ -54,7 +54,7 @@ struct Stage {
 
   // floor, tvurev by its two roads, and the program of libnetsnmp sessions.
   void start_relays();
-  // snmpd with its log off and on, and snmptrap.
+  // snmpd without a log and with one that tells of traps, and snmptrap.
   void start_others();
 };
 

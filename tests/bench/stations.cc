@@ -2,7 +2,6 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
@@ -64,14 +63,7 @@ void Stations::open() {
   log = open_log();
 }
 
-Clock::time_point Stations::await_traps(int count, uint32_t stamp, bool log_meanwhile,
-                                        std::vector<Bytes>* traps) {
-  std::array<pollfd, 2> both = {
-      {{receivers[static_cast<size_t>(count) - 1].get(), POLLIN, 0}, {log.get(), POLLIN, 0}}};
-  while (log_meanwhile && both[0].revents == 0 &&
-         poll(both.data(), both.size(), kPatienceSeconds * 1000) > 0) {
-    drain_log();
-  }
+Clock::time_point Stations::await_traps(int count, uint32_t stamp, std::vector<Bytes>* traps) {
   std::array<uint8_t, 4096> trap = {};
   // The last one first: what waits for it is woken once.
   for (int index = count - 1; index >= 0; --index) {
@@ -98,6 +90,19 @@ void Stations::drain_receivers() {
     while (recv(receiver.get(), ignored.data(), ignored.size(), MSG_DONTWAIT) >= 0) {
     }
   }
+}
+
+void Stations::await_line(const std::string& text) {
+  const auto give_up = Clock::now() + std::chrono::seconds(kPatienceSeconds);
+  for (lines.clear(); Clock::now() < give_up; usleep(1'000)) {
+    drain_log(true);
+    for (const std::string& line : lines) {
+      if (line.find(text) != std::string::npos) {
+        return;
+      }
+    }
+  }
+  throw MeasurementFailed("nobody logs: " + text);
 }
 
 int Stations::drain_log(bool keep) {

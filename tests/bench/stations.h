@@ -40,13 +40,14 @@ struct Stations {
   // Waits for the trap with this stamp at the first `count` receivers and
   // returns when the last of them came; the traps are put into `traps` when it
   // is given. A trap that does not come within ten seconds, or another one
-  // between, fails. Meanwhile the log is read where log_meanwhile says so: for
-  // a program whose lines for one notification do not fit into its queue.
-  Clock::time_point await_traps(int count, uint32_t stamp, bool log_meanwhile = false,
-                                std::vector<Bytes>* traps = nullptr);
+  // between, fails. The log's queue holds the lines of one notification; it is
+  // read after each.
+  Clock::time_point await_traps(int count, uint32_t stamp, std::vector<Bytes>* traps = nullptr);
 
   // Throws away what came without being asked for.
   void drain_receivers();
+  // Reads the log until a line holds this text. Fails after ten seconds.
+  void await_line(const std::string& text);
   // Reads the log empty; returns the number of lines.
   int drain_log(bool keep = false);
 };
