@@ -85,6 +85,7 @@ std::vector<double> instructions_of_run(Stations& stations, int receivers, int n
     stage.processes.clear();
   }
   std::vector<double> instructions;
+  instructions.reserve(pids.size());
   for (const pid_t pid : pids) {
     instructions.push_back(instructions_of(pid));
   }

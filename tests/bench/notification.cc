@@ -99,7 +99,7 @@ void put_stamp(std::span<uint8_t> bytes, size_t offset, uint32_t stamp) {
 bool carries_stamp(std::span<const uint8_t> trap, uint32_t stamp) {
   const auto byte = [&](int shift) { return static_cast<uint8_t>(stamp >> shift); };
   const std::array<uint8_t, 6> ticks = {0x43, 4, byte(24), byte(16), byte(8), byte(0)};
-  return !std::ranges::search(trap, ticks).empty();
+  return std::search(trap.begin(), trap.end(), ticks.begin(), ticks.end()) != trap.end();
 }
 
 std::vector<std::string> snmptrap_arguments(int bindings, uint32_t stamp,

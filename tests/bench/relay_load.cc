@@ -37,7 +37,6 @@ const std::map<std::string, Plan> kPlans = {
     {"smoke", {{2, 25, seconds(5)}, {1, 5, seconds(5)}, 20, 1, 1, 120}},
 };
 
-// The bindings to try: all steps, or the ends and the middle.
 std::vector<int> binding_steps() {
   return {0, 4, 8, 12, 16, 20, 24};
 }
@@ -227,9 +226,7 @@ Results measure(const Plan& plan) {
   return results;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
   CLI::App app("Measures what a relayed notification costs; to be run by ./bench");
   std::string mode = "full";
   std::string columns;
@@ -247,16 +244,22 @@ int main(int argc, char** argv) {
   }
   const Plan& plan = kPlans.at(mode);
   alarm(plan.at_most_seconds);
-  try {
-    const Results results = measure(plan);
-    std::cout << report(results) << std::flush;
-    check_counts(results);
-    if (!columns.empty()) {
-      write_columns(results, columns);
-    }
-  } catch (const std::exception& error) {
-    std::cerr << "\nrelay_load: " << error.what() << "\n";
-    return kFailed;
+  const Results results = measure(plan);
+  std::cout << report(results) << std::flush;
+  check_counts(results);
+  if (!columns.empty()) {
+    write_columns(results, columns);
   }
   return kDone;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return run(argc, argv);
+  } catch (const std::exception& error) {
+    fprintf(stderr, "\nrelay_load: %s\n", error.what());
+    return kFailed;
+  }
 }

@@ -11,6 +11,7 @@ __attribute__((format(printf, 1, 2))) std::string text(const char* format, ...) 
   std::array<char, 256> buffer = {};
   va_list arguments;
   va_start(arguments, format);
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the line above has
   vsnprintf(buffer.data(), buffer.size(), format, arguments);
   va_end(arguments);
   return buffer.data();

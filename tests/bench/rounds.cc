@@ -62,12 +62,16 @@ double relay_one(Stage& stage, Row& row, Packet& packet) {
   Stations& stations = stage.stations;
   const uint32_t stamp = kFirstStamp + ++stations.last_stamp;
   const auto written = Clock::now();
-  deliver(row, packet, stamp, stage.receivers);
-  const auto arrived = stations.await_traps(stage.receivers, stamp);
-  take_answer(row);
-  ++row.relayed;
-  stations.drain_log();
-  return std::chrono::duration<double, std::micro>(arrived - written).count();
+  try {
+    deliver(row, packet, stamp, stage.receivers);
+    const auto arrived = stations.await_traps(stage.receivers, stamp);
+    take_answer(row);
+    ++row.relayed;
+    stations.drain_log();
+    return std::chrono::duration<double, std::micro>(arrived - written).count();
+  } catch (const MeasurementFailed& failure) {
+    throw MeasurementFailed(row.name + ": " + failure.what());
+  }
 }
 
 void check_duties(Stage& stage) {
