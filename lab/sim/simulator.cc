@@ -182,7 +182,7 @@ struct Executor {
       }
       if (event.occupied) {
         channel.listener.reset();
-      } else if (!channel.listener) {
+      } else if (!channel.listener.valid()) {
         if (std::string error = open_listener(&channel); !error.empty()) {
           return error;
         }
@@ -327,10 +327,10 @@ const Bytes* Simulator::last_received(PacketKind kind) const {
 int Simulator::session_channel() const {
   int highest = -1;
   for (const Channel& channel : channels) {
-    if (channel.client && channel.number == greeted_channel) {
+    if (channel.client.valid() && channel.number == greeted_channel) {
       return channel.number;
     }
-    highest = channel.client ? std::max(highest, channel.number) : highest;
+    highest = channel.client.valid() ? std::max(highest, channel.number) : highest;
   }
   return highest;
 }
@@ -397,5 +397,5 @@ std::string Simulator::set_variable(const std::string& name, const std::optional
 
 Channel* Simulator::find_channel(int number) {
   const auto channel = std::ranges::find(channels, number, &Channel::number);
-  return channel == channels.end() || !channel->client ? nullptr : &*channel;
+  return channel == channels.end() || !channel->client.valid() ? nullptr : &*channel;
 }

@@ -29,20 +29,19 @@ bool is_in_sandbox() {
   return getuid() == 0 && exists(kShim) && exists(kDaemon) && exists("/vmfs/devices");
 }
 
-Command daemon_command(const Settings& settings) {
-  Command command = {
+Program daemon_program(const Settings& settings) {
+  Program program = {
       .arguments = {kDaemon},
-      .environment = {"PATH=/sbin:/usr/sbin:/usr/bin:/bin", "HOME=/", "LC_ALL=C", "TZ=UTC",
-                      std::string("LD_PRELOAD=") + kShim + ":" + TEST_CLOCK,
+      .environment = {std::string("LD_PRELOAD=") + kShim + ":" + TEST_CLOCK,
                       "TESTCLOCK_POLL_DIVISOR=" + std::to_string(settings.poll_divisor),
                       "TESTCLOCK_RECORD=" + settings.record,
                       std::string("TESTCLOCK_HOLD=") + kHoldFile,
                       std::string("ASAN_OPTIONS=verify_asan_link_order=0:log_path=") +
                           kSanitizerReports},
       .extra_descriptors = settings.extra_descriptors};
-  command.arguments.insert(command.arguments.end(), settings.arguments.begin(),
+  program.arguments.insert(program.arguments.end(), settings.arguments.begin(),
                            settings.arguments.end());
-  return command;
+  return program;
 }
 
 }  // namespace
@@ -74,7 +73,7 @@ void Host::TearDown() {
 }
 
 void Host::start_daemon(const Settings& settings) {
-  daemon.start(daemon_command(settings));
+  ASSERT_EQ(daemon.start(daemon_program(settings)), "");
 }
 
 void Host::start_relay(const Settings& settings) {

@@ -31,10 +31,11 @@
 
 #include "lab/sim/scenario.h"
 #include "lab/sim/simulator.h"
-#include "tests/e2e/local_client.h"
+#include "lab/supervisor/child.h"
+#include "lab/supervisor/local_client.h"
+#include "lab/supervisor/syslog_socket.h"
+#include "lab/supervisor/trap_receiver.h"
 #include "tests/e2e/process.h"
-#include "tests/e2e/syslog_socket.h"
-#include "tests/e2e/trap_receiver.h"
 #include "tests/support/packets.h"
 
 // Marker files.
@@ -126,7 +127,7 @@ class Host : public testing::Test {
   Simulator bmc;
   TrapReceiver receiver;        // 192.0.2.7, community public
   TrapReceiver other_receiver;  // 198.51.100.9, community ops
-  Process daemon;
+  Child daemon;
 
  private:
   void pump(int timeout_ms);
