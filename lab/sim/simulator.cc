@@ -9,8 +9,6 @@
 
 #include "lab/shim/faults.h"
 #include "lab/sim/nvram.h"
-#include "wire/chif.h"
-#include "wire/kcs.h"
 
 namespace {
 
@@ -19,11 +17,6 @@ constexpr size_t kConnectReplySize = 16;
 
 // A utility query is read for this often before the host gives up.
 constexpr int kReadAttempts = 10;
-
-bool is_answered(PacketKind kind) {
-  return kind != PacketKind::kLogAck && kind != PacketKind::kShutdownAck &&
-         kind != PacketKind::kUnknown;
-}
 
 bool is_session_request(PacketKind kind) {
   return kind == PacketKind::kHello || kind == PacketKind::kConnect || kind == PacketKind::kBye;
@@ -69,15 +62,6 @@ void change_answer(Bytes* packet, const AnswerEvent& changes) {
   if (changes.seqno_offset != 0) {
     put_u16(*packet, chif::header::kSeqno,
             static_cast<uint16_t>(get_u16(*packet, chif::header::kSeqno) + changes.seqno_offset));
-  }
-  if (changes.completion) {
-    put_u8(*packet, kcs::response::kCompletionCode, *changes.completion);
-  }
-  if (changes.nvram_status) {
-    put_u8(*packet, kcs::response::kData + nvram::response::kStatus, *changes.nvram_status);
-  }
-  if (changes.nvram_length) {
-    put_u16(*packet, kcs::response::kData + nvram::response::kLength, *changes.nvram_length);
   }
   change_fields(packet, changes.fields);
 }

@@ -43,6 +43,9 @@ std::string oid_text(std::span<const uint32_t> oid);
 std::optional<Bytes> parse_hex(std::string_view text);
 std::string hex_text(std::span<const uint8_t> bytes);
 
+// Reads a variable of the form NAME=HEX.
+std::optional<std::pair<std::string, Bytes>> parse_variable(std::string_view text);
+
 std::optional<std::array<uint8_t, 4>> parse_ipv4(std::string_view text);
 std::optional<std::array<uint8_t, 16>> parse_ipv6(std::string_view text);
 
