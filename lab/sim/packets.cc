@@ -351,17 +351,19 @@ Bytes kcs_reply(std::span<const uint8_t> request, uint8_t completion_code,
 Bytes nvram_get_reply(std::span<const uint8_t> request, const Variables& variables) {
   const auto variable = variables.find(nvram_name(request));
   if (variable == variables.end()) {
-    return kcs_reply(request, 0, std::to_array<uint8_t>({0, nvram::response::kNotFound, 0, 0}));
+    Bytes data(nvram::response::kValue);
+    put_u8(data, nvram::response::kStatus, nvram::response::kNotFound);
+    return kcs_reply(request, kcs::kCompletionOk, data);
   }
   const Bytes& value = variable->second;
-  Bytes data(4);
-  put_u16(data, 2, static_cast<uint16_t>(value.size()));
+  Bytes data(nvram::response::kValue);
+  put_u16(data, nvram::response::kLength, static_cast<uint16_t>(value.size()));
   data.insert(data.end(), value.begin(), value.end());
-  return kcs_reply(request, 0, data);
+  return kcs_reply(request, kcs::kCompletionOk, data);
 }
 
 Bytes nvram_set_reply(std::span<const uint8_t> request) {
-  return kcs_reply(request, 0, std::to_array<uint8_t>({0, 0}));
+  return kcs_reply(request, kcs::kCompletionOk, Bytes(nvram::response::kStatus + 1));
 }
 
 std::string nvram_name(std::span<const uint8_t> request) {

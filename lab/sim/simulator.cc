@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 
 #include "lab/shim/faults.h"
@@ -275,22 +274,6 @@ bool Simulator::step(int timeout_ms) {
   return any;
 }
 
-bool Simulator::step_until(const std::function<bool()>& done, int timeout_ms) {
-  using std::chrono::steady_clock;
-  const auto end = steady_clock::now() + std::chrono::milliseconds(timeout_ms);
-  while (!done()) {
-    const auto left =
-        std::chrono::duration_cast<std::chrono::milliseconds>(end - steady_clock::now()).count();
-    if (left <= 0) {
-      return false;
-    }
-    // Reading by the host wakes nobody, so a condition may turn true silently.
-    constexpr int64_t kLook = 10;
-    step(static_cast<int>(std::min(left, kLook)));
-  }
-  return true;
-}
-
 std::string Simulator::execute(const Event& event) {
   return std::visit(Executor{this}, event);
 }
@@ -299,13 +282,6 @@ int Simulator::received(PacketKind kind) const {
   return static_cast<int>(std::ranges::count_if(history, [kind](const Happening& happening) {
     return happening.what == Happening::What::kReceived && classify(happening.packet) == kind;
   }));
-}
-
-const Bytes* Simulator::last_received(PacketKind kind) const {
-  const auto last = std::find_if(history.rbegin(), history.rend(), [kind](const auto& happening) {
-    return happening.what == Happening::What::kReceived && classify(happening.packet) == kind;
-  });
-  return last == history.rend() ? nullptr : &last->packet;
 }
 
 int Simulator::session_channel() const {

@@ -69,6 +69,16 @@ bool is_blank(char character) {
 
 }  // namespace
 
+std::vector<std::string> cut_lines(std::string* text) {
+  std::vector<std::string> lines;
+  size_t start = 0;
+  for (size_t end = 0; (end = text->find('\n', start)) != std::string::npos; start = end + 1) {
+    lines.push_back(text->substr(start, end - start));
+  }
+  text->erase(0, start);
+  return lines;
+}
+
 Words split_words(std::string_view line) {
   Words result;
   bool in_word = false;

@@ -16,6 +16,9 @@
 using Bytes = std::vector<uint8_t>;
 using OidNumbers = std::vector<uint32_t>;
 
+// Cuts the whole lines off the front; what is left has no line end yet.
+std::vector<std::string> cut_lines(std::string* text);
+
 // The words of one line. error is empty, or says what is wrong with the line.
 struct Words {
   std::vector<std::string> words;

@@ -11,6 +11,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "lab/sim/text.h"
+
 namespace {
 
 constexpr int kFirstFree = 3;
@@ -153,13 +155,7 @@ std::vector<std::string> Child::take_lines() {
   if (!out_pipe_.valid() && !out_.empty() && !out_.ends_with('\n')) {
     out_ += '\n';
   }
-  std::vector<std::string> lines;
-  size_t start = 0;
-  for (size_t end = 0; (end = out_.find('\n', start)) != std::string::npos; start = end + 1) {
-    lines.push_back(out_.substr(start, end - start));
-  }
-  out_.erase(0, start);
-  return lines;
+  return cut_lines(&out_);
 }
 
 int exit_status_of(int wait_status) {

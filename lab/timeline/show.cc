@@ -2,8 +2,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
-#include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -16,6 +14,7 @@
 #include "lab/supervisor/child.h"
 #include "lab/supervisor/local_client.h"
 #include "lab/supervisor/local_socket.h"
+#include "lab/supervisor/signals.h"
 #include "lab/supervisor/trap_daemon.h"
 #include "lab/timeline/display.h"
 
@@ -331,19 +330,6 @@ int summarise(Show* show) {
   return 0;
 }
 
-// SIGINT, SIGTERM and SIGHUP as a descriptor, so that the show ends in good
-// order; SIGPIPE not at all.
-Descriptor hold_signals() {
-  sigset_t signals;
-  sigemptyset(&signals);
-  for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
-    sigaddset(&signals, number);
-  }
-  sigprocmask(SIG_BLOCK, &signals, nullptr);
-  sigdelset(&signals, SIGPIPE);
-  return Descriptor(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
-}
-
 // Waits a moment for anything of these two and takes it.
 void pump_both(Child* one, Child* other) {
   std::vector<pollfd> descriptors;
@@ -359,6 +345,7 @@ void pump_both(Child* one, Child* other) {
 int run_show(const ShowSettings& settings) {
   Show show = {.settings = settings};
   show.signals = hold_signals();
+  signal(SIGPIPE, SIG_IGN);  // the BMC may be gone when a line is typed
   if (start_everything(&show)) {
     if (settings.keep) {
       show.input_open = true;

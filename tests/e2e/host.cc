@@ -11,6 +11,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <ranges>
 #include <sstream>
 
 namespace {
@@ -123,6 +124,17 @@ int Host::run_until_exit() {
   return daemon.status();
 }
 
+int Host::run_daemon(const Settings& settings) {
+  start_daemon(settings);
+  return run_until_exit();
+}
+
+testing::AssertionResult Host::relays() {
+  const size_t before = receiver.count();
+  event("notify 1.3.6.1.4.1.32473.1.0.3");
+  return run_until_traps(before + 1);
+}
+
 testing::AssertionResult Host::run_until_logged(std::string_view line, size_t times) {
   return run_until([&] { return times_logged(line) >= times; }) << ": " << line;
 }
@@ -147,9 +159,22 @@ void Host::push_notify(const Bytes& pdu) {
   push(ChifBuilder(0x0001).svc(13).agentx(pdu).bytes());
 }
 
-std::vector<std::string> Host::log() const {
+void Host::on_first(PacketKind kind, const std::function<void()>& action) {
+  bmc.on_happening = [=, this, earlier = bmc.on_happening](const Happening& happening) {
+    if (earlier) {
+      earlier(happening);
+    }
+    if (happening.what == Happening::What::kReceived && classify(happening.packet) == kind &&
+        bmc.received(kind) == 1) {
+      action();
+    }
+  };
+}
+
+std::vector<std::string> Host::log(size_t after) const {
   std::vector<std::string> lines;
-  std::ranges::transform(syslog_.lines(), std::back_inserter(lines), &LogLine::text);
+  std::ranges::transform(syslog_.lines() | std::views::drop(after), std::back_inserter(lines),
+                         &LogLine::text);
   return lines;
 }
 
@@ -189,14 +214,22 @@ std::vector<Bytes> Host::received(PacketKind kind) const {
   return packets;
 }
 
+std::vector<std::string> Host::hex_received(PacketKind kind) const {
+  std::vector<std::string> texts;
+  std::ranges::transform(received(kind), std::back_inserter(texts), hex_of);
+  return texts;
+}
+
 int Host::exit_status(pid_t orphan) {
   int status = 0;
   EXPECT_TRUE(run_until([&] { return waitpid(orphan, &status, WNOHANG) == orphan; }));
   return exit_status_of(status);
 }
 
-void Host::connect(LocalClient* client) {
-  ASSERT_EQ(client->connect(), "");
+LocalClient Host::connected_client() {
+  LocalClient client;
+  EXPECT_EQ(client.connect(), "");
+  return client;
 }
 
 // A daemon that waits for a restart sees the restart file, one that relays the

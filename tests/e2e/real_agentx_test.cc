@@ -41,8 +41,7 @@ class RealAgentx : public Host {
     EXPECT_EQ(capture.notify[2] & kNetworkByteOrder, 0);
     push_notify(capture.notify);
     EXPECT_TRUE(run_until([&] { return printed_traps().size() == 1; })) << trapd_.out();
-    LocalClient agent;
-    connect(&agent);
+    LocalClient agent = connected_client();
     EXPECT_TRUE(agent.send(capture.notify));
     EXPECT_TRUE(run_until([&] { return printed_traps().size() == 2; })) << trapd_.out();
     return traps_;

@@ -13,6 +13,7 @@
 #include "lab/sim/scenario.h"
 #include "lab/sim/simulator.h"
 #include "tests/unit/lab/temporary_directory.h"
+#include "wire/chif.h"
 
 namespace {
 
@@ -42,7 +43,7 @@ class ChannelSocket : public testing::Test {
 
   TemporaryDirectory directory_;
   Simulator bmc_;
-  std::array<uint8_t, kDevicePacketMax> buffer_ = {};
+  std::array<uint8_t, chif::kPacketMax> buffer_ = {};
 };
 
 }  // namespace

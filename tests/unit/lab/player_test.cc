@@ -99,12 +99,3 @@ TEST_F(PlayerTest, DrainedWaitsUntilTheHostHasRead) {
   EXPECT_EQ(recv(fd.get(), buffer.data(), buffer.size(), 0), 20);
   EXPECT_EQ(play(&waiting, &bmc_), PlayState::kDone);
 }
-
-TEST_F(PlayerTest, PlaysToTheEndPumpingTheSimulator) {
-  const Descriptor fd = host(kHello);
-  Player whole = player("expect hello\nlog x\n");
-  EXPECT_TRUE(play_to_end(&whole, &bmc_));
-  EXPECT_EQ(bmc_.history.back().what, Happening::What::kSent);
-  Player failing = player("expect connect limit=0\n");
-  EXPECT_FALSE(play_to_end(&failing, &bmc_));
-}

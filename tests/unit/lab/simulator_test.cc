@@ -89,8 +89,8 @@ TEST_F(SimulatorTest, AnswersTheSession) {
   EXPECT_EQ(bye->size(), 4084U);
   EXPECT_EQ(get_u32(*bye, 8), 0U);
   EXPECT_EQ(bmc_.received(PacketKind::kHello), 1);
-  EXPECT_EQ(*bmc_.last_received(PacketKind::kBye), kBye);
-  EXPECT_EQ(bmc_.last_received(PacketKind::kConnect), nullptr);
+  EXPECT_EQ(bmc_.received(PacketKind::kBye), 1);
+  EXPECT_EQ(bmc_.received(PacketKind::kConnect), 0);
 }
 
 TEST_F(SimulatorTest, RecordsWhatHappensInOrder) {
