@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "lab/shim/faults.h"
+#include "wire/chif.h"
 
 namespace {
 
@@ -120,7 +121,7 @@ int channel_read(int fd, const char* path, void* buffer) {
     errno = fault > 0 ? fault : errno;
     return fault > 0 ? -1 : 0;
   }
-  const ssize_t length = recv(fd, buffer, kDevicePacketMax, 0);
+  const ssize_t length = recv(fd, buffer, chif::kPacketMax, 0);
   if (length == 0 && has_hung_up(fd)) {
     errno = EIO;
     return -1;

@@ -18,9 +18,6 @@
 // A node's path is this and a number.
 inline constexpr const char* kNodePrefix = "/vmfs/devices/char/vmkdriver/zemox-d0ccb";
 
-// Every ioctl 0x100 has a buffer of this size.
-inline constexpr size_t kDevicePacketMax = 4096;
-
 // Connects to the BMC at a node. Returns a descriptor, or -1 with errno: EBUSY
 // when the channel is taken or nobody serves it, ENOENT without the node.
 int channel_open(const char* path, int flags);
@@ -33,8 +30,8 @@ bool channel_path(int fd, char (&path)[sizeof(sockaddr_un::sun_path)]);
 // does not take packets; only a fault says EBUSY.
 ssize_t channel_write(int fd, const char* path, const void* packet, size_t length);
 
-// Waits for the next packet and puts it into the buffer. Returns its length, 0
-// for an empty packet, or -1 with errno: EIO after the BMC hung up.
+// Waits for the next packet and puts it into the buffer of chif::kPacketMax bytes. Returns its
+// length, 0 for an empty packet, or -1 with errno: EIO after the BMC hung up.
 int channel_read(int fd, const char* path, void* buffer);
 
 #endif  // TVUREV_LAB_SHIM_CHANNEL_SOCKET_H_

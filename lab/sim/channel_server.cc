@@ -1,9 +1,6 @@
 #include "lab/sim/channel_server.h"
 
-#include <linux/sockios.h>
-#include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <array>
@@ -12,16 +9,10 @@
 #include <cstring>
 #include <utility>
 
+#include "lab/supervisor/local_socket.h"
 #include "wire/chif.h"
 
 namespace {
-
-constexpr int kBacklog = 16;
-
-bool has_hung_up(int fd) {
-  pollfd entry = {fd, POLLIN, 0};
-  return poll(&entry, 1, 0) > 0 && (entry.revents & (POLLHUP | POLLERR)) != 0;
-}
 
 void close_client(Channel* channel, const ChannelReports& report) {
   channel->client.reset();
@@ -46,7 +37,7 @@ bool flush(Channel* channel) {
 bool serve_client(Channel* channel, const ChannelReports& report) {
   std::array<uint8_t, 2 * chif::kPacketMax> buffer = {};
   bool any = false;
-  while (channel->client) {
+  while (channel->client.valid()) {
     const ssize_t length = recv(channel->client.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
     if (length < 0 && errno == EAGAIN) {
       break;
@@ -59,7 +50,7 @@ bool serve_client(Channel* channel, const ChannelReports& report) {
     report({ChannelReport::What::kReceived, channel->number,
             std::span(buffer).first(static_cast<size_t>(length))});
   }
-  if (channel->client && !channel->unsent.empty()) {
+  if (channel->client.valid() && !channel->unsent.empty()) {
     flush(channel);
   }
   return any;
@@ -67,38 +58,13 @@ bool serve_client(Channel* channel, const ChannelReports& report) {
 
 }  // namespace
 
-OwnedFd& OwnedFd::operator=(OwnedFd&& other) noexcept {
-  if (this != &other) {
-    reset();
-    fd_ = other.release();
-  }
-  return *this;
-}
-
-int OwnedFd::release() {
-  return std::exchange(fd_, -1);
-}
-
-void OwnedFd::reset() {
-  if (fd_ >= 0) {
-    close(std::exchange(fd_, -1));
-  }
-}
-
 std::string open_listener(Channel* channel) {
   // Listens under another name first, so that there is always a node and
   // somebody behind it.
   const std::string fresh = channel->path + "~";
-  sockaddr_un address = {};
-  address.sun_family = AF_UNIX;
-  if (fresh.size() >= sizeof(address.sun_path)) {
-    return fresh + ": the path is too long for a socket";
-  }
-  memcpy(address.sun_path, fresh.c_str(), fresh.size());
   unlink(fresh.c_str());
-  OwnedFd listener(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-  if (!listener || bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) ||
-      listen(listener.get(), kBacklog) || std::rename(fresh.c_str(), channel->path.c_str())) {
+  Descriptor listener = serve_local(SOCK_SEQPACKET, fresh);
+  if (!listener.valid() || std::rename(fresh.c_str(), channel->path.c_str()) != 0) {
     return channel->path + ": cannot serve the channel: " + std::strerror(errno);
   }
   channel->listener = std::move(listener);
@@ -106,10 +72,10 @@ std::string open_listener(Channel* channel) {
 }
 
 void add_descriptors(const Channel& channel, std::vector<pollfd>* descriptors) {
-  if (channel.listener) {
+  if (channel.listener.valid()) {
     descriptors->push_back({channel.listener.get(), POLLIN, 0});
   }
-  if (channel.client) {
+  if (channel.client.valid()) {
     const int events = channel.unsent.empty() ? POLLIN : POLLIN | POLLOUT;
     descriptors->push_back({channel.client.get(), static_cast<short>(events), 0});
   }
@@ -117,16 +83,16 @@ void add_descriptors(const Channel& channel, std::vector<pollfd>* descriptors) {
 
 bool serve(Channel* channel, const ChannelReports& report) {
   bool any = serve_client(channel, report);
-  while (channel->listener) {
-    OwnedFd newcomer(
+  while (channel->listener.valid()) {
+    Descriptor newcomer(
         accept4(channel->listener.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
-    if (!newcomer) {
+    if (!newcomer.valid()) {
       break;
     }
     any = true;
     // The client before it may have left meanwhile; then that is seen now.
     serve_client(channel, report);
-    if (channel->client) {
+    if (channel->client.valid()) {
       continue;
     }
     channel->client = std::move(newcomer);
@@ -137,7 +103,7 @@ bool serve(Channel* channel, const ChannelReports& report) {
 }
 
 bool send_packet(Channel* channel, std::span<const uint8_t> packet) {
-  if (!channel->client) {
+  if (!channel->client.valid()) {
     return false;
   }
   channel->unsent.emplace_back(packet.begin(), packet.end());
@@ -145,9 +111,7 @@ bool send_packet(Channel* channel, std::span<const uint8_t> packet) {
 }
 
 bool is_drained(const Channel& channel) {
-  int unread = 0;
-  return !channel.client || (channel.unsent.empty() &&
-                             ioctl(channel.client.get(), SIOCOUTQ, &unread) == 0 && unread == 0);
+  return !channel.client.valid() || (channel.unsent.empty() && is_all_read(channel.client.get()));
 }
 
 void hang_up(Channel* channel) {

@@ -12,38 +12,18 @@
 
 #include <deque>
 #include <functional>
-#include <memory>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "base/descriptor.h"
 #include "lab/sim/text.h"
-
-// A descriptor that closes itself.
-class OwnedFd {
- public:
-  OwnedFd() = default;
-  explicit OwnedFd(int fd) : fd_(fd) {}
-  OwnedFd(OwnedFd&& other) noexcept : fd_(other.release()) {}
-  OwnedFd& operator=(OwnedFd&& other) noexcept;
-  OwnedFd(const OwnedFd&) = delete;
-  OwnedFd& operator=(const OwnedFd&) = delete;
-  ~OwnedFd() { reset(); }
-
-  int get() const { return fd_; }
-  explicit operator bool() const { return fd_ >= 0; }
-  int release();
-  void reset();
-
- private:
-  int fd_ = -1;
-};
 
 struct Channel {
   int number = 0;
   std::string path;
-  OwnedFd listener;
-  OwnedFd client;
+  Descriptor listener;
+  Descriptor client;
   std::deque<Bytes> unsent;  // packets that the client's queue had no room for
 };
 

@@ -41,16 +41,13 @@ struct HangupEvent {};
 
 // Replaces the answers to requests of one kind.
 struct AnswerEvent {
-  std::optional<PacketKind> kind;        // none: every request
-  int times = 0;                         // how often; 0: from now on
-  bool normal = false;                   // forget what was replaced
-  bool silent = false;                   // no answer; a utility query's reads come back empty
-  std::optional<Bytes> packet;           // this instead of the true answer
-  int seqno_offset = 0;                  // added to the request's seqno
-  FieldChanges fields;                   // then these are replaced
-  std::optional<uint8_t> completion;     // KCS answers: the completion code
-  std::optional<uint8_t> nvram_status;   // NVRAM answers: the status
-  std::optional<uint16_t> nvram_length;  // NVRAM answers: the length to claim
+  std::optional<PacketKind> kind;  // none: every request
+  int times = 0;                   // how often; 0: from now on
+  bool normal = false;             // forget what was replaced
+  bool silent = false;             // no answer; a utility query's reads come back empty
+  std::optional<Bytes> packet;     // this instead of the true answer
+  int seqno_offset = 0;            // added to the request's seqno
+  FieldChanges fields;             // then these are replaced
 };
 
 // Makes the host's next device calls fail: the driver's part of the shim reads

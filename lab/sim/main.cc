@@ -1,7 +1,5 @@
 // mox-sim: plays the BMC on the driver's channels, from a scenario, from events
 // typed on standard input, or both. See man/mox-sim.1.
-#include <signal.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -11,6 +9,7 @@
 
 #include "lab/sim/nvram.h"
 #include "lab/sim/player.h"
+#include "lab/supervisor/signals.h"
 
 namespace {
 
@@ -66,22 +65,9 @@ void read_input(LiveInput* input, Player* player) {
     return;
   }
   input->unfinished.append(bytes.data(), static_cast<size_t>(length));
-  for (size_t end = 0; (end = input->unfinished.find('\n')) != std::string::npos;) {
-    take_line(input, input->unfinished.substr(0, end), player);
-    input->unfinished.erase(0, end + 1);
+  for (const std::string& line : cut_lines(&input->unfinished)) {
+    take_line(input, line, player);
   }
-}
-
-// SIGINT, SIGTERM and SIGHUP as a descriptor, so that they are noticed between
-// two events and never in the middle of one.
-int open_signals() {
-  sigset_t signals;
-  sigemptyset(&signals);
-  for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-    sigaddset(&signals, number);
-  }
-  sigprocmask(SIG_BLOCK, &signals, nullptr);
-  return signalfd(-1, &signals, SFD_CLOEXEC);
 }
 
 // Waits for the host, for a typed line or for a signal. False after a signal.
@@ -106,7 +92,7 @@ bool wait_for_something(Simulator* simulator, LiveInput* input, Player* live, in
 
 // Plays the scenario, then what is typed, until nothing is left to do.
 int run(Simulator* simulator, const Scenario& scenario, bool live_wanted, bool stay) {
-  const int signals = open_signals();
+  const Descriptor signals = hold_signals();
   Player from_file = make_player(scenario);
   Player typed;
   typed.name = "stdin";
@@ -144,7 +130,7 @@ int run(Simulator* simulator, const Scenario& scenario, bool live_wanted, bool s
       input.open = false;
       say("mox-sim: done");
     }
-    if (!wait_for_something(simulator, &input, &typed, signals, play_timeout_ms(player))) {
+    if (!wait_for_something(simulator, &input, &typed, signals.get(), play_timeout_ms(player))) {
       return any_failed || input.any_wrong ? kFailed : 0;
     }
   }

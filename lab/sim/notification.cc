@@ -39,16 +39,12 @@ constexpr std::array<TypeName, 15> kTypes = {{
 }};
 
 void append_word(Bytes* bytes, uint32_t value) {
-  bytes->resize(bytes->size() + 4);
-  put_u32(*bytes, bytes->size() - 4, value);
+  bytes->resize(bytes->size() + agentx::kWordSize);
+  put_u32(*bytes, bytes->size() - agentx::kWordSize, value);
 }
 
 void append(Bytes* bytes, std::span<const uint8_t> more) {
   bytes->insert(bytes->end(), more.begin(), more.end());
-}
-
-Bytes as_bytes(std::string_view text) {
-  return {text.begin(), text.end()};
 }
 
 void append_binding(Bytes* pdu, const SentBinding& binding) {
@@ -57,32 +53,30 @@ void append_binding(Bytes* pdu, const SentBinding& binding) {
   append(pdu, binding.value);
 }
 
+// What encode makes of what was read, if anything was.
+template <typename Value, typename Encode>
+std::optional<Bytes> encoded(const std::optional<Value>& value, Encode encode) {
+  return value ? std::optional<Bytes>(encode(*value)) : std::nullopt;
+}
+
 std::optional<Bytes> value_from_text(Form form, std::string_view text) {
   switch (form) {
     case Form::kNothing:
       return text.empty() ? std::optional(Bytes{}) : std::nullopt;
-    case Form::kWord: {
-      const auto number = parse_word(text);
-      return number ? std::optional(word_value(*number)) : std::nullopt;
-    }
+    case Form::kWord:
+      return encoded(parse_word(text), word_value);
     case Form::kText:
-      return octets_value(as_bytes(text));
-    case Form::kHex: {
-      const auto octets = parse_hex(text);
-      return octets ? std::optional(octets_value(*octets)) : std::nullopt;
-    }
-    case Form::kAddress: {
-      const auto address = parse_ipv4(text);
-      return address ? std::optional(octets_value(*address)) : std::nullopt;
-    }
+      return octets_value(Bytes(text.begin(), text.end()));
+    case Form::kHex:
+      return encoded(parse_hex(text), octets_value);
+    case Form::kAddress:
+      return encoded(parse_ipv4(text), octets_value);
     case Form::kObjectIdentifier: {
       const auto oid = parse_oid(text);
       return oid && is_encodable(*oid) ? std::optional(oid_value(*oid)) : std::nullopt;
     }
-    case Form::kLongWord: {
-      const auto number = parse_number(text, UINT64_MAX);
-      return number ? std::optional(counter64_value(*number)) : std::nullopt;
-    }
+    case Form::kLongWord:
+      return encoded(parse_number(text, UINT64_MAX), counter64_value);
   }
   return std::nullopt;
 }
@@ -146,15 +140,29 @@ std::string octets_text(uint16_t type, std::span<const uint8_t> octets) {
   return (prefix.empty() ? "hex" : "opaque-hex") + (":" + hex_text(octets));
 }
 
+// As much as fills whole words.
+uint64_t padded(uint64_t length) {
+  return (length + agentx::kWordSize - 1) / agentx::kWordSize * agentx::kWordSize;
+}
+
 bool take_octets(Cursor* cursor, uint16_t type, std::string* text) {
-  const uint64_t length = get_u32(cursor->bytes, cursor->at);
-  const uint64_t padded = (length + 3) & ~uint64_t{3};
-  if (!cursor->has(4) || cursor->bytes.size() - cursor->at - 4 < length) {
+  const uint64_t length = get_u32(cursor->bytes, cursor->at + agentx::octets::kLength);
+  if (!cursor->has(agentx::octets::kOctets + length)) {
     return false;
   }
-  *text = octets_text(type, cursor->bytes.subspan(cursor->at + 4, length));
-  cursor->at += 4 + padded;
+  *text = octets_text(type, cursor->bytes.subspan(cursor->at + agentx::octets::kOctets, length));
+  cursor->at += agentx::octets::kOctets + padded(length);
   return true;
+}
+
+// The next number of so many words; false when it is not all there.
+bool take_number(Cursor* cursor, size_t words, uint64_t* number) {
+  const size_t size = words * agentx::kWordSize;
+  const uint64_t high = words > 1 ? get_u32(cursor->bytes, cursor->at + agentx::kWordSize) : 0;
+  *number = high << 32 | get_u32(cursor->bytes, cursor->at);
+  const bool whole = cursor->has(size);
+  cursor->at += size;
+  return whole;
 }
 
 // Takes the value of a binding whose type the table knows.
@@ -170,20 +178,13 @@ bool take_value(Cursor* cursor, const TypeName& type, std::string* text) {
       *text = "oid:" + oid_text(oid);
       return taken;
     }
-    case Form::kWord: {
-      const uint32_t number = get_u32(cursor->bytes, cursor->at);
+    case Form::kWord:
+    case Form::kLongWord: {
+      uint64_t number = 0;
+      const bool whole = take_number(cursor, type.form == Form::kWord ? 1 : 2, &number);
       *text = std::string(type.name) + ":" +
               (type.type == agentx::type::kInteger ? std::to_string(static_cast<int32_t>(number))
                                                    : std::to_string(number));
-      const bool whole = cursor->has(4);
-      cursor->at += 4;
-      return whole;
-    }
-    case Form::kLongWord: {
-      const uint64_t high = get_u32(cursor->bytes, cursor->at + 4);
-      *text = "counter64:" + std::to_string((high << 32) | get_u32(cursor->bytes, cursor->at));
-      const bool whole = cursor->has(8);
-      cursor->at += 8;
       return whole;
     }
     case Form::kNothing:
@@ -200,7 +201,7 @@ bool take_binding(Cursor* cursor, std::string* description) {
   if (!cursor->has(agentx::binding::kName)) {
     return false;
   }
-  cursor->at += 4;
+  cursor->at += agentx::binding::kNameSubids;
   if (!take_oid(cursor, &name)) {
     return false;
   }
@@ -235,7 +236,7 @@ Bytes word_value(uint32_t number) {
 Bytes octets_value(std::span<const uint8_t> octets) {
   Bytes value = word_value(static_cast<uint32_t>(octets.size()));
   append(&value, octets);
-  value.resize((value.size() + 3) & ~size_t{3});
+  value.resize(padded(value.size()));
   return value;
 }
 
@@ -254,8 +255,9 @@ bool is_encodable(std::span<const uint32_t> oid) {
 
 Bytes oid_value(std::span<const uint32_t> oid) {
   const auto rest = oid.subspan(kInternet.size() + 1);
-  Bytes value = {static_cast<uint8_t>(rest.size()), static_cast<uint8_t>(oid[kInternet.size()]), 0,
-                 0};
+  Bytes value(agentx::object_id::kArcs);
+  put_u8(value, agentx::object_id::kSubids, static_cast<uint8_t>(rest.size()));
+  put_u8(value, agentx::object_id::kPrefix, static_cast<uint8_t>(oid[kInternet.size()]));
   for (const uint32_t number : rest) {
     append_word(&value, number);
   }
@@ -263,11 +265,12 @@ Bytes oid_value(std::span<const uint32_t> oid) {
 }
 
 Bytes build_notify(const SentNotification& notification) {
-  Bytes pdu = {1, notification.pdu_type, 0, 0};
-  append_word(&pdu, notification.session_id);
-  append_word(&pdu, notification.transaction_id);
-  append_word(&pdu, notification.packet_id);
-  append_word(&pdu, 0);
+  Bytes pdu(agentx::header::kSize);
+  put_u8(pdu, agentx::header::kVersion, 1);
+  put_u8(pdu, agentx::header::kType, notification.pdu_type);
+  put_u32(pdu, agentx::header::kSessionId, notification.session_id);
+  put_u32(pdu, agentx::header::kTransactionId, notification.transaction_id);
+  put_u32(pdu, agentx::header::kPacketId, notification.packet_id);
   if (notification.uptime) {
     append_binding(&pdu, {{kSysUpTime.begin(), kSysUpTime.end()},
                           agentx::type::kTimeTicks,

@@ -25,14 +25,11 @@ std::string load_nvram(const std::string& path, Variables* variables) {
     if (words.error.empty() && words.words.empty()) {
       continue;
     }
-    const std::string word = words.words.empty() ? "" : words.words[0];
-    const size_t equals = word.find('=');
-    const auto value =
-        equals == std::string::npos ? std::nullopt : parse_hex(word.substr(equals + 1));
-    if (words.words.size() != 1 || !words.error.empty() || equals == 0 || !value) {
+    const auto variable = parse_variable(words.words.size() == 1 ? words.words[0] : "");
+    if (!words.error.empty() || !variable) {
       return path + ":" + std::to_string(number) + ": not a variable of the form NAME=HEX";
     }
-    (*variables)[word.substr(0, equals)] = *value;
+    (*variables)[variable->first] = variable->second;
   }
   return file.bad() ? failure(path, "read") : "";
 }

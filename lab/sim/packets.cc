@@ -3,8 +3,6 @@
 #include <algorithm>
 
 #include "lab/sim/notification.h"
-#include "wire/chif.h"
-#include "wire/kcs.h"
 
 namespace {
 
@@ -175,6 +173,11 @@ PacketKind classify(std::span<const uint8_t> packet) {
   }
 }
 
+bool is_answered(PacketKind kind) {
+  return kind != PacketKind::kLogAck && kind != PacketKind::kShutdownAck &&
+         kind != PacketKind::kUnknown;
+}
+
 std::string_view kind_name(PacketKind kind) {
   const auto* entry = std::ranges::find(kKindNames, kind, &KindName::kind);
   return entry == kKindNames.end() ? "unknown" : entry->name;
@@ -251,24 +254,12 @@ void change_fields(Bytes* packet, const FieldChanges& changes) {
     packet->resize(*changes.size);
     put_u16(*packet, chif::header::kPktsize, static_cast<uint16_t>(*changes.size));
   }
-  const auto put_16 = [packet](size_t offset, std::optional<uint16_t> value) {
-    if (value) {
-      put_u16(*packet, offset, *value);
+  for (const Field& field : kFields) {
+    const auto change = changes.values.find(field.name);
+    for (size_t i = 0; change != changes.values.end() && i < field.size; ++i) {
+      put_u8(*packet, field.offset + i, static_cast<uint8_t>(change->second >> (8 * i)));
     }
-  };
-  const auto put_32 = [packet](size_t offset, std::optional<uint32_t> value) {
-    if (value) {
-      put_u32(*packet, offset, *value);
-    }
-  };
-  put_16(chif::header::kPktsize, changes.pktsize);
-  put_16(chif::header::kSeqno, changes.seqno);
-  put_16(chif::header::kCmdno, changes.cmdno);
-  put_16(chif::header::kSvc, changes.svc);
-  put_32(chif::notification::kErrcode, changes.errcode);
-  put_32(chif::notification::kAgentxRespLen, changes.resplen);
-  put_16(chif::session_reply::kIdx, changes.idx);
-  put_16(chif::session_reply::kMore, changes.more);
+  }
 }
 
 Bytes notification_packet(std::span<const uint8_t> pdu) {
@@ -360,17 +351,19 @@ Bytes kcs_reply(std::span<const uint8_t> request, uint8_t completion_code,
 Bytes nvram_get_reply(std::span<const uint8_t> request, const Variables& variables) {
   const auto variable = variables.find(nvram_name(request));
   if (variable == variables.end()) {
-    return kcs_reply(request, 0, std::to_array<uint8_t>({0, nvram::response::kNotFound, 0, 0}));
+    Bytes data(nvram::response::kValue);
+    put_u8(data, nvram::response::kStatus, nvram::response::kNotFound);
+    return kcs_reply(request, kcs::kCompletionOk, data);
   }
   const Bytes& value = variable->second;
-  Bytes data(4);
-  put_u16(data, 2, static_cast<uint16_t>(value.size()));
+  Bytes data(nvram::response::kValue);
+  put_u16(data, nvram::response::kLength, static_cast<uint16_t>(value.size()));
   data.insert(data.end(), value.begin(), value.end());
-  return kcs_reply(request, 0, data);
+  return kcs_reply(request, kcs::kCompletionOk, data);
 }
 
 Bytes nvram_set_reply(std::span<const uint8_t> request) {
-  return kcs_reply(request, 0, std::to_array<uint8_t>({0, 0}));
+  return kcs_reply(request, kcs::kCompletionOk, Bytes(nvram::response::kStatus + 1));
 }
 
 std::string nvram_name(std::span<const uint8_t> request) {

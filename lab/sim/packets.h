@@ -14,6 +14,8 @@
 #include <vector>
 
 #include "lab/sim/text.h"
+#include "wire/chif.h"
+#include "wire/kcs.h"
 
 // What a packet from the host is.
 enum class PacketKind {
@@ -32,6 +34,9 @@ enum class PacketKind {
 };
 PacketKind classify(std::span<const uint8_t> packet);
 
+// Whether the BMC answers it.
+bool is_answered(PacketKind kind);
+
 // The word that scenarios use for a kind: "hello", "connect", "bye", "status",
 // "nvram-get", "nvram-set", "kcs", "ipv4", "ipv6", "ack-log", "ack-shutdown",
 // "unknown".
@@ -42,19 +47,35 @@ std::optional<PacketKind> kind_from_name(std::string_view name);
 std::string describe_to_bmc(std::span<const uint8_t> packet);
 std::string describe_from_bmc(std::span<const uint8_t> packet);
 
+// A field of a packet, by the name that scenarios use.
+struct Field {
+  std::string_view name;
+  size_t offset;
+  size_t size;  // 1, 2 or 4
+  bool of_answer = false;
+
+  constexpr uint64_t most() const { return (uint64_t{1} << (8 * size)) - 1; }
+};
+inline constexpr std::array<Field, 11> kFields = {{
+    {"pktsize", chif::header::kPktsize, 2},
+    {"seqno", chif::header::kSeqno, 2},
+    {"cmdno", chif::header::kCmdno, 2},
+    {"svc", chif::header::kSvc, 2},
+    {"errcode", chif::notification::kErrcode, 4},
+    {"resplen", chif::notification::kAgentxRespLen, 4},
+    {"idx", chif::session_reply::kIdx, 2},
+    {"more", chif::session_reply::kMore, 2},
+    {"completion", kcs::response::kCompletionCode, 1, true},
+    {"status", kcs::response::kData + nvram::response::kStatus, 1, true},
+    {"length", kcs::response::kData + nvram::response::kLength, 2, true},
+}};
+
 // Fields of a finished packet to replace, so that any of them can be wrong.
 // size cuts the packet or fills it up with zeros; pktsize follows it unless it
 // is given itself.
 struct FieldChanges {
-  std::optional<uint16_t> pktsize;
-  std::optional<uint16_t> seqno;
-  std::optional<uint16_t> cmdno;
-  std::optional<uint16_t> svc;
-  std::optional<uint32_t> errcode;  // u32 at 8
-  std::optional<uint16_t> idx;      // u16 at 12
-  std::optional<uint16_t> more;     // u16 at 14
-  std::optional<uint32_t> resplen;  // u32 at 12
-  std::optional<size_t> size;       // at most chif::kPacketMax
+  std::optional<size_t> size;  // at most chif::kPacketMax
+  std::map<std::string_view, uint32_t> values = {};
 };
 void change_fields(Bytes* packet, const FieldChanges& changes);
 

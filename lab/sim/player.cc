@@ -126,17 +126,3 @@ int play_timeout_ms(const Player& player) {
   const int left = left_ms(player, *limit);
   return looking ? std::min(left, kLookMs) : left;
 }
-
-bool play_to_end(Player* player, Simulator* simulator) {
-  while (true) {
-    switch (play(player, simulator)) {
-      case PlayState::kDone:
-        return true;
-      case PlayState::kFailed:
-        return false;
-      case PlayState::kWaiting:
-        simulator->step(play_timeout_ms(*player));
-        break;
-    }
-  }
-}

@@ -36,7 +36,4 @@ PlayState play(Player* player, Simulator* simulator);
 // -1 when there is nothing to wait for.
 int play_timeout_ms(const Player& player);
 
-// Plays to the end, pumping the simulator. True when every line was played.
-bool play_to_end(Player* player, Simulator* simulator);
-
 #endif  // TVUREV_LAB_SIM_PLAYER_H_

@@ -16,240 +16,19 @@
 
 namespace {
 
-using Arguments = std::span<const std::string>;
-
 // The trap OID of a BMC that announces its own reset holds "6061".
 constexpr std::array<uint32_t, 10> kResetTrap = {1, 3, 6, 1, 4, 1, 32473, 1, 0, 6061};
 
-ParsedEvent failed(const std::string& error) {
-  return {std::nullopt, error};
-}
-
-// The event, unless the options had an error.
-ParsedEvent finished(const Options& options, Event event) {
-  return options.error().empty() ? ParsedEvent{std::move(event), ""} : failed(options.error());
-}
+constexpr const char* kNeedsHex = "raw needs pairs of hexadecimal digits";
 
 // Reads seconds with a fraction.
 std::optional<double> parse_seconds(std::string_view text) {
   constexpr double kMost = 1e6;
   double seconds = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
-  if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(seconds) ||
-      seconds < 0 || seconds > kMost) {
-    return std::nullopt;
-  }
-  return seconds;
-}
-
-// A packet with the fields changed that the options name.
-ParsedEvent push(Bytes packet, Options* options) {
-  const FieldChanges changes = take_fields(options);
-  options->finish();
-  change_fields(&packet, changes);
-  return finished(*options, PushEvent{std::move(packet), changes.seqno.has_value()});
-}
-
-ParsedEvent parse_wait(Arguments arguments) {
-  const auto seconds = arguments.size() == 1 ? parse_seconds(arguments[0]) : std::nullopt;
-  return seconds ? ParsedEvent{WaitEvent{*seconds}, ""} : failed("wait needs a number of seconds");
-}
-
-ParsedEvent parse_expect(Arguments arguments) {
-  Options options(arguments);
-  std::string what = options.take_word();
-  if (what == "ack") {
-    what += "-" + options.take_word();
-  }
-  ExpectEvent event;
-  if (const auto text = options.take("limit")) {
-    const auto seconds = parse_seconds(*text);
-    if (!seconds) {
-      return failed("not a number of seconds: limit=" + *text);
-    }
-    event.limit_seconds = *seconds;
-  }
-  if (what == "open") {
-    event.what = ExpectEvent::What::kOpened;
-  } else if (what == "close") {
-    event.what = ExpectEvent::What::kClosed;
-  } else if (what == "drained") {
-    event.what = ExpectEvent::What::kDrained;
-  } else if (const auto kind = kind_from_name(what)) {
-    event.kind = *kind;
-  } else {
-    return failed("unknown thing to expect: " + what);
-  }
-  options.finish();
-  return finished(options, event);
-}
-
-// The options and bindings that follow a notification's trap OID.
-ParsedEvent finish_notification(SentNotification notification, Options* options) {
-  if (const auto uptime = options->take_number("uptime", UINT32_MAX)) {
-    notification.uptime = static_cast<uint32_t>(*uptime);
-  }
-  if (const auto type = options->take_number("type", UINT8_MAX)) {
-    notification.pdu_type = static_cast<uint8_t>(*type);
-  }
-  if (const auto length = options->take_number("payload", UINT32_MAX)) {
-    notification.payload_length = static_cast<uint32_t>(*length);
-  }
-  const FieldChanges changes = take_fields(options);
-  for (const std::string& word : options->take_rest()) {
-    std::string error;
-    const auto binding = parse_binding(word, &error);
-    if (!binding) {
-      return failed(error);
-    }
-    notification.bindings.push_back(*binding);
-  }
-  Bytes packet = notification_packet(build_notify(notification));
-  if (packet.size() > chif::kPacketMax && !changes.size) {
-    return failed("the notification has " + std::to_string(packet.size()) +
-                  " bytes, and a packet at most " + std::to_string(chif::kPacketMax));
-  }
-  change_fields(&packet, changes);
-  return finished(*options, PushEvent{std::move(packet), changes.seqno.has_value()});
-}
-
-ParsedEvent parse_notify(Arguments arguments) {
-  Options options(arguments);
-  const std::string trap = options.take_word();
-  SentNotification notification;
-  if (trap != "-") {
-    const auto oid = parse_oid(trap);
-    if (!oid || !is_encodable(*oid)) {
-      return failed("notify needs a trap OID that begins with 1.3.6.1, or - for none: " + trap);
-    }
-    notification.trap_oid = *oid;
-  }
-  return finish_notification(std::move(notification), &options);
-}
-
-ParsedEvent parse_reset(Arguments arguments) {
-  Options options(arguments);
-  SentNotification notification;
-  notification.trap_oid = {kResetTrap.begin(), kResetTrap.end()};
-  return finish_notification(std::move(notification), &options);
-}
-
-ParsedEvent parse_log(Arguments arguments) {
-  Options options(arguments);
-  Bytes packet = log_packet(options.take_word());
-  if (const auto length = options.take_number("length", UINT16_MAX)) {
-    put_u16(packet, chif::log_text::kLength, static_cast<uint16_t>(*length));
-  }
-  return push(std::move(packet), &options);
-}
-
-ParsedEvent parse_shutdown(Arguments arguments, uint32_t usual_action) {
-  Options options(arguments);
-  const auto action = options.take_number("action", UINT32_MAX).value_or(usual_action);
-  const auto delay = options.take_signed("delay").value_or(0);
-  const std::string reason = options.take("reason").value_or("");
-  return push(shutdown_packet(static_cast<uint32_t>(action), static_cast<int32_t>(delay), reason),
-              &options);
-}
-
-ParsedEvent parse_power_off(Arguments arguments) {
-  return parse_shutdown(arguments, chif::shutdown::kPowerOff);
-}
-ParsedEvent parse_reboot(Arguments arguments) {
-  return parse_shutdown(arguments, chif::shutdown::kReboot);
-}
-ParsedEvent parse_abort(Arguments arguments) {
-  return parse_shutdown(arguments, chif::shutdown::kAbort);
-}
-
-ParsedEvent parse_status(Arguments arguments) {
-  Options options(arguments);
-  const auto command = parse_number(options.take_word(), UINT16_MAX);
-  if (!command) {
-    return failed("status needs a command code, 0x0094, 0x8094 or 0x8194");
-  }
-  const auto error = options.take_number("error", UINT32_MAX).value_or(0);
-  return push(status_packet(static_cast<uint16_t>(*command), static_cast<uint32_t>(error)),
-              &options);
-}
-
-ParsedEvent parse_hello_response(Arguments arguments) {
-  Options options(arguments);
-  return push(hello_response_packet(chif::kCmdHelloResponse), &options);
-}
-
-ParsedEvent parse_raw(Arguments arguments) {
-  std::string text;
-  for (const std::string& word : arguments) {
-    text += word + " ";
-  }
-  const auto bytes = parse_hex(text);
-  if (!bytes) {
-    return failed("raw needs pairs of hexadecimal digits");
-  }
-  if (bytes->size() > chif::kPacketMax) {
-    return failed("a packet has at most " + std::to_string(chif::kPacketMax) + " bytes");
-  }
-  return {PushEvent{*bytes, true}, ""};
-}
-
-// "normal", "silent" or the changes of an answer.
-bool read_answer_word(AnswerEvent* event, const std::string& word) {
-  event->normal = event->normal || word == "normal";
-  event->silent = event->silent || word == "silent";
-  return word == "normal" || word == "silent";
-}
-
-// "seqno=+3" and "seqno=-1" are relative; a bare number is absolute.
-bool read_seqno_offset(AnswerEvent* event, Options* options) {
-  const auto text = options->peek("seqno");
-  if (!text || (!text->starts_with('+') && !text->starts_with('-'))) {
-    return true;
-  }
-  options->take("seqno");
-  const auto number = parse_number(text->substr(1), UINT16_MAX);
-  const int sign = text->starts_with('-') ? -1 : 1;
-  event->seqno_offset = number ? sign * static_cast<int>(*number) : 0;
-  return number.has_value();
-}
-
-ParsedEvent parse_answer(Arguments arguments) {
-  Options options(arguments);
-  AnswerEvent event;
-  const std::string name = options.take_word();
-  event.kind = kind_from_name(name);
-  const bool never_answered = event.kind == PacketKind::kLogAck ||
-                              event.kind == PacketKind::kShutdownAck ||
-                              event.kind == PacketKind::kUnknown;
-  if ((!event.kind && name != "any") || never_answered) {
-    return failed("not a request that is answered: " + name);
-  }
-  event.times = static_cast<int>(options.take_number("times", INT32_MAX).value_or(0));
-  if (const auto raw = options.take("raw")) {
-    event.packet = parse_hex(*raw);
-    if (!event.packet) {
-      return failed("raw needs pairs of hexadecimal digits");
-    }
-  }
-  if (!read_seqno_offset(&event, &options)) {
-    return failed("seqno needs a number, with + or - for one relative to the request's");
-  }
-  if (const auto code = options.take_number("completion", UINT8_MAX)) {
-    event.completion = static_cast<uint8_t>(*code);
-  }
-  if (const auto status = options.take_number("status", UINT8_MAX)) {
-    event.nvram_status = static_cast<uint8_t>(*status);
-  }
-  if (const auto length = options.take_number("length", UINT16_MAX)) {
-    event.nvram_length = static_cast<uint16_t>(*length);
-  }
-  event.fields = take_fields(&options);
-  for (const std::string& word : options.take_rest()) {
-    if (!read_answer_word(&event, word)) {
-      return failed("unknown option: " + word);
-    }
-  }
-  return finished(options, event);
+  const bool good = error == std::errc() && end == text.data() + text.size() &&
+                    std::isfinite(seconds) && seconds >= 0 && seconds <= kMost;
+  return good ? std::optional(seconds) : std::nullopt;
 }
 
 // "always", "off" or a count.
@@ -257,14 +36,8 @@ std::optional<int> parse_times(const std::string& text) {
   if (text == "always") {
     return -1;
   }
-  const auto number = text == "off" ? std::optional<uint64_t>(0) : parse_number(text, INT32_MAX);
+  const auto number = text == "off" ? 0 : parse_number(text, INT32_MAX);
   return number ? std::optional(static_cast<int>(*number)) : std::nullopt;
-}
-
-ParsedEvent parse_busy(Arguments arguments) {
-  const auto times = arguments.size() == 1 ? parse_times(arguments[0]) : std::nullopt;
-  return times ? ParsedEvent{FaultEvent{FaultEvent::Call::kWrite, EBUSY, *times}, ""}
-               : failed("busy needs a number of writes, always or off");
 }
 
 std::optional<int> parse_error_name(const std::string& text) {
@@ -281,122 +54,372 @@ std::optional<int> parse_error_name(const std::string& text) {
                                                         {"EPIPE", EPIPE},
                                                         {"nothing", 0}}};
   const auto* entry = std::ranges::find(kErrors, text, &ErrorName::name);
-  if (entry != kErrors.end()) {
-    return entry->value;
-  }
-  const auto number = parse_number(text, INT32_MAX);
+  const auto number = entry != kErrors.end() ? entry->value : parse_number(text, INT32_MAX);
   return number ? std::optional(static_cast<int>(*number)) : std::nullopt;
 }
 
-ParsedEvent parse_fail(Arguments arguments) {
-  Options options(arguments);
-  const std::string call = options.take_word();
-  if (call != "write" && call != "read") {
-    return failed("fail needs write or read");
+// As many numbers as there are limits, with a separator between them.
+std::optional<std::vector<uint32_t>> parse_numbers(std::string_view text, char separator,
+                                                   std::initializer_list<uint32_t> limits) {
+  std::vector<uint32_t> numbers;
+  for (const uint32_t most : limits) {
+    const bool last = numbers.size() + 1 == limits.size();
+    const size_t end = last ? text.size() : text.find(separator);
+    const auto number = parse_number(text.substr(0, end), most);
+    if (!number || end == std::string_view::npos) {
+      return std::nullopt;
+    }
+    numbers.push_back(static_cast<uint32_t>(*number));
+    text.remove_prefix(last ? end : end + 1);
   }
-  const auto error = parse_error_name(options.take_word());
-  const auto times = parse_times(options.take("times").value_or("1"));
-  if (!error) {
-    return failed("fail needs an error such as EIO, or nothing");
-  }
-  if (!times) {
-    return failed("times needs a number of calls, always or off");
-  }
-  options.finish();
-  return finished(options,
-                  FaultEvent{call == "write" ? FaultEvent::Call::kWrite : FaultEvent::Call::kRead,
-                             *error, *times});
+  return numbers;
 }
 
-ParsedEvent parse_channels(Arguments arguments, bool occupied) {
-  const std::string range = arguments.size() == 1 ? arguments[0] : "";
+std::optional<std::pair<uint8_t, uint8_t>> parse_firmware(std::string_view text) {
+  const auto numbers = parse_numbers(text, '.', {UINT8_MAX, UINT8_MAX});
+  return numbers ? std::optional(std::pair<uint8_t, uint8_t>((*numbers)[0], (*numbers)[1]))
+                 : std::nullopt;
+}
+
+std::optional<uint32_t> parse_date(std::string_view text) {
+  constexpr uint32_t kLastYear = 2053;
+  const auto numbers = parse_numbers(text, '-', {kLastYear, 12, 31});
+  const bool good = numbers && (*numbers)[0] >= chif::mox_status::kFirstYear && (*numbers)[1] > 0 &&
+                    (*numbers)[2] > 0;
+  return good ? std::optional(pack_date((*numbers)[0], (*numbers)[1], (*numbers)[2]))
+              : std::nullopt;
+}
+
+// ADDRESS or ADDRESS/STATE, several with commas.
+std::optional<std::vector<Ipv6Entry>> parse_ipv6_entries(const std::string& text) {
+  std::vector<Ipv6Entry> entries;
+  std::istringstream pieces(text);
+  for (std::string piece; std::getline(pieces, piece, ',');) {
+    const size_t slash = std::min(piece.find('/'), piece.size());
+    const auto address = parse_ipv6(piece.substr(0, slash));
+    const auto state = slash == piece.size() ? 0 : parse_number(piece.substr(slash + 1), UINT8_MAX);
+    if (!address || !state) {
+      return std::nullopt;
+    }
+    entries.push_back({*address, static_cast<uint8_t>(*state)});
+  }
+  const bool good = !entries.empty() && entries.size() <= chif::ipv6_address::kEntries;
+  return good ? std::optional(entries) : std::nullopt;
+}
+
+FieldChanges take_fields(Options& options, bool of_answer = false) {
+  FieldChanges changes;
+  for (const Field& field : kFields) {
+    std::optional<uint32_t> value;
+    const auto parse = [&](std::string_view text) { return parse_number(text, field.most()); };
+    if (of_answer || !field.of_answer) {
+      options.take_as(field.name, parse, &value);
+    }
+    if (value) {
+      changes.values[field.name] = *value;
+    }
+  }
+  const auto parse_size = [](std::string_view text) {
+    return parse_number(text, chif::kPacketMax);
+  };
+  options.take_as("size", parse_size, &changes.size);
+  return changes;
+}
+
+// A packet with the fields changed that the options name.
+Event push(Bytes packet, const FieldChanges& changes) {
+  change_fields(&packet, changes);
+  return PushEvent{std::move(packet), changes.values.contains("seqno")};
+}
+
+Event read_wait(Options& options) {
+  return WaitEvent{
+      options.require(parse_seconds(options.take_only_word()), "wait needs a number of seconds")};
+}
+
+Event read_expect(Options& options) {
+  std::string what = options.take_word();
+  if (what == "ack") {
+    what += "-" + options.take_word();
+  }
+  ExpectEvent event;
+  if (const auto text = options.take("limit")) {
+    event.limit_seconds =
+        options.require(parse_seconds(*text), "not a number of seconds: limit=" + *text);
+  }
+  if (what == "open") {
+    event.what = ExpectEvent::What::kOpened;
+  } else if (what == "close") {
+    event.what = ExpectEvent::What::kClosed;
+  } else if (what == "drained") {
+    event.what = ExpectEvent::What::kDrained;
+  } else {
+    event.kind = options.require(kind_from_name(what), "unknown thing to expect: " + what);
+  }
+  return event;
+}
+
+// The options and bindings that follow a notification's trap OID.
+Event finish_notification(SentNotification notification, Options& options) {
+  options.take_number<uint32_t>("uptime", &notification.uptime);
+  options.take_number<uint8_t>("type", &notification.pdu_type);
+  options.take_number<uint32_t>("payload", &notification.payload_length);
+  const FieldChanges changes = take_fields(options);
+  for (const std::string& word : options.take_rest()) {
+    std::string error;
+    if (const auto binding = parse_binding(word, &error)) {
+      notification.bindings.push_back(*binding);
+    }
+    options.fail(error);
+  }
+  Bytes packet = notification_packet(build_notify(notification));
+  if (packet.size() > chif::kPacketMax && !changes.size) {
+    options.fail("the notification has " + std::to_string(packet.size()) +
+                 " bytes, and a packet at most " + std::to_string(chif::kPacketMax));
+  }
+  return push(std::move(packet), changes);
+}
+
+Event read_notify(Options& options) {
+  const std::string trap = options.take_word();
+  SentNotification notification;
+  if (trap != "-") {
+    notification.trap_oid = parse_oid(trap).value_or(OidNumbers{});
+    if (!is_encodable(notification.trap_oid)) {
+      options.fail("notify needs a trap OID that begins with 1.3.6.1, or - for none: " + trap);
+      return {};
+    }
+  }
+  return finish_notification(std::move(notification), options);
+}
+
+Event read_reset(Options& options) {
+  SentNotification notification;
+  notification.trap_oid = {kResetTrap.begin(), kResetTrap.end()};
+  return finish_notification(std::move(notification), options);
+}
+
+Event read_log(Options& options) {
+  if (options.empty()) {
+    options.fail("something is missing at the end");
+  }
+  Bytes packet = log_packet(options.take_word());
+  uint16_t length = get_u16(packet, chif::log_text::kLength);
+  options.take_number<uint16_t>("length", &length);
+  put_u16(packet, chif::log_text::kLength, length);
+  return push(std::move(packet), take_fields(options));
+}
+
+template <uint32_t usual_action>
+Event read_shutdown(Options& options) {
+  uint32_t action = usual_action;
+  uint32_t delay = 0;
+  options.take_number<uint32_t>("action", &action);
+  options.take_as("delay", parse_word, &delay);
+  const std::string reason = options.take("reason").value_or("");
+  return push(shutdown_packet(action, static_cast<int32_t>(delay), reason), take_fields(options));
+}
+
+Event read_status(Options& options) {
+  const auto command = options.require(parse_number(options.take_word(), UINT16_MAX),
+                                       "status needs a command code, 0x0094, 0x8094 or 0x8194");
+  uint32_t error = 0;
+  options.take_number<uint32_t>("error", &error);
+  return push(status_packet(static_cast<uint16_t>(command), error), take_fields(options));
+}
+
+Event read_hello_response(Options& options) {
+  return push(hello_response_packet(chif::kCmdHelloResponse), take_fields(options));
+}
+
+std::string joined(const std::vector<std::string>& words) {
+  std::string text;
+  for (const std::string& word : words) {
+    text += (text.empty() ? "" : " ") + word;
+  }
+  return text;
+}
+
+Event read_raw(Options& options) {
+  const Bytes bytes = options.require(parse_hex(joined(options.take_rest())), kNeedsHex);
+  if (bytes.size() > chif::kPacketMax) {
+    options.fail("a packet has at most " + std::to_string(chif::kPacketMax) + " bytes");
+  }
+  return PushEvent{bytes, true};
+}
+
+// "seqno=+3" and "seqno=-1" are relative; a bare number is absolute.
+void take_seqno_offset(Options& options, AnswerEvent* event) {
+  for (const int sign : {1, -1}) {
+    if (const auto text = options.take("seqno", sign > 0 ? "+" : "-")) {
+      const auto number = parse_number(std::string_view(*text).substr(1), UINT16_MAX);
+      event->seqno_offset =
+          sign *
+          static_cast<int>(options.require(
+              number, "seqno needs a number, with + or - for one relative to the request's"));
+    }
+  }
+}
+
+Event read_answer(Options& options) {
+  AnswerEvent event;
+  const std::string name = options.take_word();
+  event.kind = kind_from_name(name);
+  if (name != "any" && !is_answered(event.kind.value_or(PacketKind::kUnknown))) {
+    options.fail("not a request that is answered: " + name);
+  }
+  options.take_number<int>("times", &event.times);
+  if (const auto raw = options.take("raw")) {
+    event.packet = options.require(parse_hex(*raw), kNeedsHex);
+  }
+  take_seqno_offset(options, &event);
+  event.fields = take_fields(options, true);
+  event.normal = options.take_flag("normal");
+  event.silent = options.take_flag("silent");
+  return event;
+}
+
+Event read_busy(Options& options) {
+  return FaultEvent{FaultEvent::Call::kWrite, EBUSY,
+                    options.require(parse_times(options.take_only_word()),
+                                    "busy needs a number of writes, always or off")};
+}
+
+Event read_fail(Options& options) {
+  const std::string call = options.take_word();
+  if (call != "write" && call != "read") {
+    options.fail("fail needs write or read");
+  }
+  const int error = options.require(parse_error_name(options.take_word()),
+                                    "fail needs an error such as EIO, or nothing");
+  const int times = options.require(parse_times(options.take("times").value_or("1")),
+                                    "times needs a number of calls, always or off");
+  return FaultEvent{call == "write" ? FaultEvent::Call::kWrite : FaultEvent::Call::kRead, error,
+                    times};
+}
+
+template <bool occupied>
+Event read_channels(Options& options) {
+  const std::string range = options.take_only_word();
   const size_t dash = range.find('-');
   const auto first = parse_number(range.substr(0, dash), kLastChannel);
   const auto last =
       dash == std::string::npos ? first : parse_number(range.substr(dash + 1), kLastChannel);
   if (!first || !last || *first > *last) {
-    return failed("a channel is a number from 0 to 15, and several are FIRST-LAST");
+    options.fail("a channel is a number from 0 to 15, and several are FIRST-LAST");
   }
-  return {OccupyEvent{static_cast<int>(*first), static_cast<int>(*last), occupied}, ""};
+  return OccupyEvent{static_cast<int>(first.value_or(0)), static_cast<int>(last.value_or(0)),
+                     occupied};
 }
 
-ParsedEvent parse_occupy(Arguments arguments) {
-  return parse_channels(arguments, true);
-}
-ParsedEvent parse_release(Arguments arguments) {
-  return parse_channels(arguments, false);
-}
-
-ParsedEvent parse_nvram(Arguments arguments) {
-  if (arguments.size() == 2 && arguments[1] == "absent") {
-    return {VariableEvent{arguments[0], std::nullopt}, ""};
+Event read_nvram(Options& options) {
+  const std::string word = options.take_word();
+  if (options.take_flag("absent")) {
+    return VariableEvent{word, std::nullopt};
   }
-  const std::string word = arguments.size() == 1 ? arguments[0] : "";
-  const size_t equals = word.find('=');
-  const auto value =
-      equals == std::string::npos ? std::nullopt : parse_hex(word.substr(equals + 1));
-  if (!value || equals == 0) {
-    return failed("nvram needs NAME=HEX or NAME absent");
+  const auto variable =
+      options.require(parse_variable(word), "nvram needs NAME=HEX or NAME absent");
+  return VariableEvent{variable.first, variable.second};
+}
+
+Event read_bmc(Options& options) {
+  IdentityEvent event;
+  options.take_number<int8_t>("generation", &event.generation);
+  options.take_as("firmware", parse_firmware, &event.firmware);
+  options.take_as("date", parse_date, &event.firmware_date);
+  options.take_as("ipv4", parse_ipv4, &event.ipv4);
+  options.take_number<uint32_t>("ipv6-options", &event.ipv6_options);
+  options.take_as("ipv6", parse_ipv6_entries, &event.ipv6_entries);
+  return event;
+}
+
+Event read_note(Options& options) {
+  return NoteEvent{joined(options.take_rest())};
+}
+
+// One that takes no words; the name is for the error.
+template <typename Kind>
+Event read_bare(Options& options, const std::string& name) {
+  if (!options.take_rest().empty()) {
+    options.fail(name + " has no options");
   }
-  return {VariableEvent{word.substr(0, equals), value}, ""};
+  return Kind{};
+}
+Event read_hangup(Options& options) {
+  return read_bare<HangupEvent>(options, "hangup");
+}
+Event read_quit(Options& options) {
+  return read_bare<QuitEvent>(options, "quit");
 }
 
-ParsedEvent parse_bmc(Arguments arguments) {
-  Options options(arguments);
-  const IdentityEvent event = take_identity(&options);
-  options.finish();
-  return finished(options, event);
+Event read_help(Options& options) {
+  read_bare<NoteEvent>(options, "help");
+  return NoteEvent{help_text()};
 }
 
-ParsedEvent parse_note(Arguments arguments) {
-  std::string text;
-  for (const std::string& word : arguments) {
-    text += (text.empty() ? "" : " ") + word;
-  }
-  return {NoteEvent{text}, ""};
-}
-
-ParsedEvent parse_hangup(Arguments arguments) {
-  return arguments.empty() ? ParsedEvent{HangupEvent{}, ""} : failed("hangup has no options");
-}
-ParsedEvent parse_quit(Arguments arguments) {
-  return arguments.empty() ? ParsedEvent{QuitEvent{}, ""} : failed("quit has no options");
-}
-
-struct Verb {
-  std::string_view name;
-  ParsedEvent (*parse)(Arguments arguments);
-};
-constexpr std::array<Verb, 21> kVerbs = {{
-    {"wait", parse_wait},       {"expect", parse_expect},
-    {"notify", parse_notify},   {"reset", parse_reset},
-    {"log", parse_log},         {"shutdown", parse_power_off},
-    {"reboot", parse_reboot},   {"abort", parse_abort},
-    {"status", parse_status},   {"hello-response", parse_hello_response},
-    {"raw", parse_raw},         {"hangup", parse_hangup},
-    {"answer", parse_answer},   {"busy", parse_busy},
-    {"fail", parse_fail},       {"occupy", parse_occupy},
-    {"release", parse_release}, {"nvram", parse_nvram},
-    {"bmc", parse_bmc},         {"note", parse_note},
-    {"quit", parse_quit},
+constexpr std::array<Verb, 22> kVerbs = {{
+    {"wait", "SECONDS", "let time pass", read_wait},
+    {"expect", "WHAT [limit=SECONDS]", "wait until the host did something", read_expect},
+    {"note", "TEXT", "write a text to the output", read_note},
+    {"help", "", "list the events", read_help},
+    {"quit", "", "end here", read_quit},
+    {"notify", "OID [uptime=N] [type=N] [payload=N] BINDING...", "send a notification",
+     read_notify},
+    {"reset", "[uptime=N]", "announce the BMC's own reset", read_reset},
+    {"log", "TEXT [length=N]", "send a text for the host's log", read_log},
+    {"shutdown", "[delay=N] [reason=TEXT] [action=N]", "ask the host to power off",
+     read_shutdown<chif::shutdown::kPowerOff>},
+    {"reboot", "[delay=N] [reason=TEXT] [action=N]", "ask the host to reboot",
+     read_shutdown<chif::shutdown::kReboot>},
+    {"abort", "[delay=N] [reason=TEXT] [action=N]", "ask the host to forget about it",
+     read_shutdown<chif::shutdown::kAbort>},
+    {"status", "CODE [error=N]", "send a status packet", read_status},
+    {"hello-response", "", "send an answer that nobody asked for", read_hello_response},
+    {"raw", "HEX...", "send any bytes", read_raw},
+    {"hangup", "", "close the channel from the BMC's side", read_hangup},
+    {"answer", "REQUEST CHANGE... [times=N]", "answer differently from now on", read_answer},
+    {"busy", "N|always|off", "let the host's next writes fail with EBUSY", read_busy},
+    {"fail", "write|read ERROR [times=N|always|off]", "let the host's next calls fail", read_fail},
+    {"occupy", "FIRST[-LAST]", "take channels away from the host", read_channels<true>},
+    {"release", "FIRST[-LAST]", "give channels back", read_channels<false>},
+    {"nvram", "NAME=HEX | NAME absent", "set or remove a variable", read_nvram},
+    {"bmc",
+     "[generation=N] [firmware=MAJOR.MINOR] [date=YEAR-MONTH-DAY] [ipv4=ADDRESS] [ipv6-options=N] "
+     "[ipv6=ADDRESS/STATE,...]",
+     "change what the BMC tells about itself", read_bmc},
 }};
 
 }  // namespace
 
+std::span<const Verb> verbs() {
+  return kVerbs;
+}
+
+std::string usage(const Verb& verb) {
+  return std::string(verb.name) + (verb.arguments.empty() ? "" : " ") + std::string(verb.arguments);
+}
+
+std::string help_text() {
+  std::string text;
+  for (const Verb& verb : kVerbs) {
+    text += (text.empty() ? "" : "\n") + usage(verb) + ": " + std::string(verb.help);
+  }
+  return text;
+}
+
 ParsedEvent parse_event(std::string_view line) {
   const Words words = split_words(line);
-  if (!words.error.empty()) {
-    return failed(words.error);
+  if (!words.error.empty() || words.words.empty()) {
+    return {std::nullopt, words.error};
   }
-  if (words.words.empty()) {
-    return {};
-  }
-  const Arguments arguments = std::span(words.words).subspan(1);
   const auto* verb = std::ranges::find(kVerbs, words.words[0], &Verb::name);
   if (verb == kVerbs.end()) {
-    return failed("unknown event: " + words.words[0]);
+    return {std::nullopt, "unknown event: " + words.words[0]};
   }
-  return verb->parse(arguments);
+  Options options(std::span(words.words).subspan(1));
+  Event event = verb->read(options);
+  std::string error = options.finish();
+  return error.empty() ? ParsedEvent{std::move(event), ""} : ParsedEvent{std::nullopt, error};
 }
 
 Scenario parse_scenario(std::string_view text, const std::string& name) {

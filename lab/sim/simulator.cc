@@ -4,13 +4,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 
 #include "lab/shim/faults.h"
 #include "lab/sim/nvram.h"
-#include "wire/chif.h"
-#include "wire/kcs.h"
 
 namespace {
 
@@ -19,11 +16,6 @@ constexpr size_t kConnectReplySize = 16;
 
 // A utility query is read for this often before the host gives up.
 constexpr int kReadAttempts = 10;
-
-bool is_answered(PacketKind kind) {
-  return kind != PacketKind::kLogAck && kind != PacketKind::kShutdownAck &&
-         kind != PacketKind::kUnknown;
-}
 
 bool is_session_request(PacketKind kind) {
   return kind == PacketKind::kHello || kind == PacketKind::kConnect || kind == PacketKind::kBye;
@@ -69,15 +61,6 @@ void change_answer(Bytes* packet, const AnswerEvent& changes) {
   if (changes.seqno_offset != 0) {
     put_u16(*packet, chif::header::kSeqno,
             static_cast<uint16_t>(get_u16(*packet, chif::header::kSeqno) + changes.seqno_offset));
-  }
-  if (changes.completion) {
-    put_u8(*packet, kcs::response::kCompletionCode, *changes.completion);
-  }
-  if (changes.nvram_status) {
-    put_u8(*packet, kcs::response::kData + nvram::response::kStatus, *changes.nvram_status);
-  }
-  if (changes.nvram_length) {
-    put_u16(*packet, kcs::response::kData + nvram::response::kLength, *changes.nvram_length);
   }
   change_fields(packet, changes.fields);
 }
@@ -182,7 +165,7 @@ struct Executor {
       }
       if (event.occupied) {
         channel.listener.reset();
-      } else if (!channel.listener) {
+      } else if (!channel.listener.valid()) {
         if (std::string error = open_listener(&channel); !error.empty()) {
           return error;
         }
@@ -291,22 +274,6 @@ bool Simulator::step(int timeout_ms) {
   return any;
 }
 
-bool Simulator::step_until(const std::function<bool()>& done, int timeout_ms) {
-  using std::chrono::steady_clock;
-  const auto end = steady_clock::now() + std::chrono::milliseconds(timeout_ms);
-  while (!done()) {
-    const auto left =
-        std::chrono::duration_cast<std::chrono::milliseconds>(end - steady_clock::now()).count();
-    if (left <= 0) {
-      return false;
-    }
-    // Reading by the host wakes nobody, so a condition may turn true silently.
-    constexpr int64_t kLook = 10;
-    step(static_cast<int>(std::min(left, kLook)));
-  }
-  return true;
-}
-
 std::string Simulator::execute(const Event& event) {
   return std::visit(Executor{this}, event);
 }
@@ -317,20 +284,13 @@ int Simulator::received(PacketKind kind) const {
   }));
 }
 
-const Bytes* Simulator::last_received(PacketKind kind) const {
-  const auto last = std::find_if(history.rbegin(), history.rend(), [kind](const auto& happening) {
-    return happening.what == Happening::What::kReceived && classify(happening.packet) == kind;
-  });
-  return last == history.rend() ? nullptr : &last->packet;
-}
-
 int Simulator::session_channel() const {
   int highest = -1;
   for (const Channel& channel : channels) {
-    if (channel.client && channel.number == greeted_channel) {
+    if (channel.client.valid() && channel.number == greeted_channel) {
       return channel.number;
     }
-    highest = channel.client ? std::max(highest, channel.number) : highest;
+    highest = channel.client.valid() ? std::max(highest, channel.number) : highest;
   }
   return highest;
 }
@@ -397,5 +357,5 @@ std::string Simulator::set_variable(const std::string& name, const std::optional
 
 Channel* Simulator::find_channel(int number) {
   const auto channel = std::ranges::find(channels, number, &Channel::number);
-  return channel == channels.end() || !channel->client ? nullptr : &*channel;
+  return channel == channels.end() || !channel->client.valid() ? nullptr : &*channel;
 }

@@ -6,7 +6,7 @@
 //   Simulator bmc;
 //   bmc.open_channels("/vmfs/devices/char/vmkdriver");
 //   ... start the daemon ...
-//   bmc.step_until([&] { return bmc.received(PacketKind::kConnect) == 1; }, 10000);
+//   while (bmc.received(PacketKind::kConnect) == 0) bmc.step(-1);
 //   bmc.execute(parse_event("notify 1.3.6.1.4.1.32473.1.0.3").event.value());
 //
 // Files: the nodes "zemox-d0ccbN" and the faults file "zemox-d0ccb-faults" in
@@ -75,17 +75,12 @@ struct Simulator {
   // does it. Returns whether anything happened.
   bool step(int timeout_ms);
 
-  // Steps until done() or the time is over; returns done().
-  bool step_until(const std::function<bool()>& done, int timeout_ms);
-
   // Does one event at once; waits and expectations do nothing here, the player
   // (lab/sim/player.h) knows them. Returns an empty text, or what went wrong.
   std::string execute(const Event& event);
 
-  // How many packets of this kind were received so far, and the last of them
-  // (null when there was none; valid until the next step).
+  // How many packets of this kind were received so far.
   int received(PacketKind kind) const;
-  const Bytes* last_received(PacketKind kind) const;
 
   // The channel of the last hello whose client is still there; without one,
   // the highest channel that has a client; -1 when none has.

@@ -2,6 +2,7 @@
 
 #include <arpa/inet.h>
 
+#include <algorithm>
 #include <charconv>
 
 namespace {
@@ -67,6 +68,16 @@ bool is_blank(char character) {
 }
 
 }  // namespace
+
+std::vector<std::string> cut_lines(std::string* text) {
+  std::vector<std::string> lines;
+  size_t start = 0;
+  for (size_t end = 0; (end = text->find('\n', start)) != std::string::npos; start = end + 1) {
+    lines.push_back(text->substr(start, end - start));
+  }
+  text->erase(0, start);
+  return lines;
+}
 
 Words split_words(std::string_view line) {
   Words result;
@@ -173,6 +184,15 @@ std::string hex_text(std::span<const uint8_t> bytes) {
     text.push_back(kHexDigits[byte & 0xF]);
   }
   return text;
+}
+
+std::optional<std::pair<std::string, Bytes>> parse_variable(std::string_view text) {
+  const size_t equals = std::min(text.find('='), text.size());
+  const auto value = parse_hex(text.substr(std::min(equals + 1, text.size())));
+  if (equals == 0 || equals == text.size() || !value) {
+    return std::nullopt;
+  }
+  return std::pair(std::string(text.substr(0, equals)), *value);
 }
 
 std::optional<std::array<uint8_t, 4>> parse_ipv4(std::string_view text) {

@@ -16,6 +16,9 @@
 using Bytes = std::vector<uint8_t>;
 using OidNumbers = std::vector<uint32_t>;
 
+// Cuts the whole lines off the front; what is left has no line end yet.
+std::vector<std::string> cut_lines(std::string* text);
+
 // The words of one line. error is empty, or says what is wrong with the line.
 struct Words {
   std::vector<std::string> words;
@@ -42,6 +45,9 @@ std::string oid_text(std::span<const uint32_t> oid);
 // are skipped. An empty text gives no bytes.
 std::optional<Bytes> parse_hex(std::string_view text);
 std::string hex_text(std::span<const uint8_t> bytes);
+
+// Reads a variable of the form NAME=HEX.
+std::optional<std::pair<std::string, Bytes>> parse_variable(std::string_view text);
 
 std::optional<std::array<uint8_t, 4>> parse_ipv4(std::string_view text);
 std::optional<std::array<uint8_t, 16>> parse_ipv6(std::string_view text);

@@ -1,9 +1,5 @@
 // lab-timeline: what lab/run runs inside the sandbox. Shows the host, the BMC
 // and the trap receivers in one timeline, or runs a command beside the BMC.
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
@@ -31,7 +27,7 @@ int complain(const std::string& what) {
 
 // A file of "notify" lines, for the agent's socket: the PDUs without the BMC's
 // header around them.
-std::string load_agent(const std::string& path, std::vector<std::string>* notifications) {
+std::string load_agent(const std::string& path, std::vector<Bytes>* notifications) {
   const Scenario scenario = load_scenario(path);
   for (const ScenarioLine& line : scenario.lines) {
     const auto* push = std::get_if<PushEvent>(&line.event);
@@ -42,57 +38,6 @@ std::string load_agent(const std::string& path, std::vector<std::string>* notifi
                                 push->packet.end());
   }
   return scenario.error;
-}
-
-// Runs a command with the BMC up, standard streams and status its own.
-int run_command(const Settings& settings) {
-  Child bmc;
-  std::vector<std::string> simulator = {settings.show.tools + "/mox-sim", "--live", "--stay"};
-  if (!settings.show.nvram.empty()) {
-    simulator.insert(simulator.end(), {"--nvram", settings.show.nvram});
-  }
-  if (!settings.show.scenario.empty()) {
-    simulator.push_back(settings.show.scenario);
-  }
-  const std::string error = start_child(&bmc, "mox-sim", simulator);
-  bool ready = false;
-  std::string last_line;
-  while (error.empty() && bmc.output && !ready) {
-    read_lines(&bmc, [&](const std::string& line) {
-      ready = ready || line == "mox-sim: ready";
-      last_line = line;
-    });
-  }
-  if (!ready) {
-    return complain(error.empty() ? last_line : error);
-  }
-  const pid_t pid = fork();
-  if (pid == 0) {
-    signal(SIGINT, SIG_DFL);
-    setenv("LD_PRELOAD", "/run/lab/libmoxshim.so", 1);
-    setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
-    std::vector<char*> arguments;
-    for (const std::string& word : settings.command) {
-      arguments.push_back(const_cast<char*>(word.c_str()));
-    }
-    arguments.push_back(nullptr);
-    execvp(arguments[0], arguments.data());
-    std::perror(arguments[0]);
-    _exit(127);
-  }
-  int status = 0;
-  while (pid < 0 || waitpid(pid, &status, WNOHANG) == 0) {
-    if (pid < 0) {
-      return complain("cannot start a process");
-    }
-    pollfd output = {bmc.output.get(), POLLIN, 0};
-    constexpr int kLookMs = 10;
-    if (poll(&output, 1, kLookMs) > 0) {
-      read_lines(&bmc, [](const std::string&) {});
-    }
-  }
-  destroy_child(&bmc);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
 }  // namespace
@@ -133,10 +78,6 @@ int main(int argc, char** argv) {
       return complain(error);
     }
   }
-  if (!settings.command.empty()) {
-    return run_command(settings);
-  }
-  Show show;
-  show.settings = settings.show;
-  return run_show(&show);
+  return settings.command.empty() ? run_show(settings.show)
+                                  : run_command(settings.show, settings.command);
 }

@@ -2,15 +2,21 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
-#include <sys/signalfd.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
+#include <cstdio>
 #include <functional>
 #include <utility>
 
-#include "lab/timeline/probes.h"
+#include "lab/supervisor/child.h"
+#include "lab/supervisor/local_client.h"
+#include "lab/supervisor/local_socket.h"
+#include "lab/supervisor/signals.h"
+#include "lab/supervisor/trap_daemon.h"
+#include "lab/timeline/display.h"
 
 namespace {
 
@@ -24,11 +30,44 @@ constexpr std::chrono::seconds kInterruptedLimit(2);
 // How often to look at what wakes nobody.
 constexpr int kLookMs = 10;
 
+constexpr int kWrong = 2;
+constexpr int kNotFound = 127;
+constexpr int kSignalled = 128;
+
+constexpr const char* kSystemLog = "/dev/log";
 constexpr const char* kStopFile = "/opt/ortdv/tmp/tvurevbmcstop.text";
 constexpr const char* kAgentStopFile = "/opt/ortdv/tmp/tvurevortstop.text";
-constexpr const char* kShim = "/run/lab/libmoxshim.so";
-constexpr const char* kTrapConfiguration = "/run/lab/snmptrapd.conf";
+constexpr const char* kBmcReady = "mox-sim: ready";
 constexpr const char* kLastLogLine = "lab: end of the log";
+
+// For what runs on the host. The sanitizers want to be the first library.
+const std::vector<std::string> kOnHost = {"LD_PRELOAD=/run/lab/libmoxshim.so",
+                                          "ASAN_OPTIONS=verify_asan_link_order=0"};
+
+struct Show {
+  const ShowSettings& settings;
+  Display display = make_display();
+  Child syslogd = {};
+  Child snmptrapd = {};
+  Child bmc = {};
+  Child daemon = {};
+  Descriptor signals = {};
+  LocalClient agent = {};
+
+  // What was seen.
+  int bmc_packets = 0;
+  int log_lines = 0;
+  int traps = 0;
+  bool bmc_ready = false;
+  bool scenario_done = false;
+  bool scenario_passed = false;
+  bool log_ended = false;
+  bool bmc_done = false;  // it has played everything, typed events too
+  bool interrupted = false;
+  bool input_open = false;
+  size_t notifications_sent = 0;  // of the agent's
+  std::string trouble = {};       // the first thing that went wrong
+};
 
 void set_trouble(Show* show, const std::string& what) {
   if (show->trouble.empty()) {
@@ -37,7 +76,7 @@ void set_trouble(Show* show, const std::string& what) {
 }
 
 void take_bmc_line(Show* show, const std::string& line) {
-  if (line == "mox-sim: ready") {
+  if (line == kBmcReady) {
     show->bmc_ready = true;
   } else if (line == "mox-sim: done") {
     show->bmc_done = true;
@@ -62,10 +101,6 @@ void take_log_line(Show* show, const std::string& line) {
 }
 
 void take_trap_line(Show* show, const std::string& line) {
-  if (line.starts_with("NET-SNMP version")) {
-    show->snmptrapd_ready = true;
-    return;
-  }
   const bool of_its_own = line.find("NET-SNMP version") != std::string::npos ||
                           line.starts_with("Stopping snmptrapd") ||
                           line.starts_with("Created directory") || line.empty();
@@ -106,9 +141,9 @@ std::array<Source, 4> sources(Show* show) {
 void pump(Show* show, int timeout_ms) {
   std::vector<pollfd> descriptors = {{show->signals.get(), POLLIN, 0},
                                      {show->input_open ? STDIN_FILENO : -1, POLLIN, 0}};
-  auto all = sources(show);
+  const auto all = sources(show);
   for (const Source& source : all) {
-    descriptors.push_back({source.child->output.get(), POLLIN, 0});
+    source.child->add_descriptors(&descriptors);
   }
   poll(descriptors.data(), descriptors.size(), timeout_ms);
   if (descriptors[0].revents != 0) {
@@ -118,11 +153,11 @@ void pump(Show* show, int timeout_ms) {
   if (descriptors[1].revents != 0) {
     take_input(show);
   }
-  for (size_t i = 0; i < all.size(); ++i) {
-    if (descriptors[i + 2].revents != 0) {
-      read_lines(all[i].child, [&](const std::string& line) { all[i].take(show, line); });
+  for (const Source& source : all) {
+    source.child->pump();
+    for (const std::string& line : source.child->take_lines()) {
+      source.take(show, line);
     }
-    reap(all[i].child);
   }
 }
 
@@ -138,66 +173,64 @@ bool pump_until(Show* show, std::chrono::seconds limit, const std::function<bool
   return true;
 }
 
+void set_ended(Show* show, const std::string& label, const Child& child, const char* when = "") {
+  set_trouble(show, label + " ended with status " + std::to_string(child.status()) + when);
+}
+
+bool start(Show* show, Child* child, const std::string& label, const Program& program) {
+  const std::string error = child->start(program);
+  if (!error.empty()) {
+    set_trouble(show, label + ": cannot start " + error);
+  }
+  return error.empty();
+}
+
 // Starts a service and waits until it is ready, or says why it is not.
-bool start(Show* show, Child* child, const std::string& label,
-           const std::vector<std::string>& command, const std::function<bool()>& ready) {
-  if (const std::string error = start_child(child, label, command); !error.empty()) {
-    set_trouble(show, error);
+bool start_service(Show* show, Child* child, const std::string& label, const Program& program,
+                   const std::function<bool()>& ready) {
+  if (!start(show, child, label, program)) {
     return false;
   }
-  const bool in_time = pump_until(show, kReadyLimit, [&] {
-    return ready() || child->exit_status.has_value() || show->interrupted;
-  });
-  if (child->exit_status) {
-    set_trouble(show, label + " ended with status " + std::to_string(*child->exit_status));
+  const bool in_time =
+      pump_until(show, kReadyLimit, [&] { return ready() || child->ended() || show->interrupted; });
+  if (child->ended()) {
+    set_ended(show, label, *child);
   } else if (!in_time) {
     set_trouble(show, label + " did not become ready");
   }
-  return in_time && !child->exit_status && !show->interrupted;
+  return in_time && !child->ended() && !show->interrupted;
 }
 
-bool start_trap_receiver(Show* show) {
-  const OwnedFd file(open(kTrapConfiguration, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-  if (dprintf(file.get(), "disableAuthorization yes\n") < 0) {
-    set_trouble(show, std::string(kTrapConfiguration) + ": cannot be written");
-    return false;
+Program bmc_program(const ShowSettings& settings) {
+  Program program = {.arguments = {settings.tools + "/mox-sim", "--live", "--stay"},
+                     .output = Program::kMerged,
+                     .has_input = true};
+  if (!settings.nvram.empty()) {
+    program.arguments.insert(program.arguments.end(), {"--nvram", settings.nvram});
   }
-  std::vector<std::string> command = {"snmptrapd", "-f", "-Lo", "-On",
-                                      "-n",        "-C", "-c",  kTrapConfiguration};
-  for (const std::string& address : show->settings.receivers) {
-    const bool ipv6 = address.find(':') != std::string::npos;
-    command.push_back(ipv6 ? "udp6:[" + address + "]:162" : "udp:" + address + ":162");
+  if (!settings.scenario.empty()) {
+    program.arguments.push_back(settings.scenario);
   }
-  return start(show, &show->snmptrapd, "snmptrapd", command,
-               [show] { return show->snmptrapd_ready; });
-}
-
-bool start_bmc(Show* show) {
-  std::vector<std::string> command = {show->settings.tools + "/mox-sim", "--live", "--stay"};
-  if (!show->settings.nvram.empty()) {
-    command.insert(command.end(), {"--nvram", show->settings.nvram});
-  }
-  if (!show->settings.scenario.empty()) {
-    command.push_back(show->settings.scenario);
-  } else {
-    show->scenario_done = true;
-    show->scenario_passed = true;
-  }
-  return start(show, &show->bmc, "mox-sim", command, [show] { return show->bmc_ready; });
+  return program;
 }
 
 bool start_everything(Show* show) {
-  if (!start(show, &show->syslogd, "syslogd", {"busybox", "syslogd", "-n", "-O", "-"},
-             syslog_is_ready) ||
-      !start_trap_receiver(show) || !start_bmc(show)) {
+  const ShowSettings& settings = show->settings;
+  show->scenario_done = show->scenario_passed = settings.scenario.empty();
+  const auto log_is_read = [] { return connect_local(SOCK_DGRAM, kSystemLog).valid(); };
+  if (!start_service(
+          show, &show->syslogd, "syslogd",
+          {.arguments = {"busybox", "syslogd", "-n", "-O", "-"}, .output = Program::kMerged},
+          log_is_read) ||
+      !start_service(show, &show->snmptrapd, "snmptrapd", trap_daemon(settings.receivers),
+                     [&] { return trap_ports_are_open(settings.receivers); }) ||
+      !start_service(show, &show->bmc, "mox-sim", bmc_program(settings),
+                     [show] { return show->bmc_ready; })) {
     return false;
   }
   ::show(show->display, Stream::kLab, "starting tvurev");
-  const std::string error =
-      start_child(&show->daemon, "tvurev", {"/sbin/tvurev"},
-                  {std::string("LD_PRELOAD=") + kShim, "ASAN_OPTIONS=verify_asan_link_order=0"});
-  set_trouble(show, error);
-  return error.empty();
+  return start(show, &show->daemon, "tvurev",
+               {.arguments = {"/sbin/tvurev"}, .environment = kOnHost, .output = Program::kMerged});
 }
 
 // Hands the agent's notifications over. One receive of the daemon is one
@@ -207,14 +240,12 @@ void play_agent(Show* show) {
   if (show->notifications_sent == notifications.size()) {
     return;
   }
-  if (!show->agent) {
-    show->agent = OwnedFd(connect_as_agent());
+  if (!show->agent.connected()) {
+    show->agent.connect();
   }
-  if (show->agent && is_all_read(show->agent.get())) {
-    const std::string& next = notifications[show->notifications_sent++];
-    if (write(show->agent.get(), next.data(), next.size()) < 0) {
-      set_trouble(show, "the agent's socket took no notification");
-    }
+  if (show->agent.connected() && show->agent.is_all_read() &&
+      !show->agent.send(notifications[show->notifications_sent++])) {
+    set_trouble(show, "the agent's socket took no notification");
   }
 }
 
@@ -223,14 +254,12 @@ void play(Show* show) {
   while (!show->interrupted && !show->bmc_done) {
     pump(show, kLookMs);
     play_agent(show);
-    if (show->daemon.exit_status && !show->daemon.output) {
-      set_trouble(show, "tvurev ended with status " + std::to_string(*show->daemon.exit_status) +
-                            (show->scenario_done ? "" : " before the scenario did"));
-      return;
+    if (show->daemon.ended()) {
+      return set_ended(show, "tvurev", show->daemon,
+                       show->scenario_done ? "" : " before the scenario did");
     }
-    if (show->bmc.exit_status) {
-      set_trouble(show, "mox-sim ended with status " + std::to_string(*show->bmc.exit_status));
-      return;
+    if (show->bmc.ended()) {
+      return set_ended(show, "mox-sim", show->bmc);
     }
     if (show->scenario_done && !show->settings.keep &&
         show->notifications_sent == show->settings.agent_notifications.size()) {
@@ -240,25 +269,24 @@ void play(Show* show) {
 }
 
 void touch(const char* path) {
-  const OwnedFd file(open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
+  const Descriptor file(open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
 }
 
 // Lets the daemon's processes say goodbye, so that everything they were asked
 // for is done.
 void end_daemon(Show* show) {
-  if (show->daemon.pid <= 0 || show->daemon.exit_status) {
+  if (!show->daemon.running()) {
     return;
   }
   ::show(show->display, Stream::kLab, "asking tvurev to stop");
-  if (show->agent) {
+  if (show->agent.connected()) {
     touch(kAgentStopFile);
-    pump_until(show, kEndLimit, [show] { return is_closed_by_peer(show->agent.get()); });
+    pump_until(show, kEndLimit, [show] { return show->agent.is_hung_up(); });
   }
   touch(kStopFile);
   // It may be in a pause of ten seconds, for which nobody waits after Ctrl-C.
   const auto limit = show->interrupted ? kInterruptedLimit : kEndLimit;
-  if (!pump_until(show, limit, [show] { return show->daemon.exit_status.has_value(); }) &&
-      !show->interrupted) {
+  if (!pump_until(show, limit, [show] { return show->daemon.ended(); }) && !show->interrupted) {
     set_trouble(show, "tvurev did not stop");
   }
 }
@@ -266,18 +294,18 @@ void end_daemon(Show* show) {
 // Lets the services say what they still have, in the order in which they would
 // miss it.
 void end_services(Show* show) {
-  if (show->snmptrapd_ready) {
+  if (show->snmptrapd.running()) {
     pump_until(show, kEndLimit, [] { return trap_ports_are_empty(); });
-    signal_child(show->snmptrapd, SIGTERM);
-    pump_until(show, kEndLimit, [show] { return !show->snmptrapd.output; });
+    show->snmptrapd.signal(SIGTERM);
+    pump_until(show, kEndLimit, [show] { return show->snmptrapd.ended(); });
   }
-  if (show->syslogd.pid > 0 && !show->syslogd.exit_status) {
-    send_syslog(std::string("<30>") + kLastLogLine);
-    pump_until(show, kEndLimit, [show] { return show->log_ended || !show->syslogd.output; });
+  if (show->syslogd.running()) {
+    const std::string last = std::string("<30>") + kLastLogLine;
+    send(connect_local(SOCK_DGRAM, kSystemLog).get(), last.data(), last.size(), MSG_NOSIGNAL);
+    pump_until(show, kEndLimit, [show] { return show->log_ended || show->syslogd.ended(); });
   }
-  signal_child(show->bmc, SIGTERM);
-  pump_until(show, kEndLimit,
-             [show] { return !show->bmc.output && (show->bmc.pid < 0 || show->bmc.exit_status); });
+  show->bmc.signal(SIGTERM);
+  pump_until(show, kEndLimit, [show] { return !show->bmc.running(); });
 }
 
 int summarise(Show* show) {
@@ -285,13 +313,13 @@ int summarise(Show* show) {
          std::to_string(show->bmc_packets) + " BMC packets, " + std::to_string(show->log_lines) +
              " log lines, " + std::to_string(show->traps) + " traps received");
   if (show->interrupted && !show->settings.keep) {
-    return 128 + SIGINT;
+    return kSignalled + SIGINT;
   }
   if (!show->scenario_passed) {
     set_trouble(show, "the scenario failed");
   } else if (!show->settings.keep && show->traps == 0) {
     set_trouble(show, "no trap was received");
-  } else if (show->bmc.exit_status.value_or(0) != 0 && isatty(STDIN_FILENO) == 0) {
+  } else if (show->bmc.ended() && show->bmc.status() != 0 && isatty(STDIN_FILENO) == 0) {
     // At a terminal one may mistype.
     set_trouble(show, "an event failed");
   }
@@ -302,35 +330,64 @@ int summarise(Show* show) {
   return 0;
 }
 
+// Waits a moment for anything of these two and takes it.
+void pump_both(Child* one, Child* other) {
+  std::vector<pollfd> descriptors;
+  one->add_descriptors(&descriptors);
+  other->add_descriptors(&descriptors);
+  poll(descriptors.data(), descriptors.size(), kLookMs);
+  one->pump();
+  other->pump();
+}
+
 }  // namespace
 
-int run_show(Show* show) {
-  sigset_t signals;
-  sigemptyset(&signals);
-  for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
-    sigaddset(&signals, number);
-  }
-  sigprocmask(SIG_BLOCK, &signals, nullptr);
-  sigdelset(&signals, SIGPIPE);
-  show->signals = OwnedFd(signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
-  show->display = make_display();
-
-  if (start_everything(show)) {
-    if (show->settings.keep) {
-      show->input_open = true;
-      show->display.prompt = isatty(STDIN_FILENO) != 0 ? "bmc> " : "";
-      show_prompt(show->display);
+int run_show(const ShowSettings& settings) {
+  Show show = {.settings = settings};
+  show.signals = hold_signals();
+  signal(SIGPIPE, SIG_IGN);  // the BMC may be gone when a line is typed
+  if (start_everything(&show)) {
+    if (settings.keep) {
+      show.input_open = true;
+      show.display.prompt = isatty(STDIN_FILENO) != 0 ? "bmc> " : "";
+      show_prompt(show.display);
     }
-    play(show);
+    play(&show);
   }
-  if (!std::exchange(show->display.prompt, "").empty()) {
+  if (!std::exchange(show.display.prompt, "").empty()) {
     std::printf("\n");
   }
-  show->input_open = false;
-  end_daemon(show);
-  end_services(show);
-  for (Child* child : {&show->daemon, &show->bmc, &show->snmptrapd, &show->syslogd}) {
-    destroy_child(child);
+  show.input_open = false;
+  end_daemon(&show);
+  end_services(&show);
+  return summarise(&show);
+}
+
+int run_command(const ShowSettings& settings, const std::vector<std::string>& command) {
+  Child bmc;
+  Child program;
+  std::string said = bmc.start(bmc_program(settings));
+  bool ready = false;
+  while (!ready && bmc.running()) {
+    pump_both(&bmc, &program);
+    for (const std::string& line : bmc.take_lines()) {
+      ready = ready || line == kBmcReady;
+      said = line;
+    }
   }
-  return summarise(show);
+  if (!ready) {
+    std::fprintf(stderr, "lab: %s\n", said.c_str());
+    return kWrong;
+  }
+  const std::string error =
+      program.start({.arguments = command, .environment = kOnHost, .output = Program::kOurs});
+  if (!error.empty()) {
+    std::fprintf(stderr, "%s\n", error.c_str());
+    return kNotFound;
+  }
+  while (program.running()) {
+    pump_both(&bmc, &program);
+    bmc.take_lines();
+  }
+  return program.status();
 }

@@ -1,7 +1,6 @@
 #include "tests/e2e/agentx_master.h"
 
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <array>
@@ -9,8 +8,8 @@
 #include <chrono>
 #include <cstring>
 
-#include "lab/sim/channel_server.h"
-#include "tests/e2e/process.h"
+#include "lab/supervisor/child.h"
+#include "lab/supervisor/local_socket.h"
 #include "wire/agentx.h"
 
 namespace {
@@ -67,32 +66,19 @@ void receive(int fd, Bytes* received) {
   }
 }
 
-OwnedFd open_listener() {
-  unlink(kPath);
-  OwnedFd listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  sockaddr_un address = {};
-  address.sun_family = AF_UNIX;
-  memcpy(address.sun_path, kPath, strlen(kPath));
-  if (bind(listener.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-      listen(listener.get(), 1) != 0) {
-    listener.reset();
-  }
-  return listener;
-}
-
 // Serves the one client until it ended.
-void serve(const OwnedFd& listener, Process* client, std::vector<Bytes>* pdus) {
+void serve(const Descriptor& listener, Child* client, std::vector<Bytes>* pdus) {
   const auto end = std::chrono::steady_clock::now() + kLimit;
-  OwnedFd connection;
+  Descriptor connection;
   Bytes received;
   while (client->running() && std::chrono::steady_clock::now() < end) {
     std::vector<pollfd> descriptors = {{listener.get(), POLLIN, 0}, {connection.get(), POLLIN, 0}};
     client->add_descriptors(&descriptors);
     poll(descriptors.data(), descriptors.size(), kLookMs);
-    if (!connection) {
-      connection = OwnedFd(accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    if (!connection.valid()) {
+      connection = Descriptor(accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
     }
-    if (connection) {
+    if (connection.valid()) {
       receive(connection.get(), &received);
       take_pdus(&received, connection.get(), pdus);
     }
@@ -104,19 +90,18 @@ void serve(const OwnedFd& listener, Process* client, std::vector<Bytes>* pdus) {
 
 Capture capture_agentxtrap(const std::vector<std::string>& arguments) {
   Capture capture;
-  const OwnedFd listener = open_listener();
-  if (!listener) {
+  unlink(kPath);
+  const Descriptor listener = serve_local(SOCK_STREAM, kPath);
+  if (!listener.valid()) {
     capture.error = std::string(kPath) + ": " + strerror(errno);
     return capture;
   }
-  Command command = {.arguments = {"/usr/bin/agentxtrap", "-x", kPath},
-                     .environment = {"PATH=/usr/bin:/bin", "HOME=/", "LC_ALL=C", "MIBS="},
-                     .extra_descriptors = 0};
-  command.arguments.insert(command.arguments.end(), arguments.begin(), arguments.end());
-  Process client;
-  client.start(command);
+  Program program = {.arguments = {"agentxtrap", "-x", kPath}};
+  program.arguments.insert(program.arguments.end(), arguments.begin(), arguments.end());
+  Child client;
+  capture.error = client.start(program);
   serve(listener, &client, &capture.pdus);
-  if (client.running() || client.status() != 0) {
+  if (capture.error.empty() && client.status() != 0) {
     capture.error =
         "agentxtrap ended with " + std::to_string(client.status()) + ": " + client.err();
   }

@@ -26,8 +26,7 @@ class BadInput : public Host {
     const size_t before = log().size();
     push(packet);
     relay_marker();
-    Lines lines = log();
-    lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(before));
+    Lines lines = log(before);
     std::erase_if(lines, [](const std::string& line) { return line.starts_with("6 "); });
     return lines;
   }
@@ -192,15 +191,13 @@ TEST_F(BadInput, RandomBytesAreSurvived) {
 TEST_F(BadInput, RandomBytesOfAHostAgentAreSurvived) {
   constexpr unsigned kSeed = 32473;
   std::mt19937 random(kSeed);
-  LocalClient agent;
-  connect(&agent);
+  LocalClient agent = connected_client();
   for (int i = 0; i < 200; ++i) {
     Bytes bytes = i % 2 == 0 ? random_packet(&random) : random_notification(&random);
     ASSERT_TRUE(run_until([&] { return agent.send(bytes); }));
   }
   agent.hang_up();
-  LocalClient next;
-  connect(&next);
+  LocalClient next = connected_client();
   ASSERT_TRUE(next.send(NotifyBuilder().trap_oid("1.3.6.1.4.1.32473.1.0.77").bytes()));
   ASSERT_TRUE(run_until([&] {
     return !receiver.traps().empty() &&

@@ -43,7 +43,7 @@ class BadNotification : public Host {
   void SetUp() override {
     Host::SetUp();
     start_relay();
-    connect(&agent_);
+    agent_ = connected_client();
   }
 
   // Sends it on both roads, which must come to the same.
@@ -70,9 +70,7 @@ class BadNotification : public Host {
         [&] { return receiver.count() > traps_before && receiver.traps().back() == kNextTrap; }));
     Outcome outcome = {{receiver.traps().begin() + static_cast<std::ptrdiff_t>(traps_before),
                         receiver.traps().end() - 1},
-                       log()};
-    outcome.errors.erase(outcome.errors.begin(),
-                         outcome.errors.begin() + static_cast<std::ptrdiff_t>(lines_before));
+                       log(lines_before)};
     std::erase_if(outcome.errors, [](const auto& line) { return !line.starts_with("3 "); });
     return outcome;
   }

@@ -48,8 +48,7 @@ using CapturedPackets = Host;
 
 TEST_F(CapturedPackets, BecomeTheTrapsThatTheirFilesName) {
   start_relay();
-  LocalClient agent;
-  connect(&agent);
+  LocalClient agent = connected_client();
   ASSERT_FALSE(captures().empty());
   size_t count = 0;
   for (const std::filesystem::path& path : captures()) {

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <ranges>
 #include <sstream>
 
 namespace {
@@ -29,20 +30,19 @@ bool is_in_sandbox() {
   return getuid() == 0 && exists(kShim) && exists(kDaemon) && exists("/vmfs/devices");
 }
 
-Command daemon_command(const Settings& settings) {
-  Command command = {
+Program daemon_program(const Settings& settings) {
+  Program program = {
       .arguments = {kDaemon},
-      .environment = {"PATH=/sbin:/usr/sbin:/usr/bin:/bin", "HOME=/", "LC_ALL=C", "TZ=UTC",
-                      std::string("LD_PRELOAD=") + kShim + ":" + TEST_CLOCK,
+      .environment = {std::string("LD_PRELOAD=") + kShim + ":" + TEST_CLOCK,
                       "TESTCLOCK_POLL_DIVISOR=" + std::to_string(settings.poll_divisor),
                       "TESTCLOCK_RECORD=" + settings.record,
                       std::string("TESTCLOCK_HOLD=") + kHoldFile,
                       std::string("ASAN_OPTIONS=verify_asan_link_order=0:log_path=") +
                           kSanitizerReports},
       .extra_descriptors = settings.extra_descriptors};
-  command.arguments.insert(command.arguments.end(), settings.arguments.begin(),
+  program.arguments.insert(program.arguments.end(), settings.arguments.begin(),
                            settings.arguments.end());
-  return command;
+  return program;
 }
 
 }  // namespace
@@ -74,7 +74,7 @@ void Host::TearDown() {
 }
 
 void Host::start_daemon(const Settings& settings) {
-  daemon.start(daemon_command(settings));
+  ASSERT_EQ(daemon.start(daemon_program(settings)), "");
 }
 
 void Host::start_relay(const Settings& settings) {
@@ -124,6 +124,17 @@ int Host::run_until_exit() {
   return daemon.status();
 }
 
+int Host::run_daemon(const Settings& settings) {
+  start_daemon(settings);
+  return run_until_exit();
+}
+
+testing::AssertionResult Host::relays() {
+  const size_t before = receiver.count();
+  event("notify 1.3.6.1.4.1.32473.1.0.3");
+  return run_until_traps(before + 1);
+}
+
 testing::AssertionResult Host::run_until_logged(std::string_view line, size_t times) {
   return run_until([&] { return times_logged(line) >= times; }) << ": " << line;
 }
@@ -148,9 +159,22 @@ void Host::push_notify(const Bytes& pdu) {
   push(ChifBuilder(0x0001).svc(13).agentx(pdu).bytes());
 }
 
-std::vector<std::string> Host::log() const {
+void Host::on_first(PacketKind kind, const std::function<void()>& action) {
+  bmc.on_happening = [=, this, earlier = bmc.on_happening](const Happening& happening) {
+    if (earlier) {
+      earlier(happening);
+    }
+    if (happening.what == Happening::What::kReceived && classify(happening.packet) == kind &&
+        bmc.received(kind) == 1) {
+      action();
+    }
+  };
+}
+
+std::vector<std::string> Host::log(size_t after) const {
   std::vector<std::string> lines;
-  std::ranges::transform(syslog_.lines(), std::back_inserter(lines), &LogLine::text);
+  std::ranges::transform(syslog_.lines() | std::views::drop(after), std::back_inserter(lines),
+                         &LogLine::text);
   return lines;
 }
 
@@ -190,14 +214,22 @@ std::vector<Bytes> Host::received(PacketKind kind) const {
   return packets;
 }
 
+std::vector<std::string> Host::hex_received(PacketKind kind) const {
+  std::vector<std::string> texts;
+  std::ranges::transform(received(kind), std::back_inserter(texts), hex_of);
+  return texts;
+}
+
 int Host::exit_status(pid_t orphan) {
   int status = 0;
   EXPECT_TRUE(run_until([&] { return waitpid(orphan, &status, WNOHANG) == orphan; }));
   return exit_status_of(status);
 }
 
-void Host::connect(LocalClient* client) {
-  ASSERT_EQ(client->connect(), "");
+LocalClient Host::connected_client() {
+  LocalClient client;
+  EXPECT_EQ(client.connect(), "");
+  return client;
 }
 
 // A daemon that waits for a restart sees the restart file, one that relays the

@@ -31,10 +31,11 @@
 
 #include "lab/sim/scenario.h"
 #include "lab/sim/simulator.h"
-#include "tests/e2e/local_client.h"
+#include "lab/supervisor/child.h"
+#include "lab/supervisor/local_client.h"
+#include "lab/supervisor/syslog_socket.h"
+#include "lab/supervisor/trap_receiver.h"
 #include "tests/e2e/process.h"
-#include "tests/e2e/syslog_socket.h"
-#include "tests/e2e/trap_receiver.h"
 #include "tests/support/packets.h"
 
 // Marker files.
@@ -92,6 +93,12 @@ class Host : public testing::Test {
   // Until the receiver has so many traps.
   testing::AssertionResult run_until_traps(size_t count);
 
+  // Both of these.
+  int run_daemon(const Settings& settings = {});
+
+  // Has the BMC send a notification; whether it arrives as one trap more.
+  testing::AssertionResult relays();
+
   // One event of the BMC, in the words of scenario files (man/mox-sim.1).
   void event(const std::string& line);
 
@@ -100,8 +107,13 @@ class Host : public testing::Test {
   // A notification's PDU in its packet.
   void push_notify(const Bytes& pdu);
 
-  // The lines of the log so far, of every process or of one; waits too.
-  std::vector<std::string> log() const;
+  // Does this when the host's first packet of a kind has come, before the BMC
+  // answers it. Several wait side by side.
+  void on_first(PacketKind kind, const std::function<void()>& action);
+
+  // The lines of the log so far, of every process (after the first ones) or of
+  // one; waits too.
+  std::vector<std::string> log(size_t after = 0) const;
   std::vector<std::string> log_of(pid_t pid) const;
   size_t times_logged(std::string_view line) const;
   bool logged(std::string_view line) const { return times_logged(line) > 0; }
@@ -112,13 +124,14 @@ class Host : public testing::Test {
   std::vector<std::string> bmc_history() const;
   // The packets of a kind that the host sent.
   std::vector<Bytes> received(PacketKind kind) const;
+  std::vector<std::string> hex_received(PacketKind kind) const;
 
   // The daemon's child that serves host agents, known after start_relay().
   pid_t socket_proxy() const { return socket_proxy_; }
   // Reaps a process that the daemon left behind; only after the daemon ended.
   int exit_status(pid_t orphan);
 
-  void connect(LocalClient* client);
+  static LocalClient connected_client();
 
   // Leaves the daemon to be killed: its state knows no stop request.
   void do_not_stop() { stop_at_end_ = false; }
@@ -126,7 +139,7 @@ class Host : public testing::Test {
   Simulator bmc;
   TrapReceiver receiver;        // 192.0.2.7, community public
   TrapReceiver other_receiver;  // 198.51.100.9, community ops
-  Process daemon;
+  Child daemon;
 
  private:
   void pump(int timeout_ms);

@@ -66,8 +66,7 @@ TEST_F(PercentSigns, InANotificationOfTheBmc) {
 }
 
 TEST_F(PercentSigns, InANotificationOfAHostAgent) {
-  LocalClient agent;
-  connect(&agent);
+  LocalClient agent = connected_client();
   ASSERT_TRUE(agent.send(notification()));
   ASSERT_TRUE(run_until_traps(1));
   EXPECT_THAT(receiver.traps(), ElementsAre(trap()));

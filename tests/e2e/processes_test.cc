@@ -37,8 +37,7 @@ TEST_F(Processes, SocketProxyHasNothingOfItsParents) {
   // Descriptor 1, closed at first, is the listening socket soon after.
   EXPECT_THAT(settled_descriptors(socket_proxy(), 2),
               ElementsAre(Pair(0, "/dev/null"), Pair(1, StartsWith("socket:"))));
-  LocalClient agent;
-  connect(&agent);
+  LocalClient agent = connected_client();
   ASSERT_TRUE(run_until_logged(kClientLine));
   EXPECT_THAT(settled_descriptors(socket_proxy(), 3),
               ElementsAre(Pair(0, "/dev/null"), Pair(1, StartsWith("socket:")),
@@ -50,8 +49,7 @@ TEST_F(Processes, NothingReachesTheClientThroughReusedDescriptors) {
     touch(file);
   }
   start_relay();
-  LocalClient agent;
-  connect(&agent);
+  LocalClient agent = connected_client();
   ASSERT_TRUE(agent.send(NotifyBuilder().trap_oid("1.3.6.1.4.1.32473.1.0.3").bytes()));
   ASSERT_TRUE(run_until_traps(1));
   ASSERT_TRUE(agent.send(Bytes(100, 0xFF)));
@@ -70,8 +68,7 @@ TEST_F(Processes, TrapsLeaveNoDescriptorAndNoFileBehind) {
   start_relay();
   const Descriptors before = settled_descriptors(daemon.pid(), 4);
   for (size_t i = 1; i <= 20; ++i) {
-    event("notify 1.3.6.1.4.1.32473.1.0.3");
-    ASSERT_TRUE(run_until_traps(i));
+    ASSERT_TRUE(relays());
   }
   EXPECT_EQ(settled_descriptors(daemon.pid(), 4), before);
   EXPECT_FALSE(exists("/var/lib/snmp/snmpapp.conf"));

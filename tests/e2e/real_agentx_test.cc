@@ -1,8 +1,8 @@
 // Notifications written by the real agentxtrap, read back by the real
 // snmptrapd: neither end is code of ours.
+#include "lab/supervisor/trap_daemon.h"
 #include "tests/e2e/agentx_master.h"
 #include "tests/e2e/host.h"
-#include "tests/e2e/trap_daemon.h"
 
 namespace {
 
@@ -10,14 +10,22 @@ using testing::ElementsAre;
 
 constexpr const char* kReceiverAddress = "203.0.113.5";
 constexpr uint8_t kNetworkByteOrder = 0x10;
+constexpr std::string_view kMark = "TRAP ";
+constexpr const char* kFormat = "TRAP %a %N %w/%q @%T %P: %v\n";
+
+void replace_all(std::string* text, std::string_view from, std::string_view to) {
+  for (size_t at = 0; (at = text->find(from, at)) != text->npos; at += to.size()) {
+    text->replace(at, from.size(), to);
+  }
+}
 
 class RealAgentx : public Host {
  protected:
   void SetUp() override {
     Host::SetUp();
     write_targets(std::string(kReceiverAddress) + "@162 public");
-    trapd_.start(kReceiverAddress);
-    ASSERT_TRUE(run_until([&] { return trapd_.is_ready(); })) << trapd_.output();
+    ASSERT_EQ(trapd_.start(trap_daemon({kReceiverAddress}, {"-F", kFormat})), "");
+    ASSERT_TRUE(run_until([] { return trap_ports_are_open({kReceiverAddress}); })) << trapd_.out();
     start_relay();
   }
 
@@ -32,16 +40,32 @@ class RealAgentx : public Host {
     // A little-endian host's sender leaves the order as it is, and says so.
     EXPECT_EQ(capture.notify[2] & kNetworkByteOrder, 0);
     push_notify(capture.notify);
-    EXPECT_TRUE(run_until([&] { return trapd_.has_printed(1); })) << trapd_.output();
-    LocalClient agent;
-    connect(&agent);
+    EXPECT_TRUE(run_until([&] { return printed_traps().size() == 1; })) << trapd_.out();
+    LocalClient agent = connected_client();
     EXPECT_TRUE(agent.send(capture.notify));
-    EXPECT_TRUE(run_until([&] { return trapd_.has_printed(2); })) << trapd_.output();
-    return trapd_.traps();
+    EXPECT_TRUE(run_until([&] { return printed_traps().size() == 2; })) << trapd_.out();
+    return traps_;
   }
 
  private:
-  TrapDaemon trapd_;
+  // One line a trap, with blanks and bars between the bindings:
+  //   192.0.2.20 .1.3.6.1.4.1.32473.1 6/3 @100 public: .1.3... = STRING: "fan 3"
+  const std::vector<std::string>& printed_traps() {
+    trapd_.pump();
+    for (std::string& line : trapd_.take_lines()) {
+      if (line.starts_with(kMark)) {
+        line.erase(0, kMark.size());
+        replace_all(&line, "\t", " | ");
+        replace_all(&line, "/.", "/");
+        replace_all(&line, "TRAP, SNMP v1, community ", "");
+        traps_.push_back(line);
+      }
+    }
+    return traps_;
+  }
+
+  Child trapd_;
+  std::vector<std::string> traps_;
 };
 
 TEST_F(RealAgentx, TextAndNumber) {

@@ -154,7 +154,7 @@ TEST_F(Relay, LogTextBecomesAnAlertAndIsAcknowledged) {
   EXPECT_THAT(log_starting("1 "),
               ElementsAre("1 tvurev: Fan 3 failed", "1 tvurev: Fan 3 repaired"));
   // The daemon's own running number; the hello took 0.
-  EXPECT_EQ(hex_of(received(PacketKind::kLogAck)[0]),
+  EXPECT_EQ(hex_received(PacketKind::kLogAck)[0],
             "10 00 01 00 95 80 0d 00 00 00 00 00 00 00 00 00");
   EXPECT_EQ(hex_of(received(PacketKind::kLogAck)[1]),
             "10 00 02 00 95 80 0d 00 00 00 00 00 00 00 00 00");

@@ -50,7 +50,7 @@ class Soak : public Host {
 
 TEST_F(Soak, MemoryAndDescriptorsOfBothProcessesStayAsTheyAre) {
   start_relay({.record = ""});
-  connect(&agent_);
+  agent_ = connected_client();
   relay_on_both_roads(200);
   const long main_before = resident_kib(daemon.pid());
   const long proxy_before = resident_kib(socket_proxy());

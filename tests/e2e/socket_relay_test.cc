@@ -27,8 +27,7 @@ class SocketRelay : public Host {
 
 TEST_F(SocketRelay, NotificationReachesEveryReceiver) {
   start_relay();
-  LocalClient agent;
-  connect(&agent);
+  LocalClient agent = connected_client();
   ASSERT_TRUE(agent.send(NotifyBuilder()
                              .uptime(5)
                              .trap_oid("1.3.6.1.4.1.32473.1.0.3")
@@ -49,8 +48,7 @@ TEST_F(SocketRelay, NotificationReachesEveryReceiver) {
 
 TEST_F(SocketRelay, BothRoadsServeAtTheSameTime) {
   start_relay();
-  LocalClient agent;
-  connect(&agent);
+  LocalClient agent = connected_client();
   for (int i = 1; i <= 20; ++i) {
     ASSERT_TRUE(agent.send(notification(i)));
     ASSERT_TRUE(run_until_traps(static_cast<size_t>(2 * i - 1)));
@@ -62,16 +60,14 @@ TEST_F(SocketRelay, BothRoadsServeAtTheSameTime) {
 
 TEST_F(SocketRelay, PduOfAnyTypeIsForwarded) {
   start_relay();
-  LocalClient agent;
-  connect(&agent);
+  LocalClient agent = connected_client();
   ASSERT_TRUE(agent.send(NotifyBuilder().pdu_type(1).trap_oid("1.3.6.1.4.1.32473.1.0.3").bytes()));
   EXPECT_TRUE(run_until_traps(1));
 }
 
 TEST_F(SocketRelay, ResetAnnouncementDoesNotTouchTheBmcSession) {
   start_relay();
-  LocalClient agent;
-  connect(&agent);
+  LocalClient agent = connected_client();
   ASSERT_TRUE(agent.send(notification(6061)));
   ASSERT_TRUE(run_until_traps(1));
   ASSERT_TRUE(agent.send(notification(2)));
@@ -85,8 +81,7 @@ TEST_F(SocketRelay, ResetAnnouncementDoesNotTouchTheBmcSession) {
 TEST_F(SocketRelay, HangUpRemovesTheRunningFileAndPausesThirtySeconds) {
   touch("/tmp/tvud.text");
   start_relay();
-  LocalClient agent;
-  connect(&agent);
+  LocalClient agent = connected_client();
   ASSERT_TRUE(run_until_logged(kClientLine));
   touch(kHoldFile);
   agent.hang_up();
@@ -96,7 +91,7 @@ TEST_F(SocketRelay, HangUpRemovesTheRunningFileAndPausesThirtySeconds) {
   unlink(kHoldFile);
   ASSERT_TRUE(run_until([] { return exists(kRunningFile); }));
 
-  connect(&agent);
+  agent = connected_client();
   ASSERT_TRUE(agent.send(notification(4)));
   ASSERT_TRUE(run_until_traps(1));
   EXPECT_THAT(receiver.traps(), ElementsAre(trap(4)));
@@ -105,8 +100,7 @@ TEST_F(SocketRelay, HangUpRemovesTheRunningFileAndPausesThirtySeconds) {
 TEST_F(SocketRelay, WriteOf4096BytesArrivesAs4080And16) {
   touch("/tmp/tvud.text");
   start_relay();
-  LocalClient agent;
-  connect(&agent);
+  LocalClient agent = connected_client();
   Bytes bytes = notification(3);
   bytes.resize(4096, 0);
   ASSERT_TRUE(agent.send(bytes));
@@ -123,10 +117,8 @@ TEST_F(SocketRelay, WriteOf4096BytesArrivesAs4080And16) {
 
 TEST_F(SocketRelay, SecondClientWaitsUntilTheFirstHasGoneAndThePauseIsOver) {
   start_relay();
-  LocalClient first;
-  LocalClient second;
-  connect(&first);
-  connect(&second);
+  LocalClient first = connected_client();
+  LocalClient second = connected_client();
   ASSERT_TRUE(second.send(notification(2)));
   ASSERT_TRUE(first.send(notification(1)));
   ASSERT_TRUE(run_until_traps(1));
@@ -144,7 +136,7 @@ TEST_F(SocketRelay, ClientsBeyondTheFirstAreServedInTurn) {
   start_relay();
   std::vector<LocalClient> clients(5);
   for (size_t i = 0; i < clients.size(); ++i) {
-    connect(&clients[i]);
+    clients[i] = connected_client();
     ASSERT_TRUE(clients[i].send(notification(static_cast<int>(i))));
     clients[i].hang_up();
   }
@@ -155,8 +147,7 @@ TEST_F(SocketRelay, ClientsBeyondTheFirstAreServedInTurn) {
 
 TEST_F(SocketRelay, ClientThatOnlyStoppedSendingDoesNotMakeTheLoopSpin) {
   start_relay({.record = "sleep,poll"});
-  LocalClient agent;
-  connect(&agent);
+  LocalClient agent = connected_client();
   ASSERT_TRUE(run_until_logged(kClientLine));
   agent.finish_sending();
   const auto polls = [&] {
@@ -175,11 +166,9 @@ TEST_F(SocketRelay, ClientThatOnlyStoppedSendingDoesNotMakeTheLoopSpin) {
 
 TEST_F(SocketRelay, NextClientAfterOneThatOnlyStoppedSendingIsServed) {
   start_relay();
-  LocalClient quiet;
-  connect(&quiet);
+  LocalClient quiet = connected_client();
   quiet.finish_sending();
-  LocalClient agent;
-  connect(&agent);
+  LocalClient agent = connected_client();
   ASSERT_TRUE(agent.send(notification(8)));
   quiet.hang_up();
   ASSERT_TRUE(run_until_traps(1));
@@ -188,8 +177,7 @@ TEST_F(SocketRelay, NextClientAfterOneThatOnlyStoppedSendingIsServed) {
 
 TEST_F(SocketRelay, RubbishFromAClientDoesNotCostTheConnection) {
   start_relay();
-  LocalClient agent;
-  connect(&agent);
+  LocalClient agent = connected_client();
   ASSERT_TRUE(agent.send(Bytes(1, 0xFF)));
   ASSERT_TRUE(
       run_until_logged("3 ortdv: tvurev: notification without a valid trap OID []: "
@@ -208,8 +196,7 @@ TEST_F(SocketRelay, LeftOverSocketOfAnEarlierRunIsReplaced) {
   ASSERT_EQ(mkdir("/opt/ortdv/sockets/agentx", 0700), 0);
   write_file("/opt/ortdv/sockets/agentx/tvud", "old");
   start_relay();
-  LocalClient agent;
-  connect(&agent);
+  LocalClient agent = connected_client();
   ASSERT_TRUE(agent.send(notification(3)));
   EXPECT_TRUE(run_until_traps(1));
 }
@@ -221,8 +208,7 @@ TEST_F(SocketRelay, WithoutASocketTheBmcIsStillServed) {
   start_daemon();
   ASSERT_TRUE(run_until_logged("6 ortdv: reverse_mode socket bind failed."));
   ASSERT_TRUE(run_until_logged(kConnectedLine));
-  event("notify 1.3.6.1.4.1.32473.1.0.3");
-  EXPECT_TRUE(run_until_traps(1));
+  EXPECT_TRUE(relays());
   EXPECT_FALSE(exists(kRunningFile));
 }
 

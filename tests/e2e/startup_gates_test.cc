@@ -57,11 +57,9 @@ TEST_F(StartupGates, QueriesUseTheLowChannelsAndTheSessionTheHighest) {
     }
   }
   EXPECT_THAT(opened, ElementsAre("channel 4 opened", "channel 4 opened", "channel 15 opened"));
-  ASSERT_EQ(received(PacketKind::kStatusQuery).size(), 1U);
-  EXPECT_EQ(hex_of(received(PacketKind::kStatusQuery)[0]), "08 00 ad de 02 00 00 00");
-  ASSERT_EQ(received(PacketKind::kNvramGet).size(), 1U);
-  EXPECT_EQ(hex_of(received(PacketKind::kNvramGet)[0]),
-            "14 00 01 00 00 00 01 00 d8 02 04 01 00 4b 58 48 56 4d 36 00");
+  EXPECT_THAT(hex_received(PacketKind::kStatusQuery), ElementsAre("08 00 ad de 02 00 00 00"));
+  EXPECT_THAT(hex_received(PacketKind::kNvramGet),
+              ElementsAre("14 00 01 00 00 00 01 00 d8 02 04 01 00 4b 58 48 56 4d 36 00"));
 }
 
 TEST_F(StartupGates, MissingDriverNodeEndsItBeforeAnythingElse) {
@@ -69,8 +67,7 @@ TEST_F(StartupGates, MissingDriverNodeEndsItBeforeAnythingElse) {
   for (const char* file : {kRestartFile, kBmcStopFile, kOrtStopFile}) {
     touch(file);
   }
-  start_daemon();
-  EXPECT_EQ(run_until_exit(), 0);
+  EXPECT_EQ(run_daemon(), 0);
   EXPECT_THAT(log(), ElementsAre("6 ortdv: tvurev: ERROR: Missing mox driver."));
   EXPECT_EQ(daemon.out(), "");
   EXPECT_THAT(bmc_history(), IsEmpty());
@@ -81,8 +78,7 @@ TEST_F(StartupGates, MissingDriverNodeEndsItBeforeAnythingElse) {
 TEST_F(StartupGates, UnsupportedServerEndsItOnBothOutputsWithTheirOwnBlanks) {
   bmc.identity.generation = 7;
   touch(kRestartFile);
-  start_daemon();
-  EXPECT_EQ(run_until_exit(), 0);
+  EXPECT_EQ(run_daemon(), 0);
   EXPECT_THAT(log(), ElementsAre("6 ortdv: ryn11 tvurev: Server not supported."));
   EXPECT_EQ(daemon.out(), "ryn11 tvurev:  Server not supported.\n");
   EXPECT_THAT(received(PacketKind::kNvramGet), IsEmpty());
@@ -110,8 +106,7 @@ TEST_F(StartupGates, ReverseModeOffWaitsForTheRestartFile) {
 TEST_F(StartupGates, RestartFileAtTheFirstCheckIsConsumedWithoutAWait) {
   bmc.variables["KXHVM6"] = {0};
   touch(kRestartFile);
-  start_daemon();
-  EXPECT_EQ(run_until_exit(), 1);
+  EXPECT_EQ(run_daemon(), 1);
   EXPECT_THAT(log(), ElementsAre(kFirmware, kSupported, kModeOff, kRestarting));
   EXPECT_FALSE(exists(kRestartFile));
 }
@@ -146,8 +141,7 @@ TEST_F(StartupGates, HostSnmpOffSaysSoOnBothOutputsAndWaits) {
 TEST_F(StartupGates, MissingSnmpFileCountsAsOff) {
   unlink(kSnmpFile);
   touch(kRestartFile);
-  start_daemon();
-  EXPECT_EQ(run_until_exit(), 1);
+  EXPECT_EQ(run_daemon(), 1);
   EXPECT_THAT(log(), ElementsAre(kFirmware, kSupported, kSnmpOff, kRestarting));
 }
 
@@ -155,8 +149,7 @@ TEST_F(StartupGates, UnreadableSnmpFileCountsAsOff) {
   unlink(kSnmpFile);
   std::filesystem::create_directory(kSnmpFile);
   touch(kRestartFile);
-  start_daemon();
-  EXPECT_EQ(run_until_exit(), 1);
+  EXPECT_EQ(run_daemon(), 1);
   EXPECT_THAT(log(), ElementsAre(kFirmware, kSupported, kSnmpOff, kRestarting));
 }
 
@@ -173,8 +166,7 @@ TEST_F(StartupGates, StaleStopFilesAreForgotten) {
   start_relay();
   EXPECT_FALSE(exists(kBmcStopFile));
   EXPECT_FALSE(exists(kOrtStopFile));
-  event("notify 1.3.6.1.4.1.32473.1.0.3");
-  EXPECT_TRUE(run_until_traps(1));
+  EXPECT_TRUE(relays());
 }
 
 TEST_F(StartupGates, CommandLineIsIgnored) {
@@ -210,8 +202,7 @@ TEST_F(StartupGates, InterfaceCommandPrintingRubbishCostsOnlyTheAgentAddress) {
   rubbish += std::string(3000, 'x') + " vmk0 %n%s'\necho vmk0 %n%s%d\n";
   write_file("/sbin/localcli", rubbish);
   start_relay();
-  event("notify 1.3.6.1.4.1.32473.1.0.3");
-  ASSERT_TRUE(run_until_traps(1));
+  ASSERT_TRUE(relays());
   EXPECT_THAT(receiver.traps(), ElementsAre("public 1.3.6.1.4.1.32473.1 255.255.255.255 6/3 @0"));
 }
 
@@ -229,8 +220,7 @@ TEST_F(StartupGates, DanglingSocketDirectoryLinkLosesItsLastCharacter) {
   ASSERT_TRUE(run_until_logged(kConnectedLine));
   EXPECT_EQ(mode_of("/opt/ortdv/sockets/dir"), 0700U);
   EXPECT_FALSE(exists("/opt/ortdv/sockets/dirA"));
-  event("notify 1.3.6.1.4.1.32473.1.0.3");
-  EXPECT_TRUE(run_until_traps(1));
+  EXPECT_TRUE(relays());
 }
 
 TEST_F(StartupGates, SocketDirectoryLinkWithASlashAtItsEndGetsItsDirectory) {

@@ -31,9 +31,8 @@ TEST_F(StopAndRestart, BmcStopFileEndsTheDaemonWithAGoodbyeAndStatusOne) {
   const std::vector<std::string> lines = log_of(daemon.pid());
   ASSERT_GE(lines.size(), 2U);
   EXPECT_THAT(std::vector(lines.end() - 2, lines.end()), ElementsAre(kBmcStopSeen, kBmcStopping));
-  ASSERT_EQ(received(PacketKind::kBye).size(), 1U);
-  EXPECT_EQ(hex_of(received(PacketKind::kBye)[0]),
-            "10 00 00 00 93 01 0d 00 02 00 00 00 00 00 00 00");
+  EXPECT_THAT(hex_received(PacketKind::kBye),
+              ElementsAre("10 00 00 00 93 01 0d 00 02 00 00 00 00 00 00 00"));
   EXPECT_EQ(bmc_history().back(), "channel 15 closed");
   EXPECT_FALSE(exists(kBmcStopFile));
 }
@@ -41,8 +40,7 @@ TEST_F(StopAndRestart, BmcStopFileEndsTheDaemonWithAGoodbyeAndStatusOne) {
 TEST_F(StopAndRestart, SocketProxyOutlivesTheBmcLoop) {
   start_relay();
   stop_bmc_loop();
-  LocalClient agent;
-  connect(&agent);
+  LocalClient agent = connected_client();
   ASSERT_TRUE(agent.send(NotifyBuilder().trap_oid("1.3.6.1.4.1.32473.1.0.3").bytes()));
   ASSERT_TRUE(run_until_traps(1));
   touch(kOrtStopFile);
@@ -59,8 +57,7 @@ TEST_F(StopAndRestart, ADirectoryOfThatNameIsARequestToo) {
 
 TEST_F(StopAndRestart, OrtStopFileEndsTheSocketProxyWhileAClientIsConnected) {
   start_relay();
-  LocalClient agent;
-  connect(&agent);
+  LocalClient agent = connected_client();
   ASSERT_TRUE(run_until_logged(kClientLine));
   touch(kOrtStopFile);
   ASSERT_TRUE(run_until([&] { return !is_alive(socket_proxy()); }));
@@ -68,16 +65,14 @@ TEST_F(StopAndRestart, OrtStopFileEndsTheSocketProxyWhileAClientIsConnected) {
   EXPECT_FALSE(exists(kOrtStopFile));
 
   // The BMC loop goes on without it.
-  event("notify 1.3.6.1.4.1.32473.1.0.3");
-  EXPECT_TRUE(run_until_traps(1));
+  EXPECT_TRUE(relays());
   stop_bmc_loop();
   EXPECT_EQ(exit_status(socket_proxy()), 1);
 }
 
 TEST_F(StopAndRestart, OrtStopFileIsSeenAtTheEndOfThePauseAfterAHangUp) {
   start_relay();
-  LocalClient agent;
-  connect(&agent);
+  LocalClient agent = connected_client();
   ASSERT_TRUE(run_until_logged(kClientLine));
   touch(kHoldFile);
   agent.hang_up();
@@ -98,13 +93,11 @@ TEST_F(StopAndRestart, OrtStopFileIsNotLookedAtWithoutAClient) {
   touch(kOrtStopFile);
   // The BMC loop, which looks ten times a second, has looked many times.
   for (size_t i = 1; i <= 3; ++i) {
-    event("notify 1.3.6.1.4.1.32473.1.0.3");
-    ASSERT_TRUE(run_until_traps(i));
+    ASSERT_TRUE(relays());
   }
   EXPECT_TRUE(is_alive(socket_proxy()));
   EXPECT_TRUE(exists(kOrtStopFile));
-  LocalClient agent;
-  connect(&agent);
+  LocalClient agent = connected_client();
   ASSERT_TRUE(run_until([&] { return !is_alive(socket_proxy()); }));
   EXPECT_THAT(log_of(socket_proxy()), ElementsAre(kClientLine, kOrtStopSeen, kOrtStopping));
 }
@@ -112,8 +105,7 @@ TEST_F(StopAndRestart, OrtStopFileIsNotLookedAtWithoutAClient) {
 TEST_F(StopAndRestart, RestartFileIsNothingToADaemonThatRelays) {
   start_relay();
   touch(kRestartFile);
-  event("notify 1.3.6.1.4.1.32473.1.0.3");
-  ASSERT_TRUE(run_until_traps(1));
+  ASSERT_TRUE(relays());
   touch(kBmcStopFile);
   EXPECT_EQ(run_until_exit(), 1);
   EXPECT_TRUE(exists(kRestartFile));
@@ -129,10 +121,8 @@ TEST_F(StopAndRestart, StartedAgainItServesAsBefore) {
   ASSERT_TRUE(run_until_logged(kConnectedLine, 2));
   ASSERT_TRUE(run_until([] { return exists(kRunningFile); }));
   EXPECT_TRUE(is_alive(earlier));
-  event("notify 1.3.6.1.4.1.32473.1.0.3");
-  ASSERT_TRUE(run_until_traps(1));
-  LocalClient agent;
-  connect(&agent);
+  ASSERT_TRUE(relays());
+  LocalClient agent = connected_client();
   ASSERT_TRUE(agent.send(NotifyBuilder().trap_oid("1.3.6.1.4.1.32473.1.0.4").bytes()));
   EXPECT_TRUE(run_until_traps(2));
   do_not_stop();

@@ -33,8 +33,7 @@ TEST_F(SupportCheck, StatusFileSavesTheQuestion) {
 
 TEST_F(SupportCheck, StatusFileOfAnotherGenerationIsBelievedWithoutTheBmc) {
   write_file(kStatusFile, "Mox5\r\n");
-  start_daemon();
-  EXPECT_EQ(run_until_exit(), 0);
+  EXPECT_EQ(run_daemon(), 0);
   EXPECT_THAT(log(), ElementsAre(kNotSupported));
   EXPECT_THAT(bmc_history(), IsEmpty());
   EXPECT_EQ(read_file(kStatusFile), "Mox5\r\n");
@@ -44,24 +43,21 @@ TEST_F(SupportCheck, GarbageInTheStatusFileMeansNotSupported) {
   std::string garbage(5000, '\xff');
   garbage.insert(200, "Mox6\n");
   write_file(kStatusFile, garbage);
-  start_daemon();
-  EXPECT_EQ(run_until_exit(), 0);
+  EXPECT_EQ(run_daemon(), 0);
   EXPECT_THAT(log(), ElementsAre(kNotSupported));
   EXPECT_THAT(bmc_history(), IsEmpty());
 }
 
 TEST_F(SupportCheck, EmptyStatusFileMeansNotSupported) {
   write_file(kStatusFile, "");
-  start_daemon();
-  EXPECT_EQ(run_until_exit(), 0);
+  EXPECT_EQ(run_daemon(), 0);
   EXPECT_THAT(log(), ElementsAre(kNotSupported));
   EXPECT_THAT(bmc_history(), IsEmpty());
 }
 
 TEST_F(SupportCheck, AnotherGenerationIsKeptInTheStatusFileToo) {
   bmc.identity.generation = -3;
-  start_daemon();
-  EXPECT_EQ(run_until_exit(), 0);
+  EXPECT_EQ(run_daemon(), 0);
   EXPECT_EQ(read_file(kStatusFile), "Mox-3\r\n");
 }
 
@@ -73,8 +69,7 @@ TEST_F(SupportCheck, FirmwareAndDateAreUnpacked) {
 
 TEST_F(SupportCheck, NoFreeChannelIsLookedForInFiveSweeps) {
   event("occupy 0-15");
-  start_daemon({.record = "usleep"});
-  EXPECT_EQ(run_until_exit(), 0);
+  EXPECT_EQ(run_daemon({.record = "usleep"}), 0);
   EXPECT_THAT(log(),
               ElementsAre("clock: usleep 100000", "clock: usleep 100000", "clock: usleep 100000",
                           "clock: usleep 100000", "clock: usleep 100000",
@@ -91,8 +86,7 @@ TEST_F(SupportCheck, TakenChannelsAreStepped) {
 
 TEST_F(SupportCheck, EmptyReadsAreTenAndReadAsGenerationZero) {
   event("answer status silent");
-  start_daemon({.record = "usleep"});
-  EXPECT_EQ(run_until_exit(), 0);
+  EXPECT_EQ(run_daemon({.record = "usleep"}), 0);
   const std::vector<std::string> lines = log();
   ASSERT_EQ(lines.size(), 13U);
   EXPECT_THAT(std::vector(lines.begin(), lines.end() - 1), Each("clock: usleep 10000"));
@@ -111,8 +105,7 @@ TEST_F(SupportCheck, BusyWritesAreTriedTenTimes) {
 
 TEST_F(SupportCheck, FailedWriteEndsTheQuery) {
   event("fail write EIO");
-  start_daemon();
-  EXPECT_EQ(run_until_exit(), 0);
+  EXPECT_EQ(run_daemon(), 0);
   EXPECT_THAT(log(),
               ElementsAre("6 ortdv: mox write failed, cmd [0x2] errno [0x5] [Input/output error]",
                           "6 ortdv:  getResponse() for moxStatus Failed!", kNotSupported));
@@ -121,8 +114,7 @@ TEST_F(SupportCheck, FailedWriteEndsTheQuery) {
 
 TEST_F(SupportCheck, FailedReadsAreTriedTenTimesAndPrintErrnoAsTheCommand) {
   event("fail read EIO times=always");
-  start_daemon({.record = "usleep"});
-  EXPECT_EQ(run_until_exit(), 0);
+  EXPECT_EQ(run_daemon({.record = "usleep"}), 0);
   const std::vector<std::string> lines = log();
   ASSERT_EQ(lines.size(), 15U);
   EXPECT_THAT(std::vector(lines.begin(), lines.begin() + 12), Each("clock: usleep 10000"));
@@ -140,8 +132,7 @@ TEST_F(SupportCheck, AnswerLongerThanWhatIsReadOfItDoesNoHarm) {
 TEST_F(SupportCheck, UnreadableModeIsTriedThreeTimesASecondApart) {
   event("answer nvram-get completion=0xc1");
   touch(kRestartFile);
-  start_daemon();
-  EXPECT_EQ(run_until_exit(), 1);
+  EXPECT_EQ(run_daemon(), 1);
   EXPECT_THAT(log(), ElementsAre(kFirmware, kSupported, "clock: sleep 1", "clock: sleep 1",
                                  "clock: sleep 1", kModeOff, kRestarting));
   EXPECT_EQ(received(PacketKind::kNvramGet).size(), 3U);
@@ -157,13 +148,11 @@ TEST_F(SupportCheck, AnswerToAnotherRequestIsNoAnswer) {
 TEST_F(SupportCheck, MissingModeVariableIsMadeAndCountsAsOff) {
   event("nvram KXHVM6 absent");
   touch(kRestartFile);
-  start_daemon();
-  EXPECT_EQ(run_until_exit(), 1);
+  EXPECT_EQ(run_daemon(), 1);
   EXPECT_TRUE(logged(kModeOff));
   EXPECT_EQ(bmc.variables["KXHVM6"], Bytes({0}));
-  ASSERT_EQ(received(PacketKind::kNvramSet).size(), 1U);
-  EXPECT_EQ(hex_of(received(PacketKind::kNvramSet)[0]),
-            "15 00 02 00 00 00 01 00 d8 02 05 01 00 4b 58 48 56 4d 36 00 00");
+  EXPECT_THAT(hex_received(PacketKind::kNvramSet),
+              ElementsAre("15 00 02 00 00 00 01 00 d8 02 05 01 00 4b 58 48 56 4d 36 00 00"));
   // The getter's channel is still open while the setter uses the next one.
   EXPECT_THAT(bmc_history(), testing::Contains("channel 3 opened"));
 }
@@ -171,8 +160,7 @@ TEST_F(SupportCheck, MissingModeVariableIsMadeAndCountsAsOff) {
 TEST_F(SupportCheck, NvramStatusThatIsUnknownCountsAsOff) {
   event("answer nvram-get status=0x42");
   touch(kRestartFile);
-  start_daemon();
-  EXPECT_EQ(run_until_exit(), 1);
+  EXPECT_EQ(run_daemon(), 1);
   EXPECT_TRUE(logged(kModeOff));
   EXPECT_THAT(received(PacketKind::kNvramSet), IsEmpty());
 }
@@ -181,8 +169,7 @@ TEST_F(SupportCheck, ValueLongerThanItsBufferIsNotTaken) {
   bmc.variables["KXHVM6"] = {1, 1, 1, 1};
   event("answer nvram-get length=65535");
   touch(kRestartFile);
-  start_daemon();
-  EXPECT_EQ(run_until_exit(), 1);
+  EXPECT_EQ(run_daemon(), 1);
   EXPECT_TRUE(logged(kModeOff));
 }
 
@@ -192,8 +179,7 @@ class ShortModeAnswer : public Host, public testing::WithParamInterface<int> {};
 TEST_P(ShortModeAnswer, ReadsAsZero) {
   event("answer nvram-get size=" + std::to_string(GetParam()));
   touch(kRestartFile);
-  start_daemon();
-  EXPECT_EQ(run_until_exit(), 1);
+  EXPECT_EQ(run_daemon(), 1);
   EXPECT_TRUE(logged(kModeOff));
   EXPECT_EQ(received(PacketKind::kNvramGet).size(), 1U);
 }

@@ -13,6 +13,7 @@
 #include "lab/sim/scenario.h"
 #include "lab/sim/simulator.h"
 #include "tests/unit/lab/temporary_directory.h"
+#include "wire/chif.h"
 
 namespace {
 
@@ -42,17 +43,17 @@ class ChannelSocket : public testing::Test {
 
   TemporaryDirectory directory_;
   Simulator bmc_;
-  std::array<uint8_t, kDevicePacketMax> buffer_ = {};
+  std::array<uint8_t, chif::kPacketMax> buffer_ = {};
 };
 
 }  // namespace
 
 TEST_F(ChannelSocket, ASecondOpenIsBusyUntilTheFirstIsClosed) {
-  const OwnedFd first(open_channel());
-  ASSERT_TRUE(first);
+  const Descriptor first(open_channel());
+  ASSERT_TRUE(first.valid());
   EXPECT_EQ(open_channel(), -1);
   EXPECT_EQ(errno, EBUSY);
-  EXPECT_TRUE(OwnedFd(open_channel(0)));
+  EXPECT_TRUE(Descriptor(open_channel(0)).valid());
 }
 
 TEST_F(ChannelSocket, IsFreeAtOnceAfterACloseAlsoWhenTheBmcDidNotLook) {
@@ -61,8 +62,8 @@ TEST_F(ChannelSocket, IsFreeAtOnceAfterACloseAlsoWhenTheBmcDidNotLook) {
     ASSERT_GE(fd, 0);
     close(fd);
   }
-  const OwnedFd last(open_channel());
-  ASSERT_TRUE(last);
+  const Descriptor last(open_channel());
+  ASSERT_TRUE(last.valid());
   while (bmc_.step(0)) {
   }
   EXPECT_EQ(bmc_.session_channel(), 1);
@@ -78,7 +79,7 @@ TEST_F(ChannelSocket, StaysTakenWhileACopyOfTheDescriptorIsOpen) {
   EXPECT_EQ(open_channel(), -1);
   EXPECT_EQ(errno, EBUSY);
   close(copy);
-  EXPECT_TRUE(OwnedFd(open_channel()));
+  EXPECT_TRUE(Descriptor(open_channel()).valid());
 }
 
 TEST_F(ChannelSocket, WithoutANodeThereIsNoSuchFile) {
@@ -90,9 +91,9 @@ TEST_F(ChannelSocket, IsBusyWhenNobodyServesTheNode) {
   play("occupy 1");
   EXPECT_EQ(open_channel(1), -1);
   EXPECT_EQ(errno, EBUSY);
-  EXPECT_TRUE(OwnedFd(open_channel(0)));
+  EXPECT_TRUE(Descriptor(open_channel(0)).valid());
   play("release 0-1");
-  EXPECT_TRUE(OwnedFd(open_channel(1)));
+  EXPECT_TRUE(Descriptor(open_channel(1)).valid());
 }
 
 TEST_F(ChannelSocket, APathTooLongForASocketIsRefused) {
@@ -102,9 +103,9 @@ TEST_F(ChannelSocket, APathTooLongForASocketIsRefused) {
 
 TEST_F(ChannelSocket, OnlyAChannelIsAChannel) {
   char path[sizeof(sockaddr_un::sun_path)];
-  const OwnedFd file(open("/dev/null", O_RDWR));
-  const OwnedFd plain(socket(AF_UNIX, SOCK_SEQPACKET, 0));
-  const OwnedFd datagrams(socket(AF_INET, SOCK_DGRAM, 0));
+  const Descriptor file(open("/dev/null", O_RDWR));
+  const Descriptor plain(socket(AF_UNIX, SOCK_SEQPACKET, 0));
+  const Descriptor datagrams(socket(AF_INET, SOCK_DGRAM, 0));
   errno = 77;
   for (const int fd : {file.get(), plain.get(), datagrams.get(), -1}) {
     EXPECT_FALSE(channel_path(fd, path));
@@ -113,7 +114,7 @@ TEST_F(ChannelSocket, OnlyAChannelIsAChannel) {
 }
 
 TEST_F(ChannelSocket, BusyWritesAreCounted) {
-  const OwnedFd fd(open_channel());
+  const Descriptor fd(open_channel());
   play("busy 2");
   for (int i = 0; i < 2; ++i) {
     EXPECT_EQ(write_hello(fd.get()), -1);
@@ -123,7 +124,7 @@ TEST_F(ChannelSocket, BusyWritesAreCounted) {
 }
 
 TEST_F(ChannelSocket, ReadsCanFailOrDoNothingAndLeaveThePacket) {
-  const OwnedFd fd(open_channel());
+  const Descriptor fd(open_channel());
   EXPECT_EQ(write_hello(fd.get()), 16);
   bmc_.step(1000);
   play("fail read EIO");
@@ -136,7 +137,7 @@ TEST_F(ChannelSocket, ReadsCanFailOrDoNothingAndLeaveThePacket) {
 }
 
 TEST_F(ChannelSocket, AnEmptyPacketReadsAsNothing) {
-  const OwnedFd fd(open_channel());
+  const Descriptor fd(open_channel());
   bmc_.step(1000);
   play("raw");
   play("raw 0102");
@@ -145,7 +146,7 @@ TEST_F(ChannelSocket, AnEmptyPacketReadsAsNothing) {
 }
 
 TEST_F(ChannelSocket, AHangUpIsSeenByPollReadAndWrite) {
-  const OwnedFd fd(open_channel());
+  const Descriptor fd(open_channel());
   bmc_.step(1000);
   play("raw 0102");
   play("hangup");

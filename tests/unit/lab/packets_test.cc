@@ -141,9 +141,7 @@ TEST(ChangeFields, ReplacesOnlyWhatIsGiven) {
   change_fields(&packet, {});
   EXPECT_THAT(packet, Each(0x11));
   FieldChanges changes;
-  changes.seqno = 0x2222;
-  changes.errcode = 5;
-  changes.more = 0x3333;
+  changes.values = {{"seqno", 0x2222}, {"errcode", 5}, {"more", 0x3333}};
   change_fields(&packet, changes);
   EXPECT_EQ(packet, hex("1111 2222 1111 1111 05000000 1111 3333"));
 }
@@ -156,7 +154,7 @@ TEST(ChangeFields, PktsizeFollowsTheSizeUnlessItIsGiven) {
   EXPECT_EQ(packet.size(), 17U);
   EXPECT_EQ(get_u16(packet, 0), 17);
   changes.size = 40;
-  changes.pktsize = 99;
+  changes.values["pktsize"] = 99;
   change_fields(&packet, changes);
   EXPECT_EQ(packet.size(), 40U);
   EXPECT_EQ(get_u16(packet, 0), 99);

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 
+#include "lab/supervisor/local_socket.h"
 #include "tests/unit/lab/temporary_directory.h"
 
 namespace {
@@ -17,12 +17,8 @@ class PlayerTest : public testing::Test {
   }
 
   // A host that sends one packet and stays.
-  OwnedFd host(const char* packet) const {
-    OwnedFd fd(socket(AF_UNIX, SOCK_SEQPACKET, 0));
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    (directory_ / "zemox-d0ccb0").copy(address.sun_path, sizeof(address.sun_path) - 1);
-    EXPECT_EQ(connect(fd.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+  Descriptor host(const char* packet) const {
+    Descriptor fd = connect_local(SOCK_SEQPACKET, directory_ / "zemox-d0ccb0");
     const Bytes bytes = parse_hex(packet).value();
     EXPECT_EQ(send(fd.get(), bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
     return fd;
@@ -42,7 +38,7 @@ TEST_F(PlayerTest, PlaysLinesUntilOneHasToWait) {
   EXPECT_EQ(play(&waiting, &bmc_), PlayState::kWaiting);
   EXPECT_TRUE(bmc_.variables.contains("A"));
   EXPECT_FALSE(bmc_.variables.contains("B"));
-  const OwnedFd fd = host(kHello);
+  const Descriptor fd = host(kHello);
   while (bmc_.step(0)) {
   }
   EXPECT_EQ(play(&waiting, &bmc_), PlayState::kDone);
@@ -50,7 +46,7 @@ TEST_F(PlayerTest, PlaysLinesUntilOneHasToWait) {
 }
 
 TEST_F(PlayerTest, WhatHappenedBeforeCountsOnce) {
-  const OwnedFd fd = host(kHello);
+  const Descriptor fd = host(kHello);
   while (bmc_.step(0)) {
   }
   Player once = player("expect open\nexpect hello\n");
@@ -61,7 +57,7 @@ TEST_F(PlayerTest, WhatHappenedBeforeCountsOnce) {
 }
 
 TEST_F(PlayerTest, AnotherPacketDoesNotMeetAnExpectation) {
-  const OwnedFd fd = host(kConnect);
+  const Descriptor fd = host(kConnect);
   while (bmc_.step(0)) {
   }
   Player other = player("expect hello limit=0\n");
@@ -94,7 +90,7 @@ TEST_F(PlayerTest, AnEventThatCannotBeDoneNamesItsLine) {
 }
 
 TEST_F(PlayerTest, DrainedWaitsUntilTheHostHasRead) {
-  const OwnedFd fd = host(kHello);
+  const Descriptor fd = host(kHello);
   while (bmc_.step(0)) {
   }
   Player waiting = player("expect drained\n");
@@ -102,13 +98,4 @@ TEST_F(PlayerTest, DrainedWaitsUntilTheHostHasRead) {
   Bytes buffer(100);
   EXPECT_EQ(recv(fd.get(), buffer.data(), buffer.size(), 0), 20);
   EXPECT_EQ(play(&waiting, &bmc_), PlayState::kDone);
-}
-
-TEST_F(PlayerTest, PlaysToTheEndPumpingTheSimulator) {
-  const OwnedFd fd = host(kHello);
-  Player whole = player("expect hello\nlog x\n");
-  EXPECT_TRUE(play_to_end(&whole, &bmc_));
-  EXPECT_EQ(bmc_.history.back().what, Happening::What::kSent);
-  Player failing = player("expect connect limit=0\n");
-  EXPECT_FALSE(play_to_end(&failing, &bmc_));
 }

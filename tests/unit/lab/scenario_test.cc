@@ -3,8 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <fstream>
+#include <iterator>
+#include <regex>
 
 #include "tests/unit/lab/temporary_directory.h"
 #include "wire/little_endian.h"
@@ -145,9 +148,9 @@ TEST(ParseEvent, AnswersAreChangedOrLeftOut) {
   const auto event = parsed<AnswerEvent>("answer nvram-get seqno=-1 status=0x88 times=3");
   EXPECT_EQ(event.kind, PacketKind::kNvramGet);
   EXPECT_EQ(event.seqno_offset, -1);
-  EXPECT_EQ(event.nvram_status, 0x88);
+  EXPECT_EQ(event.fields.values.at("status"), 0x88U);
   EXPECT_EQ(event.times, 3);
-  EXPECT_EQ(parsed<AnswerEvent>("answer hello seqno=3").fields.seqno, 3);
+  EXPECT_EQ(parsed<AnswerEvent>("answer hello seqno=3").fields.values.at("seqno"), 3U);
   EXPECT_EQ(error_of("answer ack-log silent"), "not a request that is answered: ack-log");
   EXPECT_EQ(error_of("answer hello loud"), "unknown option: loud");
   EXPECT_EQ(error_of("answer hello seqno=+x"),
@@ -240,4 +243,41 @@ TEST(LoadScenario, ReadsAFileAndSaysWhenItCannot) {
             (directory / "none") + ": cannot read: No such file or directory");
   EXPECT_EQ(load_scenario(directory.path()).error,
             directory.path() + ": cannot read: Is a directory");
+}
+
+namespace {
+
+// The tags of the man page's events: the lines after .TP and .TQ between its
+// sections SCENARIOS and EXAMPLE, without what roff makes of them.
+std::vector<std::string> tags_of_man_page() {
+  std::ifstream file(MAN_PAGE);
+  std::vector<std::string> tags;
+  std::string before;
+  bool inside = false;
+  for (std::string line; std::getline(file, line); before = line) {
+    inside = (inside && line != ".SH EXAMPLE") || line == ".SH SCENARIOS";
+    if (inside && (before == ".TP" || before == ".TQ")) {
+      tags.push_back(std::regex_replace(std::regex_replace(line, std::regex(R"(\\f.)"), ""),
+                                        std::regex(R"(\\-)"), "-"));
+    }
+  }
+  return tags;
+}
+
+}  // namespace
+
+TEST(Verbs, AreExactlyThoseOfTheManPage) {
+  std::vector<std::string> usages;
+  std::ranges::transform(verbs(), std::back_inserter(usages), usage);
+  EXPECT_EQ(tags_of_man_page(), usages);
+}
+
+TEST(Verbs, AreListedByHelpWithWhatTheyDo) {
+  const std::string text = parsed<NoteEvent>("help").text;
+  EXPECT_EQ(std::ranges::count(text, '\n') + 1, std::ssize(verbs()));
+  for (const Verb& verb : verbs()) {
+    EXPECT_THAT("\n" + text + "\n",
+                testing::HasSubstr("\n" + usage(verb) + ": " + std::string(verb.help) + "\n"));
+  }
+  EXPECT_EQ(error_of("help me"), "help has no options");
 }

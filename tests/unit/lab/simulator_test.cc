@@ -3,12 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 
 #include <fstream>
 #include <iterator>
 
 #include "lab/sim/scenario.h"
+#include "lab/supervisor/local_socket.h"
 #include "tests/unit/lab/temporary_directory.h"
 #include "wire/little_endian.h"
 
@@ -25,14 +25,9 @@ const Bytes kSet = parse_hex("160004000000 0100 d8020501004b5848564d3600 2a").va
 // A host of the test's own, without the shim.
 class Host {
  public:
-  explicit Host(const std::string& node) : fd_(socket(AF_UNIX, SOCK_SEQPACKET, 0)) {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    node.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    connected_ = connect(fd_.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
-  }
+  explicit Host(const std::string& node) : fd_(connect_local(SOCK_SEQPACKET, node)) {}
 
-  bool connected() const { return connected_; }
+  bool connected() const { return fd_.valid(); }
   void send(const Bytes& packet) const {
     ::send(fd_.get(), packet.data(), packet.size(), MSG_NOSIGNAL);
   }
@@ -49,14 +44,10 @@ class Host {
     return packet;
   }
 
-  bool is_hung_up() const {
-    pollfd entry = {fd_.get(), POLLIN, 0};
-    return poll(&entry, 1, 0) == 1 && (entry.revents & POLLHUP) != 0;
-  }
+  bool is_hung_up() const { return has_hung_up(fd_.get()); }
 
  private:
-  OwnedFd fd_;
-  bool connected_ = false;
+  Descriptor fd_;
 };
 
 class SimulatorTest : public testing::Test {
@@ -98,8 +89,8 @@ TEST_F(SimulatorTest, AnswersTheSession) {
   EXPECT_EQ(bye->size(), 4084U);
   EXPECT_EQ(get_u32(*bye, 8), 0U);
   EXPECT_EQ(bmc_.received(PacketKind::kHello), 1);
-  EXPECT_EQ(*bmc_.last_received(PacketKind::kBye), kBye);
-  EXPECT_EQ(bmc_.last_received(PacketKind::kConnect), nullptr);
+  EXPECT_EQ(bmc_.received(PacketKind::kBye), 1);
+  EXPECT_EQ(bmc_.received(PacketKind::kConnect), 0);
 }
 
 TEST_F(SimulatorTest, RecordsWhatHappensInOrder) {

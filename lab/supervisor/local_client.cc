@@ -1,34 +1,30 @@
-#include "tests/e2e/local_client.h"
+#include "lab/supervisor/local_client.h"
 
 #include <sys/socket.h>
-#include <sys/un.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstring>
 
-namespace {
-
-constexpr const char* kPath = "/opt/ortdv/sockets/agentx/tvud";
-
-}  // namespace
+#include "lab/supervisor/local_socket.h"
 
 std::string LocalClient::connect() {
-  fd_ = OwnedFd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  sockaddr_un address = {};
-  address.sun_family = AF_UNIX;
-  memcpy(address.sun_path, kPath, strlen(kPath));
-  if (!fd_ ||
-      ::connect(fd_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-    return std::string(kPath) + ": " + strerror(errno);
-  }
-  return "";
+  constexpr const char* kPath = "/opt/ortdv/sockets/agentx/tvud";
+  fd_ = connect_local(SOCK_STREAM, kPath);
+  return fd_.valid() ? "" : std::string(kPath) + ": " + strerror(errno);
 }
 
 bool LocalClient::send(std::span<const uint8_t> bytes) const {
   return ::send(fd_.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT) ==
          static_cast<ssize_t>(bytes.size());
+}
+
+bool LocalClient::is_all_read() const {
+  return ::is_all_read(fd_.get());
+}
+
+bool LocalClient::is_hung_up() const {
+  return has_hung_up(fd_.get());
 }
 
 std::string LocalClient::receive() const {
