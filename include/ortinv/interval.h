@@ -17,7 +17,7 @@ extern "C" {
 /* Returns the interval: 0 also when it cannot be read. Tries three times, a
  * second apart. A variable that does not exist is created with 0; a successful
  * creation prints a failure message, kept on purpose because callers know
- * that line (docs/oddities.md: interval-created-reads-failed). Any other
+ * that line (docs/oddities.md: interval-success-called-failure). Any other
  * selector asks nothing and returns 0. */
 ORTINV_API uint32_t getIntervalEV(int selector);
 
