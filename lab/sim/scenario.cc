@@ -41,10 +41,7 @@ std::optional<int> parse_times(const std::string& text) {
 }
 
 std::optional<int> parse_error_name(const std::string& text) {
-  struct ErrorName {
-    std::string_view name;
-    int value;
-  };
+  using ErrorName = std::pair<std::string_view, int>;
   static constexpr std::array<ErrorName, 8> kErrors = {{{"EBUSY", EBUSY},
                                                         {"EIO", EIO},
                                                         {"EAGAIN", EAGAIN},
@@ -53,8 +50,8 @@ std::optional<int> parse_error_name(const std::string& text) {
                                                         {"ENXIO", ENXIO},
                                                         {"EPIPE", EPIPE},
                                                         {"nothing", 0}}};
-  const auto* entry = std::ranges::find(kErrors, text, &ErrorName::name);
-  const auto number = entry != kErrors.end() ? entry->value : parse_number(text, INT32_MAX);
+  const auto* entry = std::ranges::find(kErrors, text, &ErrorName::first);
+  const auto number = entry != kErrors.end() ? entry->second : parse_number(text, INT32_MAX);
   return number ? std::optional(static_cast<int>(*number)) : std::nullopt;
 }
 
