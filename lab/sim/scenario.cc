@@ -249,7 +249,7 @@ Event read_raw(Options& options) {
 void take_seqno_offset(Options& options, AnswerEvent* event) {
   for (const int sign : {1, -1}) {
     if (const auto text = options.take("seqno", sign > 0 ? "+" : "-")) {
-      const auto number = parse_number(std::string_view(*text).substr(1), UINT16_MAX);
+      const auto number = parse_number(text->substr(1), UINT16_MAX);
       event->seqno_offset =
           sign *
           static_cast<int>(options.require(
