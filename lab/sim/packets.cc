@@ -9,24 +9,32 @@ namespace {
 // A notification's command: any that is not spoken for would do.
 constexpr uint16_t kCmdNotification = 0x0194;
 
-struct KindName {
+// A kind of packet: its word in scenarios and, for people, what it is; whether
+// its number is told with that.
+struct Kind {
   PacketKind kind;
   std::string_view name;
+  std::string_view description;
+  bool numbered = false;
 };
-constexpr std::array<KindName, 12> kKindNames = {{
-    {PacketKind::kHello, "hello"},
-    {PacketKind::kConnect, "connect"},
-    {PacketKind::kBye, "bye"},
-    {PacketKind::kStatusQuery, "status"},
-    {PacketKind::kNvramGet, "nvram-get"},
-    {PacketKind::kNvramSet, "nvram-set"},
-    {PacketKind::kOtherKcs, "kcs"},
-    {PacketKind::kIpv4Query, "ipv4"},
-    {PacketKind::kIpv6Query, "ipv6"},
-    {PacketKind::kLogAck, "ack-log"},
-    {PacketKind::kShutdownAck, "ack-shutdown"},
-    {PacketKind::kUnknown, "unknown"},
+constexpr std::array<Kind, 12> kKinds = {{
+    {PacketKind::kHello, "hello", "hello", true},
+    {PacketKind::kConnect, "connect", "connect", true},
+    {PacketKind::kBye, "bye", "goodbye", true},
+    {PacketKind::kStatusQuery, "status", "status query"},
+    {PacketKind::kNvramGet, "nvram-get", "read of variable "},
+    {PacketKind::kNvramSet, "nvram-set", "write of variable "},
+    {PacketKind::kOtherKcs, "kcs", "KCS request", true},
+    {PacketKind::kIpv4Query, "ipv4", "IPv4 address query"},
+    {PacketKind::kIpv6Query, "ipv6", "IPv6 address query"},
+    {PacketKind::kLogAck, "ack-log", "log text acknowledged", true},
+    {PacketKind::kShutdownAck, "ack-shutdown", "shutdown request acknowledged", true},
+    {PacketKind::kUnknown, "unknown", "unknown packet "},
 }};
+
+const Kind& row_of(PacketKind kind) {
+  return *std::ranges::find(kKinds, kind, &Kind::kind);
+}
 
 PacketKind classify_session(uint16_t subcommand) {
   switch (subcommand) {
@@ -179,45 +187,32 @@ bool is_answered(PacketKind kind) {
 }
 
 std::string_view kind_name(PacketKind kind) {
-  const auto* entry = std::ranges::find(kKindNames, kind, &KindName::kind);
-  return entry == kKindNames.end() ? "unknown" : entry->name;
+  return row_of(kind).name;
 }
 
 std::optional<PacketKind> kind_from_name(std::string_view name) {
-  const auto* entry = std::ranges::find(kKindNames, name, &KindName::name);
-  return entry == kKindNames.end() ? std::nullopt : std::optional(entry->kind);
+  const auto* entry = std::ranges::find(kKinds, name, &Kind::name);
+  return entry == kKinds.end() ? std::nullopt : std::optional(entry->kind);
 }
 
 std::string describe_to_bmc(std::span<const uint8_t> packet) {
-  switch (classify(packet)) {
-    case PacketKind::kHello:
-      return with_seqno("hello", packet);
-    case PacketKind::kConnect:
-      return with_seqno("connect", packet) + ", parameter " +
-             std::to_string(get_u32(packet, chif::session_request::kParameter));
-    case PacketKind::kBye:
-      return with_seqno("goodbye", packet);
-    case PacketKind::kStatusQuery:
-      return "status query";
-    case PacketKind::kNvramGet:
-      return "read of variable " + nvram_name(packet);
-    case PacketKind::kNvramSet:
-      return "write of variable " + nvram_name(packet) + "=" + hex_text(nvram_value(packet));
-    case PacketKind::kOtherKcs:
-      return with_seqno("KCS request", packet) + ", " +
-             hex_text(from(packet, kcs::kNetworkFunction));
-    case PacketKind::kIpv4Query:
-      return "IPv4 address query";
-    case PacketKind::kIpv6Query:
-      return "IPv6 address query";
-    case PacketKind::kLogAck:
-      return with_seqno("log text acknowledged", packet);
-    case PacketKind::kShutdownAck:
-      return with_seqno("shutdown request acknowledged", packet);
-    case PacketKind::kUnknown:
-      break;
+  const Kind& row = row_of(classify(packet));
+  const std::string text =
+      row.numbered ? with_seqno(row.description, packet) : std::string(row.description);
+  if (row.kind == PacketKind::kConnect) {
+    return text + ", parameter " +
+           std::to_string(get_u32(packet, chif::session_request::kParameter));
   }
-  return "unknown packet " + hex_text(packet);
+  if (row.kind == PacketKind::kNvramGet) {
+    return text + nvram_name(packet);
+  }
+  if (row.kind == PacketKind::kNvramSet) {
+    return text + nvram_name(packet) + "=" + hex_text(nvram_value(packet));
+  }
+  if (row.kind == PacketKind::kOtherKcs) {
+    return text + ", " + hex_text(from(packet, kcs::kNetworkFunction));
+  }
+  return row.kind == PacketKind::kUnknown ? text + hex_text(packet) : text;
 }
 
 std::string describe_from_bmc(std::span<const uint8_t> packet) {

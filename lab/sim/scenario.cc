@@ -41,10 +41,7 @@ std::optional<int> parse_times(const std::string& text) {
 }
 
 std::optional<int> parse_error_name(const std::string& text) {
-  struct ErrorName {
-    std::string_view name;
-    int value;
-  };
+  using ErrorName = std::pair<std::string_view, int>;
   static constexpr std::array<ErrorName, 8> kErrors = {{{"EBUSY", EBUSY},
                                                         {"EIO", EIO},
                                                         {"EAGAIN", EAGAIN},
@@ -53,8 +50,8 @@ std::optional<int> parse_error_name(const std::string& text) {
                                                         {"ENXIO", ENXIO},
                                                         {"EPIPE", EPIPE},
                                                         {"nothing", 0}}};
-  const auto* entry = std::ranges::find(kErrors, text, &ErrorName::name);
-  const auto number = entry != kErrors.end() ? entry->value : parse_number(text, INT32_MAX);
+  const auto* entry = std::ranges::find(kErrors, text, &ErrorName::first);
+  const auto number = entry != kErrors.end() ? entry->second : parse_number(text, INT32_MAX);
   return number ? std::optional(static_cast<int>(*number)) : std::nullopt;
 }
 
@@ -252,7 +249,7 @@ Event read_raw(Options& options) {
 void take_seqno_offset(Options& options, AnswerEvent* event) {
   for (const int sign : {1, -1}) {
     if (const auto text = options.take("seqno", sign > 0 ? "+" : "-")) {
-      const auto number = parse_number(std::string_view(*text).substr(1), UINT16_MAX);
+      const auto number = parse_number(text->substr(1), UINT16_MAX);
       event->seqno_offset =
           sign *
           static_cast<int>(options.require(

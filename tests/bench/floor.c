@@ -1,6 +1,7 @@
 /* The floor of the relay's cost: the least C that does what a relayed
  * notification demands. Nothing is kept from one notification to the next but
- * the log's date, which changes once a second. For each notification:
+ * the process number and the log's date, which changes once a second. For each
+ * notification:
  *
  *   poll, receive, decode                                        (duties.c)
  *   for each receiver

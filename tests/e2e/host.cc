@@ -11,7 +11,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <ranges>
+#include <span>
 #include <sstream>
 
 namespace {
@@ -173,7 +173,7 @@ void Host::on_first(PacketKind kind, const std::function<void()>& action) {
 
 std::vector<std::string> Host::log(size_t after) const {
   std::vector<std::string> lines;
-  std::ranges::transform(syslog_.lines() | std::views::drop(after), std::back_inserter(lines),
+  std::ranges::transform(std::span(syslog_.lines()).subspan(after), std::back_inserter(lines),
                          &LogLine::text);
   return lines;
 }
