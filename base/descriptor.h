@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A descriptor that closes itself.
 #ifndef TVUREV_BASE_DESCRIPTOR_H_
 #define TVUREV_BASE_DESCRIPTOR_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Files and commands as streams that close themselves, read line by line, and
 // the questions that are asked of a path.
 #ifndef TVUREV_BASE_FILE_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A zeroed heap block that frees itself; null when there was no memory.
 #ifndef TVUREV_BASE_HEAP_BUFFER_H_
 #define TVUREV_BASE_HEAP_BUFFER_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Texts in fixed fields.
 #ifndef TVUREV_BASE_TEXT_H_
 #define TVUREV_BASE_TEXT_H_

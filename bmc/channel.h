@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One channel to the BMC: opening a free device, the device read with its
 // retries, and the write-then-read exchange of every utility query. A channel
 // is a plain descriptor, -1 when none is open; whoever opened it closes it.

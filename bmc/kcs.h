@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // IPMI-style KCS requests carried in CHIF packets, and the maker's OEM command
 // that gives access to the BMC's non-volatile memory. docs/protocol-chif.md
 // shows the packets. All messages go through DebugLog.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ortinv/network_address.h"
 
 #include <array>

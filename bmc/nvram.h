@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads and writes one named variable (EV) of the BMC's non-volatile memory on
 // an open channel. All messages go through DebugLog.
 #ifndef TVUREV_BMC_NVRAM_H_

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # tvurev_folder(NAME SOURCES file... DOOR header... MAY_INCLUDE folder... [PUBLIC_HEADERS])
 #
 # Declares the static library tvurev_NAME of one folder (an interface library

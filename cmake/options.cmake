@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # How our targets are compiled and linked. Each target names what it wants;
 # nothing hangs on a folder.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "daemon/agent_socket.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The socket proxy: serves the local stream socket
 // "/opt/ortdv/sockets/agentx/tvud" through which a forward-mode management agent
 // on the host hands over its notifications. A forked child in its own session,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads one packet from the BMC and does what it asks for: a log text goes to
 // the system log and is acknowledged, a shutdown request is carried out or
 // aborted and acknowledged, a notification becomes a trap.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The BMC loop: opens a channel, greets the BMC, relays what it sends, and
 // starts over when the channel is lost. docs/architecture.md shows its states.
 // Runs in the first process for the rest of its life.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The empty marker files under "/opt/ortdv/tmp" through which the daemon's
 // processes and the tools around it talk. A file's existence, tested with stat,
 // is the whole message; docs/operations.md lists who makes and removes each.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The goodbye of the handshake: unlike hello and connect it writes once, reads
 // once and always closes the channel.
 

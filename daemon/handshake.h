@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Opens the BMC channel, greets the BMC in reverse mode and says goodbye.
 // docs/protocol-chif.md shows the packets. Runs in the BMC loop's process.
 // Failures are logged at priority 3 and returned; none but bmc_init changes

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // tvurev: relays the notifications of the server's BMC to the trap receivers of
 // the host. Takes no command line; tvurev(8) describes what steers it.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Dumps of packets to the system log, for debugging. All lines go through
 // DaemonDebug, so they also need the daemon debug flag. Buffers shorter than
 // the fields read as zeros.

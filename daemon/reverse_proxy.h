@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The globals that the daemon's two loops share with their parts. One copy a
 // process: the socket proxy is a forked child and works on its own.
 // docs/architecture.md shows the processes and the states of the BMC loop.

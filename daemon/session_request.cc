@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "daemon/session_request.h"
 
 #include "daemon/packet_dump.h"

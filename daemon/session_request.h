@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Builds the requests of the reverse-proxy session with the BMC. Each builder
 // dumps what it built when the CHIF dump flag is set.
 #ifndef TVUREV_DAEMON_SESSION_REQUEST_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "daemon/shutdown_action.h"
 
 #include <sys/wait.h>

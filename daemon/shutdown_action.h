@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Carries out a shutdown or reboot that the BMC asked for, after its delay, in
 // a timer process of its own, so that the daemon goes on relaying and can still
 // abort it.

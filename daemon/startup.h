@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // May the daemon run on this host at all? And what it sets up before it does.
 // Runs in the first process, before any fork.
 #ifndef TVUREV_DAEMON_STARTUP_H_

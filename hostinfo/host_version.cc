@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hostinfo/host_version.h"
 
 #include <dlfcn.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The version record of the hypervisor, as its user-world library fills it in.
 // The library is looked up when it is first needed, so that this code also
 // starts on a machine that lacks it. Internal to this folder.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A path that a program which uses the library may set to another one. Internal
 // to this folder.
 #ifndef TVUREV_HOSTINFO_SETTABLE_PATH_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads one line of a package description file into a record. Internal to this
 // folder.
 #ifndef TVUREV_HOSTINFO_SOFTWARE_PARSE_H_

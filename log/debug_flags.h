@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The debug switches: four process-wide flags that marker files under /tmp turn
 // on. They are read once at start-up; child processes inherit them. A marker
 // file counts only when root owns it, so that a local user cannot make the

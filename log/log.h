@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The logging calls. Everything goes to the host's log with identity "ortdv",
 // the process's number and facility LOG_DAEMON; there is no log file of our own.
 // No descriptor stays open between messages, and none is waited for longer than

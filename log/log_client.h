@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Hands one finished message to the host's log daemon and never waits long for
 // it. The C library's client blocks for as long as the daemon does not read,
 // which would hold up the relay of notifications for a log line.

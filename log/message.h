@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One log message on its way to the log: a bounded text, expanded a second time
 // without harm.
 #ifndef TVUREV_LOG_MESSAGE_H_

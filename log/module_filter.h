@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Selects which of the utilities' debug messages are written, by the module
 // word that a message holds and a switch file of that module under /tmp.
 #ifndef TVUREV_LOG_MODULE_FILTER_H_

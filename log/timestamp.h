@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The time as text, for messages that carry their own.
 #ifndef TVUREV_LOG_TIMESTAMP_H_
 #define TVUREV_LOG_TIMESTAMP_H_

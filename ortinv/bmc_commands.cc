@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ortinv/bmc_commands.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the BMC answers: its addresses and variables; and its registration with
 // the host's SNMP agent.
 #ifndef TVUREV_ORTINV_BMC_COMMANDS_H_

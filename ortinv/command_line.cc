@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ortinv/command_line.h"
 
 #include <ortinv/interval.h>

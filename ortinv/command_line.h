@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The command line of ortinv.
 #ifndef TVUREV_ORTINV_COMMAND_LINE_H_
 #define TVUREV_ORTINV_COMMAND_LINE_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ortinv/host_commands.h"
 
 #include <ortinv/host_identity.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the hypervisor answers: the host's identity and memory, its software.
 #ifndef TVUREV_ORTINV_HOST_COMMANDS_H_
 #define TVUREV_ORTINV_HOST_COMMANDS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ortinv/json_format.h"
 
 std::string json_text(const Report& report) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Prints a report as one JSON document.
 #ifndef TVUREV_ORTINV_JSON_FORMAT_H_
 #define TVUREV_ORTINV_JSON_FORMAT_H_

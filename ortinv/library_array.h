@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An array that the library gave away, released when it goes out of scope.
 #ifndef TVUREV_ORTINV_LIBRARY_ARRAY_H_
 #define TVUREV_ORTINV_LIBRARY_ARRAY_H_

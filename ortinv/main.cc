@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // ortinv: the inventory of a host, for people and scripts.
 #include "ortinv/command_line.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What one run of ortinv has found out, before it is printed: the sections of
 // the output document (docs/ortinv.schema.json), and what kept it from finding
 // out more. The commands fill it in, a formatter prints it.

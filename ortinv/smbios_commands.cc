@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ortinv/smbios_commands.h"
 
 #include <ortinv/oem_queries.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the firmware's SMBIOS table answers: record dumps, PCI devices, drives.
 #ifndef TVUREV_ORTINV_SMBIOS_COMMANDS_H_
 #define TVUREV_ORTINV_SMBIOS_COMMANDS_H_

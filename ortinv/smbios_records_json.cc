@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "ortinv/smbios_records_json.h"
 
 #include <ortinv/smbios_records.h>

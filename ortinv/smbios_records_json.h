@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The decoded SMBIOS records as JSON.
 #ifndef TVUREV_ORTINV_SMBIOS_RECORDS_JSON_H_
 #define TVUREV_ORTINV_SMBIOS_RECORDS_JSON_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tells whether the sources that the library reads are there at all. The library
 // folds a missing source into an empty answer; people want to know which it is.
 #ifndef TVUREV_ORTINV_SOURCES_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Prints a report for people.
 #ifndef TVUREV_ORTINV_TEXT_FORMAT_H_
 #define TVUREV_ORTINV_TEXT_FORMAT_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Structures into records. Every field is read within the block, so a structure
 // at its end yields zeros and "Undefined" for what it lacks.
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "smbios/device_record.h"
 
 #include "smbios/oem_layout.h"

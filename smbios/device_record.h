@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Finds the structure that describes a PCI function, from which the maker's OEM
 // structures are reached.
 #ifndef TVUREV_SMBIOS_DEVICE_RECORD_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Dumps of the records: the described layouts, and one made from a row's fields.
 #include "smbios/dumps.h"
 

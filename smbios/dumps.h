@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the dumps print, to any stream. Null records print nothing.
 #ifndef TVUREV_SMBIOS_DUMPS_H_
 #define TVUREV_SMBIOS_DUMPS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The port number of a NIC.
 #include "log/log.h"
 #include "ortinv/oem_queries.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where the queries find what in the structures that they read: the maker's OEM
 // types, and the PCI addresses of slots and onboard devices. docs/smbios.md shows
 // the bytes. Offsets count from the structure's first byte, multi-byte fields are

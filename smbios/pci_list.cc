@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every PCI function that the table knows an address of.
 #include <algorithm>
 #include <array>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the table knows about a PCI function.
 #include <cstdlib>
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Arrays of decoded records.
 #include <cstdlib>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Drive serial numbers as they are compared: without padding.
 #ifndef TVUREV_SMBIOS_SERIAL_TRIM_H_
 #define TVUREV_SMBIOS_SERIAL_TRIM_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The table as the sources of this folder see it: bounded access to structures,
 // and walks over those of one type. The block, its state and its lock live in
 // table.cc.

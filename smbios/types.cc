@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The one table of the structure types that have records.
 #include "smbios/types.h"
 

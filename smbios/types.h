@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One row a structure type that has records: the published part, and how its
 // records are filled and printed. The rows live in types.cc.
 #ifndef TVUREV_SMBIOS_TYPES_H_

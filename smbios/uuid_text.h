@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The text of a system's UUID.
 #ifndef TVUREV_SMBIOS_UUID_TEXT_H_
 #define TVUREV_SMBIOS_UUID_TEXT_H_

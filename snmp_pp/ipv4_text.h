@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // From address texts to IPv4 addresses: what a text means and when the
 // system's resolver is asked. Octets are in network order.
 #ifndef TVUREV_SNMP_PP_IPV4_TEXT_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "snmp_pp/octet.h"
 
 #include <array>

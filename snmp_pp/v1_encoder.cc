@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "snmp_pp/v1_encoder.h"
 
 #include "snmp_pp/integer.h"

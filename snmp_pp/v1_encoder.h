@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // From the fields of a trap to the octets of its datagram. The one place where
 // Net-SNMP is called, and of Net-SNMP only the functions that write a value in
 // BER: they need no initialisation and no memory, open no descriptor and write

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The fields of an SNMPv1 Trap-PDU that have no like in the notification, and
 // how they follow from it (RFC 3584, section 3.2).
 #ifndef TVUREV_SNMP_PP_V1_TRAP_H_

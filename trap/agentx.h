@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Decodes AgentX notifications (Notify-PDU, RFC 2741) of the BMC and of the
 // host's management agent into what an SNMP trap needs. docs/protocol-agentx.md
 // shows the bytes. Every field is read little-endian; the PDU's flag for network

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "trap/agentx_text.h"
 
 #include <charconv>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The texts that the AgentX decoder makes of binary values: object identifiers,
 // IP addresses and hexadecimal dumps.
 #ifndef TVUREV_TRAP_AGENTX_TEXT_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "trap/host_address.h"
 
 #include <string_view>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The host's management IPv4 address: that of interface vmk0, as the host's
 // command line tool reports it. It becomes the agent address of every trap.
 #ifndef TVUREV_TRAP_HOST_ADDRESS_H_

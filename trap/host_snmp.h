@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Is the host's own SNMP agent switched on, and to whom does it send traps? Both
 // come from the agent's configuration, "/etc/vmware/snmp.xml", read line by
 // line as plain text.

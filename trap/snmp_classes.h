@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The SNMP classes, in name space Snmp_pp whatever stands behind them.
 #ifndef TVUREV_TRAP_SNMP_CLASSES_H_
 #define TVUREV_TRAP_SNMP_CLASSES_H_

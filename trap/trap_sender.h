@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Relays an AgentX notification as one SNMPv1 trap to every trap destination of
 // the host. The one entry point of both daemon processes; each call is done,
 // sockets closed, when it returns.

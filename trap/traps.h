@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // From a decoded notification to its traps.
 #ifndef TVUREV_TRAP_TRAPS_H_
 #define TVUREV_TRAP_TRAPS_H_

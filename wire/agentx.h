@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The AgentX Notify-PDU (RFC 2741) as the BMC and the host's agent send it.
 // docs/protocol-agentx.md shows the bytes. Every field is little-endian. Nothing
 // here has effects.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The CHIF packet: what travels between host and BMC, one packet a device write
 // or read. docs/protocol-chif.md shows the bytes. Every field is little-endian;
 // offsets count from the packet's first byte. Each message has a name space of

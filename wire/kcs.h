@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // IPMI-style KCS requests carried in CHIF packets (command chif::kCmdKcs), and
 // the maker's command that reads and writes the BMC's variables.
 // docs/protocol-chif.md shows the bytes. Every field is little-endian; offsets

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The one way in which bytes from outside are read and packets are written: a
 // span of bytes and an offset, little-endian, never beyond the span's end. No
 // pointer casts, no alignment, no effects.

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* The registration file by which the hypervisor's SNMP agent learns that a
  * management agent at the BMC's address serves the entity MIB:
  * "/etc/config/ent_mib/ort.xml", unless it is set to something else. Not locked:

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* Marks what the shared library exports. Everything else in it is hidden. */
 #ifndef ORTINV_EXPORT_H_
 #define ORTINV_EXPORT_H_

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* Which hypervisor release the host runs. One record is built on first use and
  * kept for the life of the process, also when the host is updated meanwhile.
  * Runs "uname -a" and "localcli" through the shell and asks the hypervisor's

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* The BMC variables that hold periodic trap intervals, 32 bits each, chosen by
  * a selector: 10 is KXHVMA, 9 is KXHVM9, 8 is KXHVM8. The unit is the BMC's.
  * Each call opens a channel of its own and closes it. Messages go through

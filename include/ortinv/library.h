@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* What concerns the library as a whole: its version and its debug log. Usable
  * from C. */
 #ifndef ORTINV_LIBRARY_H_

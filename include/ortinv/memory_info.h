@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* The host's memory figures, read from the hypervisor's kernel-state shell tool,
  * and its uptime. Messages go through DebugLog, under its module "talHost".
  * Any thread may call both. Usable from C. */

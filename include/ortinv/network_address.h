@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* Asks the BMC for its own management network addresses, as text. Each call
  * opens a channel of its own and closes it before it looks at the answer. All
  * messages go through DebugLog. Not locked: the calls that talk to the BMC must

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* Inventory questions about one PCI function, NIC port or drive, and lists of
  * those that the table knows, answered from the maker's OEM structures: 203
  * (device correlation), 233 (NIC), 240 (a text of a device) and 242 (drive).

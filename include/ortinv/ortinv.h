@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* The whole inventory library: what firmware, hypervisor and BMC know about the
  * host. Each header can also be included alone. */
 #ifndef ORTINV_ORTINV_H_

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* The other, independent support check: looks for the BMC's PCI function in the
  * host's device list. It knows generation 5 only, SystemSupported() 6 only; the
  * two are kept apart on purpose, because each answers for one generation alone

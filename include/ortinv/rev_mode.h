@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* The BMC variable that switches the reverse proxy on: KXHVM6, one byte, 0
  * disabled. Each call opens a channel of its own and closes it. All messages go
  * through DebugLog. Not locked: the calls that talk to the BMC must not run in

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* The decoded records that SmBiosGetRecords (<ortinv/smbios_table.h>) returns, the
  * decoders it fills them with, and one console dump for each.
  *

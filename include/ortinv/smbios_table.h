@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* Read access to the host's SMBIOS structure table: the raw walk, the strings,
  * and arrays of decoded records (<ortinv/smbios_records.h>).
  *

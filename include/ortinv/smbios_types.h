@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* The structure types that have records: for each its number, its name, and what
  * lies where in a record. Whoever shows records - as JSON, as a schema, as a
  * list to choose from - makes that from these rows.

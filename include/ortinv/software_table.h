@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* The software installed on the host: a process-wide table with one record per
  * package description file in the hypervisor's image database,
  * "/var/db/esximg/bulletins/" unless it is set to something else. The files are XML, but are read

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* Tells whether the server's BMC is of the supported generation, 6, and caches
  * the BMC's answer in "/opt/ortdv/tmp/moxstatus". Not locked: the calls that talk
  * to the BMC must not run in parallel. Usable from C. */

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* Two ways to cut a text short, in place. Any thread may call them. Usable from C. */
 #ifndef ORTINV_TEXT_CUT_H_
 #define ORTINV_TEXT_CUT_H_

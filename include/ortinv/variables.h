@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* The variables that the BMC keeps in its non-volatile memory: their names, and
  * a read that tells why it gives no value and never creates one. The calls of
  * <ortinv/rev_mode.h> and <ortinv/interval.h> read 0 for whatever goes wrong and

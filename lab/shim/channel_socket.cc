@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "lab/shim/channel_socket.h"
 
 #include <fcntl.h>

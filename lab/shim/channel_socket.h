@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The host's end of a channel: a SOCK_SEQPACKET socket connected to the node
 // that the simulated BMC serves. The socket is bound to the abstract name
 // "\0" + node path, which makes the kernel keep the channel exclusive: it is

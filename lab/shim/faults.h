@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Device calls that are to fail. The simulated BMC writes them into a file
 // beside the channel nodes and the device shim takes them from there, so that
 // "busy" happens at exactly the calls it was asked for, however fast either

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // libmoxshim.so: preloaded into a program of the host, it turns the BMC
 // driver's channel devices into sockets of the simulated BMC. It replaces open
 // on a channel node, ioctl request 0x100 and write; poll and close are the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "lab/sim/channel_server.h"
 
 #include <sys/socket.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The BMC's end of the driver's channels: one listening SOCK_SEQPACKET socket
 // a channel at the place of its device node, one packet a message, one client
 // at a time. Single-threaded; nothing here blocks.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a scenario can make the simulated BMC do: one record an event, built by
 // the scenario parser or by a test. Nothing here has effects.
 #ifndef TVUREV_LAB_SIM_EVENTS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // mox-sim: plays the BMC on the driver's channels, from a scenario, from events
 // typed on standard input, or both. See man/mox-sim.1.
 #include <unistd.h>

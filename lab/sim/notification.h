@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An AgentX notification in a readable form, and the bytes it travels as: a
 // Notify PDU of RFC 2741 in little-endian order. docs/protocol-agentx.md shows
 // the bytes. Nothing here has effects.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The BMC's non-volatile variables in a file: one "NAME=HEX" a line, "#" for
 // comments, sorted by name when written.
 #ifndef TVUREV_LAB_SIM_NVRAM_H_

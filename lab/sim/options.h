@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The words after an event's name: plain words in order, and "key=value" in any
 // order. Used by the scenario parser only.
 #ifndef TVUREV_LAB_SIM_OPTIONS_H_

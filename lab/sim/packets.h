@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The CHIF packets of the simulated BMC: building what it says, and telling
 // what it hears. docs/protocol-chif.md shows the bytes. Nothing here has
 // effects.

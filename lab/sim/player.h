@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs a scenario against a simulator, line by line, without ever blocking: the
 // caller pumps the simulator and calls play() again.
 #ifndef TVUREV_LAB_SIM_PLAYER_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The language of scenarios: text files with one event a line, "#" for
 // comments; a line that ends with a backslash goes on in the next. man/mox-sim.1
 // describes it for users. The parser only builds records (lab/sim/events.h); the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The simulated BMC: serves the driver's channels, answers what the host asks
 // and does what events tell it to. A library for tests and for mox-sim:
 // single-threaded, driven by the caller's own poll loop, with a list of

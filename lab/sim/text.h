@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading and writing of the small texts of the simulator's files: words with
 // quotes, numbers, object identifiers, addresses and bytes in hexadecimal.
 // Nothing here has effects. A text that is not what it should be gives no

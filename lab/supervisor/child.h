@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A program that lab-timeline or a test runs: what it prints is collected,
 // nothing here blocks, and it is killed and reaped with its object.
 #ifndef TVUREV_LAB_SUPERVISOR_CHILD_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A host agent: a client of the daemon's local socket.
 #ifndef TVUREV_LAB_SUPERVISOR_LOCAL_CLIENT_H_
 #define TVUREV_LAB_SUPERVISOR_LOCAL_CLIENT_H_

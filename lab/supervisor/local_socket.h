@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sockets of this machine by their path: the system log's, the agents' and the
 // BMC's channels.
 #ifndef TVUREV_LAB_SUPERVISOR_LOCAL_SOCKET_H_

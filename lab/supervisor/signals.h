@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // SIGINT, SIGTERM and SIGHUP as a descriptor, so that they are noticed between
 // two events and never in the middle of one.
 #ifndef TVUREV_LAB_SUPERVISOR_SIGNALS_H_

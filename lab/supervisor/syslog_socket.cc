@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "lab/supervisor/syslog_socket.h"
 
 #include <sys/socket.h>

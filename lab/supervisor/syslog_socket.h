@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The system log's socket, owned by a test: every message of every process, and
 // every wait that the preloaded clock writes down, in one order.
 #ifndef TVUREV_LAB_SUPERVISOR_SYSLOG_SOCKET_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The real snmptrapd as a trap receiver: what it prints is somebody else's
 // reading of our traps.
 #ifndef TVUREV_LAB_SUPERVISOR_TRAP_DAEMON_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "lab/supervisor/trap_reader.h"
 
 #include "lab/sim/text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads a received SNMPv1 trap with a BER decoder of its own, which shares no
 // mistake with the code that encodes.
 #ifndef TVUREV_LAB_SUPERVISOR_TRAP_READER_H_

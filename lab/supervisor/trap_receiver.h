@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A trap receiver of a test: UDP port 162 of one IPv4 address.
 #ifndef TVUREV_LAB_SUPERVISOR_TRAP_RECEIVER_H_
 #define TVUREV_LAB_SUPERVISOR_TRAP_RECEIVER_H_

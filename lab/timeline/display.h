@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The merged timeline on standard output: one line an entry, with the time of
 // day and the stream it came from; colour on a terminal, unless NO_COLOR is
 // set. With a prompt, entries are written above it.

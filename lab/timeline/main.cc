@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // lab-timeline: what lab/run runs inside the sandbox. Shows the host, the BMC
 // and the trap receivers in one timeline, or runs a command beside the BMC.
 #include <CLI/CLI.hpp>

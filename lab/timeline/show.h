@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A whole show: the services of the host, the simulated BMC and the daemon,
 // started one after the other as soon as each is ready, and one timeline of
 // what they say.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Stands in for the hypervisor's user-world library on the simulated host: the
 // one function of it that is looked up, filled in from a text file. Each line of
 // "/etc/vmware/system-version" is a field's name, a blank and its value; what is

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Holds the build to the table of folders in docs/architecture.md.
 
 usage: arrows_test.py SOURCE_DIR BUILD_DIR COMPILER

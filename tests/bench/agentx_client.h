@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The little of a subagent that hands notifications to an AgentX master: it
 // opens a session and reads the answers. docs/protocol-agentx.md has the bytes.
 #ifndef TVUREV_TESTS_BENCH_AGENTX_CLIENT_H_

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* liballocations.so, preloaded: counts the calls that allocate heap memory, in a
  * page that the bench reads while the program runs. The page is the file that
  * BENCH_ALLOCATIONS names, 8 bytes that exist already; forked children count

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* libbenchchannel.so, preloaded into the unmodified daemon: the BMC's channel
  * nodes are SOCK_SEQPACKET sockets, and a device read (ioctl request 0x100) is
  * one receive on such a socket, as it is one call on the real device. write,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What does not depend on the machine's speed: system calls, heap allocations
 // and user-space instructions, each counted in a pass of its own.
 #ifndef TVUREV_TESTS_BENCH_COUNTS_H_

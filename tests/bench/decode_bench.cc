@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a notification costs: decoding it with debug output off, and with debug
 // output on, side by side. The difference is what the debug lines cost a daemon
 // that writes them; one that does not must not pay for their formatting.

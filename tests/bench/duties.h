@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* What every program that relays a notification has to do before the first trap
  * is sent, in plain C and with nothing in between: wait, receive, decode, and
  * look at the stop file. Shared by floor.c and netsnmp_sessions.c, so that the

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* The floor of the relay's cost: the least C that does what a relayed
  * notification demands. Nothing is kept from one notification to the next but
  * the process number and the log's date, which changes once a second. For each

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* The same duties as floor.c, sent through Net-SNMP's session layer and logged
  * through the C library: for each receiver one session opened, one log message
  * opened and closed, one trap sent, the session closed. It shows what the plain

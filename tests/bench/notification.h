@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The notification that the bench relays, in every form that a row takes it in.
 // Each carries a stamp of its own as its time stamp, by which its trap is known
 // among all others.

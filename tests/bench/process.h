@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Programs under test as processes: started, looked at through /proc, ended by
 // their number.
 #ifndef TVUREV_TESTS_BENCH_PROCESS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What relaying a notification costs, in figures that do not depend on how busy
 // the machine is: heap allocations, which it prints, and under
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // relay_load: what a relayed notification costs tvurev, beside the least that it
 // can cost and beside other ways. Measures in a sandbox of its own, which
 // ./bench makes; prints the table.

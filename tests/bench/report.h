@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What was measured, and how it is printed.
 #ifndef TVUREV_TESTS_BENCH_REPORT_H_
 #define TVUREV_TESTS_BENCH_REPORT_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Rounds: the same number of notifications relayed one after the other, each
 // handed over when the one before it has arrived everywhere. The rows take turns
 // round by round, so that what else the machine does falls on all of them.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The rows of the table: each a program under test that is started, handed
 // notifications by its own road, and ended.
 #ifndef TVUREV_TESTS_BENCH_ROWS_H_

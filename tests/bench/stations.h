@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What stands around a program under test: the trap receivers, UDP sockets on
 // port 162 of addresses of the loopback interface, and the system log's socket,
 // which is read and thrown away.

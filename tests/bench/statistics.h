@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The few statistics that the table needs.
 #ifndef TVUREV_TESTS_BENCH_STATISTICS_H_
 #define TVUREV_TESTS_BENCH_STATISTICS_H_

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Holds docs/oddities.md to the sources and the tests.
 
 usage: oddities_test.py SOURCE_DIR

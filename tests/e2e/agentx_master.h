@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A small AgentX master that real subagents can talk to, so that the bytes of
 // their notifications can be had. It answers every request with success.
 #ifndef TVUREV_TESTS_E2E_AGENTX_MASTER_H_

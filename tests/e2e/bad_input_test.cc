@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Packets of the BMC whose sizes or contents are wrong. Whatever comes, the
 // daemon says what it dropped, and the next good packet is relayed.
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Notifications whose bindings state sizes that are not there, on both roads:
 // what was decoded before the fault still becomes a trap, the log says what was
 // dropped, and the next notification is relayed.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Notifications kept as files (tests/data/notifications): the bytes that real
 // senders wrote, dissected by hand, with the trap that each must become.
 // docs/testing.md tells how to add one.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The switch files of the debug output: what each one adds, and that none of
 // them adds anything alone that it should not.
 #include "tests/e2e/host.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Hello, connect and goodbye: retries, pauses, leniency, and the way back to a
 // session after each kind of failure.
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The fixture of the end-to-end tests: a whole host around the unmodified
 // daemon. Every test runs alone in a sandbox of its own (tests/e2e/in_sandbox),
 // whose file system, addresses and process numbers it may change at will.

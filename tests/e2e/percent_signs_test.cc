@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Percent signs in texts from outside, on both roads and in every kind of text.
 // A message is expanded by the system log once more: "%%" becomes "%" and "%m"
 // the last error's text there, and nothing else is a conversion.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What /proc tells about any process.
 #ifndef TVUREV_TESTS_E2E_PROCESS_H_
 #define TVUREV_TESTS_E2E_PROCESS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the two processes hold: descriptors and sessions.
 #include <unistd.h>
 

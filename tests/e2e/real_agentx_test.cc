@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Notifications written by the real agentxtrap, read back by the real
 // snmptrapd: neither end is code of ours.
 #include "lab/supervisor/trap_daemon.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What becomes of the packets of a connected BMC: notifications turn into
 // traps, log texts into alerts, both in the order in which they came.
 #include "tests/e2e/host.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Shutdown and reboot requests of the BMC: what is announced and acknowledged,
 // the timer's steps, what the host is told in the end, and the abort.
 #include <unistd.h>

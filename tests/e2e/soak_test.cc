@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Thousands of notifications on both roads: nothing may add up.
 #include "tests/e2e/host.h"
 

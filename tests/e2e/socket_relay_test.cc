@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The local socket, where a host agent hands over its own notifications: one
 // client at a time, one received piece one packet.
 #include <sys/stat.h>

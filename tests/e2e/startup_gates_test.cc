@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What is checked before the daemon runs, in this order: the driver's node, the
 // server, the BMC's mode variable, the host's SNMP agent.
 #include <sys/stat.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The stop files: who obeys which, when, and with what status.
 #include <sys/stat.h>
 #include <unistd.h>

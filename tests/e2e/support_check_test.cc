@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How the daemon learns whether the server is supported and its reverse mode
 // switched on: the status file, the BMC's answers, and all that can go wrong
 // with them.

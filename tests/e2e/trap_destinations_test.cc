@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The receivers of the host's SNMP settings: none, several, wrong and dead ones.
 // What goes wrong with one costs the others nothing.
 #include <csignal>

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* A C program that uses the installed library. */
 #include <ortinv/ortinv.h>
 #include <stdio.h>

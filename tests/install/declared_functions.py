@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Prints the functions that <ortinv/ortinv.h> declares, one a line, sorted. Goes by
 what the compiler reads, and not by the mark that exports them.
 

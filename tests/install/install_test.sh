@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Installs the build tree under a temporary prefix, builds the C and the C++
 # program of this folder against what was installed, by pkg-config and by
 # find_package, with the shared and with the static library, and runs them: on

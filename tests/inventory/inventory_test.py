@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Runs ortinv on the simulated host, beside the simulated BMC, and compares what
 it says with what the sample host holds.
 

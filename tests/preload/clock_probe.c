@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* Waits in every way the clock knows, and says how each call came back. Run by
  * test_clock_test with the clock preloaded. */
 #define _GNU_SOURCE

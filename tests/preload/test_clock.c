@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* The clock of the end-to-end tests, preloaded into the unmodified daemon: a
  * requested wait ends at once, and is written to the system log's socket. That
  * socket is the test's, so that it sees messages and waits in one order:

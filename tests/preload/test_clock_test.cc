@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The preloaded clock: what it answers and what it writes down.
 #include <gtest/gtest.h>
 #include <poll.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An ordered script of the C library calls that a test expects, with the answer
 // to each. Linking tests_support replaces these functions in everything that is
 // linked statically (--wrap); they pass through to the C library until a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The script itself: a test must not pass when a call is missing, wrong or too
 // many.
 #include "tests/support/call_script.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How a call of the C library is written down: the same text for the step that
 // a test expects and for the call that comes, so that comparing is comparing
 // text and a difference can be read.

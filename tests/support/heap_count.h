@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Counts the process's heap allocations, whoever makes them: operator new and
 // every malloc, calloc and realloc of the program and of its shared libraries.
 // Linking tests_heap_count puts the counter in place.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Builders of the packets that come from outside: CHIF packets of the BMC and
 // AgentX notifications. They write the bytes themselves, so that the tests do
 // not share a mistake with the code under test; every length can be made wrong.

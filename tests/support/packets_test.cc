@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The builders against bytes written by hand.
 #include "tests/support/packets.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Stands for the kernel and the system log where only the work in the process
 // counts: sockets open, datagrams leave and messages are written without a
 // system call and without memory. Linking tests_silent_calls puts this in place

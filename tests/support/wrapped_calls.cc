@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The replacements themselves: each writes down the call that came, lets the
 // active CallScript answer it, and passes through where there is none.
 #include "tests/support/wrapped_calls.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The C library's own functions behind those that the linker replaces, under
 // the names that --wrap gives them. For tests/support only.
 #ifndef TVUREV_TESTS_SUPPORT_WRAPPED_CALLS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // IPv4 addresses with and without a port. IPv6 texts are invalid.
 //
 // An address text is a dotted quad in decimal, with blanks before it and

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which class interface this is, and its fixed limits.
 #ifndef SNMP_PP_CONFIG_SNMP_PP_H_
 #define SNMP_PP_CONFIG_SNMP_PP_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The signed and the unsigned 32-bit integer.
 #ifndef SNMP_PP_INTEGER_H_
 #define SNMP_PP_INTEGER_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Octet strings.
 #ifndef SNMP_PP_OCTET_H_
 #define SNMP_PP_OCTET_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Object identifiers.
 #ifndef SNMP_PP_OID_H_
 #define SNMP_PP_OID_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The notifications that SNMP itself defines, as OID texts.
 #ifndef SNMP_PP_OID_DEF_H_
 #define SNMP_PP_OID_DEF_H_

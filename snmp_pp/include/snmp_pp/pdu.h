@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a notification says, apart from who receives it.
 #ifndef SNMP_PP_PDU_H_
 #define SNMP_PP_PDU_H_

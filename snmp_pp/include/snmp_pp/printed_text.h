@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The text behind a value's get_printable(). Not part of SNMP++.
 #ifndef SNMP_PP_PRINTED_TEXT_H_
 #define SNMP_PP_PRINTED_TEXT_H_

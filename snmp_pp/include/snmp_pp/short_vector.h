@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A vector that needs no heap while it is short. Not part of SNMP++.
 #ifndef SNMP_PP_SHORT_VECTOR_H_
 #define SNMP_PP_SHORT_VECTOR_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The number types of SNMP and the tags of its values on the wire.
 #ifndef SNMP_PP_SMI_H_
 #define SNMP_PP_SMI_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The abstract base of every SNMP value.
 #ifndef SNMP_PP_SMIVAL_H_
 #define SNMP_PP_SMIVAL_H_

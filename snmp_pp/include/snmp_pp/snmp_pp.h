@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The umbrella of the SNMP++ class interface: programs include this header and
 // no other one of the folder.
 //

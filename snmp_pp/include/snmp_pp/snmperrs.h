@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The results of Snmp's constructor and of Snmp::trap. Snmp::error_msg turns
 // each into a text.
 #ifndef SNMP_PP_SNMPERRS_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Who receives a notification.
 #ifndef SNMP_PP_TARGET_H_
 #define SNMP_PP_TARGET_H_

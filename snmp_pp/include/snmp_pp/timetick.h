@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Time in hundredths of a second.
 #ifndef SNMP_PP_TIMETICK_H_
 #define SNMP_PP_TIMETICK_H_

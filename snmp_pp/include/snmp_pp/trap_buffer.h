@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where a Pdu is encoded, and stays encoded for the next receiver. Not part of
 // SNMP++.
 #ifndef SNMP_PP_TRAP_BUFFER_H_

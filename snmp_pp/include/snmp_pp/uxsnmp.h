@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The session that sends traps.
 //
 // One object is one UDP socket: opened by the constructor, closed by the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One variable binding: a name and a value.
 #ifndef SNMP_PP_VB_H_
 #define SNMP_PP_VB_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writes the SMBIOS table of the sample host to a file.
 #include <CLI/CLI.hpp>
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The SMBIOS table of the sample host: a two-socket server with eight slots,
 // four onboard devices and four drives, everything correlated by the maker's OEM
 // structures.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Builds SMBIOS tables from structures with named offsets, in the two layouts
 // that are read: what the host's SMBIOS device returns, and a dump file for
 // "dmidecode --from-dump". Written from the SMBIOS layouts alone; shares no code

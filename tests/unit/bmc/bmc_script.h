@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the tests of the BMC channel share: a script with all debug messages on,
 // and the call sequences that every query is made of.
 #ifndef TVUREV_TESTS_UNIT_BMC_BMC_SCRIPT_H_

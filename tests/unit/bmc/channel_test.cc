@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The channel: finding a free device, reading, and the write-then-read exchange.
 #include "bmc/channel.h"
 

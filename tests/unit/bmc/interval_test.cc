@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The periodic trap intervals.
 #include "ortinv/interval.h"
 

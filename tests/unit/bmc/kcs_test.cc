@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // KCS requests in CHIF packets: bytes, message ids, and responses that lie.
 #include "bmc/kcs.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading and writing one named variable.
 #include "bmc/nvram.h"
 

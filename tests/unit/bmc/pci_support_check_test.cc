@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The other support check: the BMC's function in the list of PCI devices.
 #include "ortinv/pci_support_check.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The variable that switches the reverse proxy on.
 #include "ortinv/rev_mode.h"
 

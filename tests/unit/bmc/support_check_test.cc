@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Is the BMC of the supported generation? The cached answer, and the query.
 #include "ortinv/support_check.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading a variable of the BMC without creating one.
 #include "ortinv/variables.h"
 

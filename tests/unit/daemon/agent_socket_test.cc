@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The socket proxy: its set-up and service in the child (which ends by exit, so
 // those tests run in a process of their own), and what one receive leads to.
 #include "daemon/agent_socket.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What one packet of the BMC leads to: lines, acknowledgements, results.
 #include "daemon/bmc_dispatch.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The BMC loop from one cycle to the next: what it waits for and how it comes
 // back. The loop only ends by exit, so each test ends it with the stop file and
 // runs in a process of its own; messages come out on standard error.

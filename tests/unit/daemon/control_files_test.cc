@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The marker files, and the wait for a restart.
 #include "daemon/control_files.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The fixture of the daemon's tests: a call script, and all globals as they are
 // in a fresh process.
 #ifndef TVUREV_TESTS_UNIT_DAEMON_DAEMON_FIXTURE_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The goodbye: what it writes, what it makes of replies, and that it always
 // closes the channel.
 #include "daemon/handshake.h"

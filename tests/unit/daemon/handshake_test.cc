@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Hello and connect. The tests run every case for both where they share it: the
 // two differ in texts, sequence number and the least size of a reply.
 #include "daemon/handshake.h"

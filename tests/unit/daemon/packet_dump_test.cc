@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The three dump formats and the switches in front of them.
 #include "daemon/packet_dump.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The shutdown timer: in the daemon's process what is kept of it, in its own
 // what it waits for and runs. The timer's side ends in exit, so those tests run
 // in a process of their own; its messages come out on standard error.

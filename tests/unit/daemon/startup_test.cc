@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The gates in their order, and what is prepared once they are passed.
 #include "daemon/startup.h"
 

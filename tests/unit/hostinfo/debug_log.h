@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Lets every debug message through to the script's logs.
 #ifndef TVUREV_TESTS_UNIT_HOSTINFO_DEBUG_LOG_H_
 #define TVUREV_TESTS_UNIT_HOSTINFO_DEBUG_LOG_H_

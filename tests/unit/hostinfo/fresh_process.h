@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Process-wide state that is built once and never again can only be tested from
 // its beginning in a process of its own.
 #ifndef TVUREV_TESTS_UNIT_HOSTINFO_FRESH_PROCESS_H_

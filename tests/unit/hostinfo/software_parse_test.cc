@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "hostinfo/software_parse.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The shim's end of a channel against the simulator's end, in one process.
 #include "lab/shim/channel_socket.h"
 

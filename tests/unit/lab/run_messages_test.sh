@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Wrong options, files and scenarios of lab/run, lab/sandbox and mox-sim: one
 # line that says what and where, and status 2. Starts no sandbox.
 # Arguments: the repository's root and the build directory.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the timeline and the end-to-end tests start and listen to a host with.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A directory of a test's own, removed with everything in it at the end. Its
 // path is short enough for sockets.
 #ifndef TVUREV_TESTS_UNIT_LAB_TEMPORARY_DIRECTORY_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The debug switches and the marker files that turn them on.
 #include "log/debug_flags.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The client of the host's log daemon, on real sockets: only the way to
 // "/dev/log" leads to a socket of the test, and waits and the clock are the
 // test's own.

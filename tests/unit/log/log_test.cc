@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The logging calls as the system log sees them.
 #include "log/log.h"
 

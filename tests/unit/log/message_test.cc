@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Formatting into 512 bytes, and the second expansion.
 #include "log/message.h"
 

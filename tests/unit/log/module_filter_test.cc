@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The module table: which switch file lets which messages through.
 #include "log/module_filter.h"
 

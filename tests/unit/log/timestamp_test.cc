@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The time as text.
 #include "log/timestamp.h"
 

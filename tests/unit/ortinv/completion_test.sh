@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Completes some command lines as bash would.
 #
 #   completion_test.sh COMPLETION_FILE

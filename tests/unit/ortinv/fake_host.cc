@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/unit/ortinv/fake_host.h"
 
 #include <dirent.h>

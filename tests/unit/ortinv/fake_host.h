@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A made-up host: what the inventory library would answer on it. Linking
 // fake_host.cc replaces the library's functions in the command line's tests.
 #ifndef TVUREV_TESTS_UNIT_ORTINV_FAKE_HOST_H_

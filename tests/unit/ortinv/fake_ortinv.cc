@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // ortinv on a made-up host, for the check of its documents: the first argument
 // names the host, the rest is the command line.
 #include <unistd.h>

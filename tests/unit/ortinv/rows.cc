@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Prints the rows that the library publishes as JSON, for the check of what people
 // read about them: the types with their fields, the selectors with their variables.
 #include <ortinv/smbios_types.h>

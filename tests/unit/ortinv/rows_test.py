@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Compares what people and programs read about ortinv - the schema, the bash
 completion, the manual and the help - with the library's rows and the tool's own
 commands: everything is there, and nothing else.

@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Runs ortinv on three made-up hosts with every command, and checks each
 document against the schema and each exit status against the document.
 

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* Uses the public headers from C, as a management agent would. */
 #include "tests/unit/smbios/c_interface.h"
 

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* What c_interface.c finds with the library, for the test beside it. */
 #ifndef TVUREV_TESTS_UNIT_SMBIOS_C_INTERFACE_H_
 #define TVUREV_TESTS_UNIT_SMBIOS_C_INTERFACE_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The library called from C.
 #include "tests/unit/smbios/c_interface.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A hundred thousand damaged tables through every public function. What may come
 // back is checked here; what may be touched, by the address sanitizer.
 #include <algorithm>

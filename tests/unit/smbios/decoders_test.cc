@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Structures as fixed-size records: fields, thresholds of length, texts.
 #include <cstring>
 #include <string>

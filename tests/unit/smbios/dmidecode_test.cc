@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Types 0, 1 and 9 as dmidecode reads them from the same tables: a check of our
 // reading of the standard structures against another program's.
 #include <sys/wait.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Drives by their serial number, and how serial numbers are compared.
 #include <string>
 

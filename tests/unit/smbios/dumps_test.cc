@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The console dumps, to the letter.
 #include <functional>
 #include <string>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading the table from the device, and releasing it.
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Lists of what the table knows: PCI devices and drives.
 #include <cstdlib>
 #include <string>

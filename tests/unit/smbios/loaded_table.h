@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Gives the reader a table: a memory file stands in for the host's SMBIOS
 // device. Include in any test of smbios/.
 #ifndef TVUREV_TESTS_UNIT_SMBIOS_LOADED_TABLE_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What happens while the table is locked, seen from the calls that lock it.
 #include <pthread.h>
 

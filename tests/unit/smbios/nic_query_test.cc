@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The port number of a NIC, from two kinds of structures in turn.
 #include "ortinv/oem_queries.h"
 #include "tests/unit/smbios/loaded_table.h"

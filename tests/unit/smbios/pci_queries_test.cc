@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Location, part number, name and linked text of a PCI function.
 #include <cstdlib>
 #include <string>

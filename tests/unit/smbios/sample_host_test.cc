@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The table that the sample host carries, through the library's own eyes.
 #include "tests/support/smbios/sample_host.h"
 

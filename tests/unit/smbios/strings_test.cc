@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Strings by their number: as they are, and cleaned for printing.
 #include <string>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Many threads asking for records of one table at once; the thread sanitizer
 // watches the texts that are cleaned in place.
 #include <string>

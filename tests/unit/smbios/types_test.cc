@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The rows of the structure types: what they say of the records, and the dump
 // that is made from them.
 #include "ortinv/smbios_types.h"

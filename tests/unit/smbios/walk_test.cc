@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The walk over the structures, and the n-th structure of a type.
 #include <utility>
 

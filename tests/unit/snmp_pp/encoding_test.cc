@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The exact octets of the datagrams.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Texts that need the resolver, with canned answers.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The classes as a program uses them: the umbrella header, and a name space
 // that may or may not exist.
 #include <gtest/gtest.h>

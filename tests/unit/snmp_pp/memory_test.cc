@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the classes take from the heap, and what they do when it is empty.
 #include <gtest/gtest.h>
 

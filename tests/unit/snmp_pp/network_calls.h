@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The network calls of the classes under test, recorded and, where a test asks
 // for it, answered in place of the C library (--wrap). Names are never looked
 // up for real: a name without an answer here does not resolve.

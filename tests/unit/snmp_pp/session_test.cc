@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The session's socket, its status values, and the order of a trap's checks.
 #include <arpa/inet.h>
 #include <fcntl.h>

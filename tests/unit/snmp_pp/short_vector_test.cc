@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Values that lie in their object, values on the heap, and the way between.
 #include <snmp_pp/short_vector.h>
 

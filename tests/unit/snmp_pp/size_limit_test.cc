@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The limits: 25 bindings, 128 arcs, 4096 octets.
 #include <gtest/gtest.h>
 

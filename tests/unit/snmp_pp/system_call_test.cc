@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a trap asks of the kernel, in processes of their own: nothing but
 // memory, the time, and socket, sendto and close.
 #include <gtest/gtest.h>

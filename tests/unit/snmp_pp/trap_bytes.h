@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Expected datagrams: a BER writer of the tests' own, and hexadecimal text.
 #ifndef TVUREV_TESTS_UNIT_SNMP_PP_TRAP_BYTES_H_
 #define TVUREV_TESTS_UNIT_SNMP_PP_TRAP_BYTES_H_

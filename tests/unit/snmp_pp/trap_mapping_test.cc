@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // From the notify id to the enterprise, generic-trap and specific-trap of the
 // datagram.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A UDP socket on loopback that receives what the session under test sends.
 #ifndef TVUREV_TESTS_UNIT_SNMP_PP_TRAP_RECEIVER_H_
 #define TVUREV_TESTS_UNIT_SNMP_PP_TRAP_RECEIVER_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The AgentX decoder on notifications that lie: it stays inside its buffer, it
 // ends, and it says what it dropped.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The AgentX decoder on well-formed notifications.
 #include "trap/agentx.h"
 

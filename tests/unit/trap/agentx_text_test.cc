@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Texts of binary values: object identifiers, addresses, hexadecimal.
 #include "trap/agentx_text.h"
 

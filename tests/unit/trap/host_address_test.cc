@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The address of vmk0 in the output of the host's command line tool.
 #include "trap/host_address.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The host's SNMP configuration: enabled or not, and the trap destinations.
 #include "trap/host_snmp.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A decoded notification's bindings as text.
 #ifndef TVUREV_TESTS_UNIT_TRAP_NOTIFICATION_TEXT_H_
 #define TVUREV_TESTS_UNIT_TRAP_NOTIFICATION_TEXT_H_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What relaying a notification takes from the heap, and that an empty heap never
 // costs a trap one of its bindings without a word.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads an SNMPv1 trap message back into text, independently of the engine that
 // encoded it.
 #ifndef TVUREV_TESTS_UNIT_TRAP_TRAP_READER_H_

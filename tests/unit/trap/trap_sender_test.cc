@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One notification in, one SNMPv1 trap to every destination out.
 #include "trap/trap_sender.h"
 
