@@ -14,7 +14,8 @@ import re
 import subprocess
 import sys
 
-source, build, compiler = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2]), sys.argv[3]
+source, build = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
+compiler = sys.argv[3]
 roots = build / "include-roots"
 failures = []
 
