@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <array>
-#include <ranges>
 
 namespace Snmp_pp {
 namespace {
@@ -124,8 +123,7 @@ bool put_binding(Cursor& at, const Vb& binding) {
 
 bool put_bindings(Cursor& at, std::span<const Vb> bindings) {
   const size_t end = at.used;
-  const auto reversed = std::views::reverse(bindings);
-  return std::all_of(reversed.begin(), reversed.end(),
+  return std::all_of(bindings.rbegin(), bindings.rend(),
                      [&at](const Vb& binding) { return put_binding(at, binding); }) &&
          put_header(at, kSequence, end);
 }

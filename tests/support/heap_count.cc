@@ -34,7 +34,11 @@ HeapLimit::~HeapLimit() {
 
 #ifdef TVUREV_TESTS_SANITIZED
 
-#include <sanitizer/allocator_interface.h>
+// As the sanitizers declare it in a header that not every compiler brings along.
+// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl51-cpp): the sanitizers' name.
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*malloc_hook)(const volatile void*,
+                                                                             size_t),
+                                                         void (*free_hook)(const volatile void*));
 
 namespace {
 

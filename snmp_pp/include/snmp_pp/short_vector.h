@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <new>
 #include <span>
 #include <type_traits>
 #include <utility>
@@ -49,6 +51,9 @@ class ShortVector {
 
   // The elements may be some of this vector's own.
   void append(std::span<const Element> elements) {
+    if (elements.size() > kLongest - size_) {
+      throw std::bad_array_new_length();
+    }
     const size_t size = size_ + elements.size();
     if (size > capacity_) {
       // Filled before the old block, in which the elements may lie, is freed.
@@ -66,6 +71,9 @@ class ShortVector {
   void append(Element element) { append(std::span<const Element>(&element, 1)); }
 
  private:
+  // What no memory has room for is refused before lengths could wrap around.
+  static constexpr size_t kLongest = PTRDIFF_MAX / sizeof(Element);
+
   Element* place() { return heap_ ? heap_.get() : inside_.data(); }
 
   void assign(const ShortVector& other) {
