@@ -65,8 +65,8 @@ ORTINV_API const char* SmBiosGetCleanString(const uint8_t* structure, int format
 /* Sets *records to a new array of all structures of this type in table order,
  * decoded, and *count (which may be null) to their number. The caller releases
  * the array with one free.
- *   type  0 SmbBiosInfoRec, 1 SmbSystemInfoRec, 9 SmbSlotRec, 195 SmbServerIdRec,
- *         204 SmbEnclosureRec, 222 SmbGbxTableRec.
+ *   type  one that SmbFindType (<ortinv/smbios_types.h>) knows; the record of each
+ *         is in <ortinv/smbios_records.h>.
  * Returns 0; or -1, with a null array and a count of 0, when not initialised,
  * without structures of the type, for any other type, and without memory. */
 ORTINV_API int SmBiosGetRecords(uint32_t type, void** records, uint32_t* count);
