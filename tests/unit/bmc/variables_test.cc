@@ -23,8 +23,9 @@ struct Outcome {
   bool operator==(const Outcome& other) const = default;
 };
 
-void PrintTo(const Outcome& outcome, std::ostream* out) {
-  *out << outcome.result << ", length " << outcome.length << ", status " << int{outcome.status};
+std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
+  return out << outcome.result << ", length " << outcome.length << ", status "
+             << int{outcome.status};
 }
 
 constexpr std::array<uint8_t, 4> kUntouched = {0xA5, 0xA5, 0xA5, 0xA5};
