@@ -351,7 +351,8 @@ void CallScript::note_log(std::string call) {
 
 void CallScript::note_message(int priority, const std::string& text) {
   const std::string line = std::to_string(priority) + " " + text;
-  const std::string step = call_text("message", priority, quoted(std::string_view(text)));
+  const std::string_view whole = text;
+  const std::string step = call_text("message", priority, quoted(whole));
   logs_.push_back(line);
   log_calls_.push_back("syslog " + line);
   timeline_.push_back(line);
