@@ -352,7 +352,8 @@ void CallScript::note_log(std::string call) {
 
 void CallScript::note_message(std::string_view identity, int priority, const std::string& text) {
   const std::string line = std::to_string(priority) + " " + text;
-  const std::string step = call_text("message", priority, quoted(std::string_view(text)));
+  const std::string_view whole = text;
+  const std::string step = call_text("message", priority, quoted(whole));
   logs_.push_back(line);
   log_calls_.push_back(std::string(identity) + " " + line);
   timeline_.push_back(line);

@@ -192,11 +192,11 @@ TEST_F(Shutdown, WithAction0PowersOff) {
 }
 
 TEST_F(Shutdown, WithBothBitsReboots) {
-  script.ioctl(kFd).gives(request(4, 3, 5, "heat"));
+  script.ioctl(kFd).gives(request(4, 3, 0xFFFFFFFE, "heat"));
   expect_timer(77);
   expect_ack("0500");
   EXPECT_EQ(bmc_recv(kFd), 0);
-  EXPECT_EQ(script.logs(), Lines({"1 System will reboot in 5 seconds due to heat.\n"}));
+  EXPECT_EQ(script.logs(), Lines({"1 System will reboot in -2 seconds due to heat.\n"}));
 }
 
 TEST_F(Shutdown, AbortedWithoutATimerOnlyLogs) {
