@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <new>
 #include <span>
 #include <string_view>
 
@@ -103,13 +104,23 @@ void stop_if_requested() {
   exit(kExit);
 }
 
+// Out of memory costs the notification at hand, not the process.
+int receive_notification(int client) {
+  try {
+    return proxy_ortd_trap(client);
+  } catch (const std::bad_alloc&) {
+    Log(LOG_ERR, "proxy_ortd_trap(): out of memory. The notification at hand is lost.\n");
+    return 0;
+  }
+}
+
 // Relays what the client sends until it hangs up.
 void serve(int client) {
   pollfd& entry = poll_fds[0];
   while (true) {
     entry.revents = 0;  // a failing poll may leave them alone, and its result is not looked at
     poll(&entry, 1, kPollTimeoutMs);
-    if ((entry.revents & POLLIN) != 0 && proxy_ortd_trap(client) == -1) {
+    if ((entry.revents & POLLIN) != 0 && receive_notification(client) == -1) {
       DaemonDebug("reverse mode: proxy_ortd_trap exit\n");
     }
     // POLLERR alone does not say that the agent has gone.

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <new>
 
 #include "bmc/channel.h"
 #include "daemon/bmc_dispatch.h"
@@ -73,8 +74,18 @@ void leave_bmc() {
   bmc_fd = -1;
 }
 
+// Out of memory costs the packet at hand, not the process.
+int receive_packet() {
+  try {
+    return bmc_recv(bmc_fd);
+  } catch (const std::bad_alloc&) {
+    Log(LOG_ERR, "bmc_recv(): out of memory. The packet at hand is lost.\n");
+    return 0;
+  }
+}
+
 void receive_from_bmc() {
-  const int result = bmc_recv(bmc_fd);
+  const int result = receive_packet();
   // The trap that announced the reset has gone out already; the session ends with
   // the BMC's, so it is renewed.
   if (result == 1) {

@@ -3,13 +3,22 @@
 #include <sys/socket.h>
 #include <syslog.h>
 
+#include <new>
+
 #include "daemon/agent_socket.h"
 #include "daemon/bmc_dispatch.h"
 #include "daemon/bmc_loop.h"
 #include "tests/unit/daemon/daemon_fixture.h"
 #include "trap/trap_sender.h"
 
+namespace {
+bool memory_is_missing = false;
+}
+
 int send_trap_to_host(std::span<const uint8_t> packet) {
+  if (memory_is_missing) {
+    throw std::bad_alloc();
+  }
   return packet.empty() ? 0 : -1;
 }
 
@@ -23,6 +32,7 @@ class FailingSender : public Daemon {
   void SetUp() override {
     Daemon::SetUp();
     g_daemon_debug_flag = 1;
+    memory_is_missing = false;
   }
 };
 
@@ -33,29 +43,73 @@ TEST_F(FailingSender, IsReportedToTheBmcLoop) {
   EXPECT_EQ(script.logs().back(), "6  proxy_bmc_trap send trap() error.  Return -1.\n");
 }
 
-TEST_F(FailingSender, DoesNotEndTheBmcLoop) {
-  proxy_running = 1;
+// Connects, receives a notification, says so, and goes on until it is stopped.
+[[noreturn]] void run_bmc_loop_past(int priority, const char* message) {
   const Bytes reply = ChifBuilder(0x8193).sized(17).bytes();
+  CallScript script;
+  script.collect_waits();
+  script.open("/vmfs/devices/char/vmkdriver/zemox-d0ccb15", O_RDWR | O_EXCL).returns(kFd);
+  for (int request = 0; request < 2; ++request) {
+    script.write(kFd);
+    script.poll(kFd, POLLIN, 10'000).reports(POLLIN);
+    script.ioctl(kFd).gives(reply);
+  }
+  script.poll(kFd, kLoopEvents, 1'000).reports(POLLIN);
+  script.ioctl(kFd).gives(ChifBuilder(0x0001).agentx(fan_failure()).bytes());
+  script.message(priority, message);
+  script.stat("/opt/ortdv/tmp/tvurevbmcstop.text").fails(ENOENT);
+  script.poll(kFd, kLoopEvents, 1'000);
+  script.stat("/opt/ortdv/tmp/tvurevbmcstop.text");
+  script.unlink("/opt/ortdv/tmp/tvurevbmcstop.text");
+  script.write(kFd).fails(EIO);
+  script.close(kFd);
+  proxy_running = 1;
+  run_bmc_loop();
+  _exit(99);
+}
+
+TEST_F(FailingSender, DoesNotEndTheBmcLoop) {
+  EXPECT_EXIT(run_bmc_loop_past(LOG_INFO, "reverse mode: proxy_bmc_trap exit\n"),
+              testing::ExitedWithCode(1), "");
+}
+
+TEST_F(FailingSender, WithoutMemoryCostsTheBmcLoopOnePacket) {
+  memory_is_missing = true;
+  EXPECT_EXIT(
+      run_bmc_loop_past(LOG_ERR, "bmc_recv(): out of memory. The packet at hand is lost.\n"),
+      testing::ExitedWithCode(1), "");
+}
+
+TEST_F(FailingSender, WithoutMemoryCostsTheSocketProxyOneNotification) {
+  constexpr int kListener = 1;
+  memory_is_missing = true;
+  proxy_running = 1;
   EXPECT_EXIT(
       {
         CallScript script;
-        script.collect_waits();
-        script.open("/vmfs/devices/char/vmkdriver/zemox-d0ccb15", O_RDWR | O_EXCL).returns(kFd);
-        for (int request = 0; request < 2; ++request) {
-          script.write(kFd);
-          script.poll(kFd, POLLIN, 10'000).reports(POLLIN);
-          script.ioctl(kFd).gives(reply);
-        }
-        script.poll(kFd, kLoopEvents, 1'000).reports(POLLIN);
-        script.ioctl(kFd).gives(ChifBuilder(0x0001).agentx(fan_failure()).bytes());
-        script.message(LOG_INFO, "reverse mode: proxy_bmc_trap exit\n");
-        script.stat("/opt/ortdv/tmp/tvurevbmcstop.text").fails(ENOENT);
-        script.poll(kFd, kLoopEvents, 1'000);
-        script.stat("/opt/ortdv/tmp/tvurevbmcstop.text");
-        script.unlink("/opt/ortdv/tmp/tvurevbmcstop.text");
-        script.write(kFd).fails(EIO);
-        script.close(kFd);
-        run_bmc_loop();
+        script.fork().returns(0);
+        script.setsid().returns(1);
+        script.close(0);
+        script.close(1);
+        script.close(2);
+        script.open("/dev/null", O_RDWR).returns(0);
+        script.socket(AF_UNIX, SOCK_STREAM, 0).returns(kListener);
+        script.unlink("/opt/ortdv/sockets/agentx/tvud");
+        script.bind(kListener, "/opt/ortdv/sockets/agentx/tvud", 32);
+        script.listen(kListener, 5);
+        script.popen("localcli network ip interface ipv4 get");
+        script.pclose("localcli network ip interface ipv4 get");
+        script.system("touch /opt/ortdv/tmp/tvurevrunning.text");
+        script.accept(kListener, 110).returns(kFd);
+        script.poll(kFd, POLLIN, 1'000).reports(POLLIN);
+        script.recv(kFd, 4080, 0).gives(fan_failure());
+        script.message(LOG_ERR,
+                       "proxy_ortd_trap(): out of memory. The notification at hand is lost.\n");
+        script.stat("/opt/ortdv/tmp/tvurevortstop.text").fails(ENOENT);
+        script.poll(kFd, POLLIN, 1'000);
+        script.stat("/opt/ortdv/tmp/tvurevortstop.text");
+        script.unlink("/opt/ortdv/tmp/tvurevortstop.text");
+        start_socket_proxy();
         _exit(99);
       },
       testing::ExitedWithCode(1), "");
