@@ -7,7 +7,7 @@
 
 #include "ortinv/report.h"
 
-// Returns the document that docs/ortinv.schema.json describes, indented, with a
+// Returns the document that ortinv.schema.json describes, indented, with a
 // line end. Bytes that are no UTF-8 become U+FFFD.
 std::string json_text(const Report& report);
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // What one run of ortinv has found out, before it is printed: the sections of
-// the output document (docs/ortinv.schema.json), and what kept it from finding
+// the output document (ortinv.schema.json), and what kept it from finding
 // out more. The commands fill it in, a formatter prints it.
 #ifndef TVUREV_ORTINV_REPORT_H_
 #define TVUREV_ORTINV_REPORT_H_

@@ -32,7 +32,7 @@ def expect_everything_is_found():
     status, output, errors = ortinv("all", "--json")
     expect("status of all", (0, ""), (status, errors))
     document = json.loads(output)
-    jsonschema.validate(document, json.loads((source / "docs/ortinv.schema.json").read_text()))
+    jsonschema.validate(document, json.loads((build / "ortinv/ortinv.schema.json").read_text()))
     expect("problems", [], document["problems"])
     expect("product", "VMware ESXi", document["host"]["product"])
     expect("BMC address", "192.0.2.200", document["bmc"]["address"]["ipv4"])

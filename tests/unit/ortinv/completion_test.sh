@@ -23,7 +23,6 @@ expect() { # EXPECTED WORD...
 
 expect "smbios software" ortinv s
 expect "address" ortinv bmc a
-expect "0 1 9 195 204 222" ortinv smbios --type ""
 expect "--type" ortinv smbios --t
 expect "on off" ortinv bmc mode o
 expect "--json --help 8 9 10" ortinv bmc interval ""
