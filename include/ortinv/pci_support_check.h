@@ -2,7 +2,7 @@
 /* The other, independent support check: looks for the BMC's PCI function in the
  * host's device list. It knows generation 5 only, SystemSupported() 6 only; the
  * two are kept apart on purpose, because each answers for one generation alone
- * (docs/oddities.md: two-support-checks). Any thread may call it. Usable from C. */
+ * (docs/oddities.md: two-supported-generations). Any thread may call it. Usable from C. */
 #ifndef ORTINV_PCI_SUPPORT_CHECK_H_
 #define ORTINV_PCI_SUPPORT_CHECK_H_
 
