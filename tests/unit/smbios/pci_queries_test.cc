@@ -265,9 +265,9 @@ TEST_F(PartNumber, ComparesAddressesBeyondTheirFieldsAsTheyAre) {
 
 // Function 10 has bit 3, the lowest of the device, and must not reach into it.
 TEST_F(PartNumber, ComparesOnlyThreeBitsOfTheFunctionAtAnAddress) {
-  load(SmbiosTable().add(correlation_at(2, 5, 0x1A, "3.2")).add(correlation_at(2, 5, 0x12, "2.2")));
-  EXPECT_STREQ(SmbGetPartNumber(2, 5, 2, 2 + 8), "number 2.2");
-  EXPECT_STREQ(SmbGetPciName(2, 5, 2, 2 + 8), "name 2.2");
+  load(SmbiosTable().add(correlation_at(2, 5, 0x1A, "3:2")).add(correlation_at(2, 5, 0x12, "2:2")));
+  EXPECT_STREQ(SmbGetPartNumber(2, 5, 2, 2 + 8), "part 2:2");
+  EXPECT_STREQ(SmbGetPciName(2, 5, 2, 2 + 8), "name 2:2");
 }
 
 TEST_F(PartNumber, IsNotImplementedWhenTheFirstCorrelationIsShort) {
