@@ -20,7 +20,20 @@ size_t append(OidText& text, size_t length, std::string_view piece) {
   return length + piece.substr(0, kPieceMax).copy(text.data() + length, room);
 }
 
+// Arcs up to this one are not cut.
+constexpr int32_t kWholeArcMax = 999'999;
+
 size_t append_arc(OidText& text, size_t length, int32_t arc) {
+  // Names are most of a notification, and nearly all their arcs are short.
+  if (arc >= 0 && arc <= kWholeArcMax && text.size() - 1 - length >= kPieceMax) {
+    char* const piece = text.data() + length;
+    *piece = '.';
+    if (arc < 10) {
+      piece[1] = static_cast<char>('0' + arc);
+      return length + 2;
+    }
+    return static_cast<size_t>(std::to_chars(piece + 1, piece + kPieceMax, arc).ptr - text.data());
+  }
   std::array<char, 12> piece = {'.'};  // ".-2147483648"
   const char* end = std::to_chars(piece.data() + 1, piece.data() + piece.size(), arc).ptr;
   return append(text, length, {piece.data(), end});
