@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The empty marker files under "/opt/ortdv/tmp" through which the daemon's
 // processes and the tools around it talk. A file's existence, tested with stat,
-// is the whole message; docs/operations.md lists who makes and removes each.
+// is the whole message; tvurev(8) lists who makes and removes each.
 // No function here reports a failure.
 #ifndef TVUREV_DAEMON_CONTROL_FILES_H_
 #define TVUREV_DAEMON_CONTROL_FILES_H_

@@ -18,7 +18,7 @@ extern std::vector<std::string> trap_communities;
 extern int32_t snmp_enabled_flag;
 extern int32_t trap_target_count;  // targets seen in this reading, the dropped ones too
 
-// Reads the configuration. Returns 1, and loads up to three destinations, when
+// Reads the configuration. Returns 1, and loads the first destinations, when
 // a line holds "<enable>true"; 0 when none does or the file cannot be read.
 // snmp_enabled_flag gets the same value. A second call appends to the lists.
 //
