@@ -114,6 +114,16 @@ void check_row(const RowFigures& row, int receivers) {
           row.name + " takes " + optional_number("%f", row.instructions) + " instructions");
 }
 
+// What the daemon promises of itself: not one system call more than the duties
+// take, and five blocks of the heap at most.
+void check_promises(const RowFigures& row, double calls) {
+  constexpr double kAllocations = 5;
+  require(!row.calls || std::abs(*row.calls - calls) < 0.5,
+          row.name + " makes " + optional_number("%f", row.calls) + " calls");
+  require(!row.allocations || *row.allocations <= kAllocations,
+          row.name + " makes " + optional_number("%f", row.allocations) + " allocations");
+}
+
 }  // namespace
 
 std::string report(const Results& results) {
@@ -166,6 +176,11 @@ void check_counts(const Results& results) {
     require(!floor.calls || std::abs(*floor.calls - expected) < 0.5,
             "the floor makes " + optional_number("%f", floor.calls) + " calls");
     require(!floor.allocations || *floor.allocations == 0, "the floor allocates");
+    for (const RowFigures& row : table.rows) {
+      if (row.name.starts_with("tvurev")) {
+        check_promises(row, expected);
+      }
+    }
   }
   for (const Memory& memory : results.memory) {
     require(memory.first_kib > 0 && memory.last_kib > 0, memory.name + " has no memory");
