@@ -95,12 +95,12 @@ bool put_value(Cursor& at, const Vb& binding) {
       return put_unsigned(at, ASN_TIMETICKS, ticks);
     }
     case sNMP_SYNTAX_OCTETS: {
-      const auto* string = dynamic_cast<const OctetStr*>(binding.value());
+      const auto* string = binding.value_as<OctetStr>();
       return put_octets(at, ASN_OCTET_STR,
                         string != nullptr ? string->octets() : std::span<const unsigned char>());
     }
     case sNMP_SYNTAX_OID: {
-      const auto* object_id = dynamic_cast<const Oid*>(binding.value());
+      const auto* object_id = binding.value_as<Oid>();
       return put_oid(at, object_id != nullptr ? object_id->arcs() : std::span<const SmiUINT32>());
     }
     case sNMP_SYNTAX_IPADDR: {
