@@ -17,7 +17,7 @@ SmbiosTable table_of_slots();
 
 // As many PCI functions as the device can return, one address each, with one
 // correlation before them so that every query has to look.
-SmbiosTable table_of_pci_functions(size_t bytes);
+SmbiosTable table_of_pci_functions();
 
 // What the device returns at most, less the entry point before the table.
 inline constexpr size_t kLargestTable = 65536 - 31;
