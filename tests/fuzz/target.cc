@@ -16,7 +16,11 @@
 #define FUZZ_ADDRESS_SANITIZER
 #endif
 #ifdef FUZZ_ADDRESS_SANITIZER
-#include <sanitizer/allocator_interface.h>
+// Both compilers' runtimes have it, but g++ brings no header for it.
+// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl51-cpp): its name
+extern "C" int __sanitizer_install_malloc_and_free_hooks(
+    void (*malloc_hook)(const volatile void* block, size_t size),
+    void (*free_hook)(const volatile void* block));
 
 // The sanitizer's defaults, which remember 30 callers of each block and 256 MB of
 // freed ones, cost half of the executions. ASAN_OPTIONS overrides.
