@@ -25,6 +25,7 @@ constexpr const char* kWorldFile = "/run/faults-world";
 constexpr const char* kDaemon = "/sbin/tvurev";
 constexpr std::chrono::seconds kStuckTime(20);
 constexpr int64_t kMicrosecondsPerSecond = 1'000'000;
+constexpr int64_t kMicrosecondsPerMillisecond = 1'000;
 constexpr rlim_t kDescriptors = 256;
 
 constexpr const char* kSettings =
@@ -178,21 +179,26 @@ bool Host::is_quiet() {
   });
 }
 
-// False when no process waits for time to pass.
-bool Host::advance() {
+// Up to a moment. False when no process waits for time to pass, or for less.
+bool Host::advance(int64_t limit_us) {
   int64_t next = INT64_MAX;
   for (const FaultSlot* slot : living_slots()) {
     next = std::min(next, load(slot->until_us));
   }
-  if (next == INT64_MAX) {
-    return false;
-  }
-  __atomic_store_n(&world->now_us, next, __ATOMIC_SEQ_CST);
-  return true;
+  __atomic_store_n(&world->now_us, std::min(next, limit_us), __ATOMIC_SEQ_CST);
+  return next != INT64_MAX;
 }
 
 Wait Host::run_until(const std::function<bool()>& done, int64_t seconds) {
-  const int64_t limit = world->now_us + seconds * kMicrosecondsPerSecond;
+  return run(done, seconds * kMicrosecondsPerSecond);
+}
+
+Wait Host::let_pass(int64_t ms) {
+  return run([] { return false; }, ms * kMicrosecondsPerMillisecond);
+}
+
+Wait Host::run(const std::function<bool()>& done, int64_t microseconds) {
+  const int64_t limit = world->now_us + microseconds;
   auto last_quiet = std::chrono::steady_clock::now();
   while (!done()) {
     if (is_quiet()) {
@@ -203,7 +209,7 @@ Wait Host::run_until(const std::function<bool()>& done, int64_t seconds) {
       if (world->now_us >= limit) {
         return Wait::kLimit;
       }
-      if (!advance()) {
+      if (!advance(limit)) {
         return Wait::kStalled;
       }
     } else if (!pump(0)) {

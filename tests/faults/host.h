@@ -54,8 +54,9 @@ struct Host {
   // Moves everything until done() is true, for so many simulated seconds.
   Wait run_until(const std::function<bool()>& done, int64_t seconds);
 
-  // Until nothing is on its way.
+  // Until nothing is on its way, and so many simulated milliseconds longer.
   Wait settle();
+  Wait let_pass(int64_t ms);
 
   // The slot of the first living process of a kind, or null.
   const FaultSlot* living(int kind) const;
@@ -67,7 +68,8 @@ struct Host {
   // Private matters of the functions above.
   bool pump(int timeout_ms);
   bool is_quiet();
-  bool advance();
+  bool advance(int64_t limit_us);
+  Wait run(const std::function<bool()>& done, int64_t microseconds);
 };
 
 #endif  // TVUREV_TESTS_FAULTS_HOST_H_

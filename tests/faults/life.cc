@@ -28,6 +28,7 @@ constexpr int64_t kTrapLimit = 5;
 constexpr int64_t kAnswerLimit = 5;
 constexpr int64_t kAgentLimit = 100;
 constexpr int kTries = 3;
+constexpr int64_t kRestMs = 100;
 
 // Numbers of a restarted daemon's notifications are told from the first one's.
 constexpr int kFirstNumber = 1;
@@ -102,9 +103,12 @@ bool is_connected(const Host& host) {
   return false;
 }
 
+// Connected and at rest: a session that is being closed, with a short pause in
+// between, still looks like one.
 void wait_for_session(Player& player, const char* step) {
   wait(player, step, [&] { return is_connected(player.host); }, kSessionLimit);
-  player.host.settle();
+  player.host.let_pass(kRestMs);
+  wait(player, step, [&] { return is_connected(player.host); }, kSessionLimit);
 }
 
 std::string trap_oid(int number) {
