@@ -31,7 +31,7 @@
   }
 #define CALLER __builtin_return_address(0)
 
-enum { kMicrosecondsPerSecond = 1000000, kMicrosecondsPerMillisecond = 1000 };
+enum { kMicrosecondsPerSecond = 1000000, kMicrosecondsPerMillisecond = 1000, kForEver = -1 };
 
 /* The simulated time's start: 2026-01-01, 00:00 UTC. */
 static const time_t kStart = 1767225600;
@@ -52,9 +52,9 @@ static int end_of_file(int error) {
 }
 
 /* Until the descriptor can be read. */
-static void wait_readable(int fd) {
+static bool wait_readable(int fd, int64_t microseconds) {
   struct pollfd entry = {.fd = fd, .events = POLLIN};
-  wait_ready(&entry, 1, -1, NULL);
+  return wait_ready(&entry, 1, microseconds, NULL) != 0;
 }
 
 typedef int (*accept_function)(int, struct sockaddr*, socklen_t*);
@@ -65,7 +65,7 @@ int accept(int fd, __SOCKADDR_ARG address, socklen_t* length) {
     return failed(fault);
   }
   if (is_daemons(CALLER)) {
-    wait_readable(fd);
+    wait_readable(fd, kForEver);
   }
   return real(fd, address.__sockaddr__, length);
 }
@@ -236,7 +236,8 @@ int gethostname(char* name, size_t size) {
   return fault != kNoFault ? failed(fault) : real(name, size);
 }
 
-/* Reads a packet of a channel. "end" is an empty read, "short" half a packet. */
+/* Reads a packet of a channel, or nothing where none comes for a second. "end" is
+ * an empty read, "short" half a packet. */
 typedef int (*ioctl_function)(int, unsigned long, ...);
 int ioctl(int fd, unsigned long request, ...) {
   REAL(ioctl_function, "ioctl")
@@ -251,8 +252,8 @@ int ioctl(int fd, unsigned long request, ...) {
   if (fault > 0) {
     return failed(fault);
   }
-  if (is_daemons(CALLER)) {
-    wait_readable(fd);
+  if (is_daemons(CALLER) && !wait_readable(fd, kMicrosecondsPerSecond)) {
+    return 0;
   }
   const int length = real(fd, request, argument);
   return fault == kShort && length > 0 ? length / 2 : length;
@@ -355,7 +356,7 @@ ssize_t recv(int fd, void* bytes, size_t count, int flags) {
     return failed(fault);
   }
   if (is_daemons(CALLER) && (flags & MSG_DONTWAIT) == 0) {
-    wait_readable(fd);
+    wait_readable(fd, kForEver);
   }
   if (fault == kShort) {
     const ssize_t there = real(fd, bytes, count, flags | MSG_PEEK);

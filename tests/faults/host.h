@@ -38,6 +38,7 @@ struct Host {
   LocalClient agent;
   Child daemon;
   FaultWorld* world = nullptr;
+  bool stuck = false;  // no wait is worth it any more
 
   Host() = default;
   Host(const Host&) = delete;

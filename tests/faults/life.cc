@@ -22,8 +22,10 @@ constexpr const char* kStatusFile = "/opt/ortdv/tmp/moxstatus";
 constexpr const char* kSocket = "/opt/ortdv/sockets/agentx/tvud";
 constexpr const char* kHostCommands = "/var/log/host-commands.log";
 
-// Simulated seconds. A greeting may take two times 300, a goodbye 1,000.
+// Simulated seconds. A greeting may take two times 300, a goodbye 1,000. What did
+// not come then is not waited for as long again.
 constexpr int64_t kSessionLimit = 2'000;
+constexpr int64_t kHopelessLimit = 20;
 constexpr int64_t kTrapLimit = 5;
 constexpr int64_t kAnswerLimit = 5;
 constexpr int64_t kAgentLimit = 100;
@@ -37,6 +39,7 @@ struct Player {
   Host host;
   Life life;
   int next_number = kFirstNumber;
+  bool hopeless = false;
 };
 
 bool is_there(const char* path) {
@@ -68,9 +71,10 @@ bool is_over(const Player& player) {
 // Waits, and writes down what did not come about. A daemon that ended ends every
 // wait; that is judged by its status.
 bool wait(Player& player, const char* step, const std::function<bool()>& done, int64_t seconds) {
-  const Wait result =
-      player.host.run_until([&] { return done() || is_over(player); }, seconds);
+  const Wait result = player.host.run_until([&] { return done() || is_over(player); },
+                                            player.hopeless ? kHopelessLimit : seconds);
   if (result != Wait::kDone) {
+    player.hopeless = true;
     player.life.steps.push_back(std::string(step) + ": " + text_of(result));
   }
   return result == Wait::kDone && !is_over(player);
@@ -251,6 +255,7 @@ void stop(Player& player) {
          [&] { return host.living(kSocketProxy) == nullptr; }, kAgentLimit);
   }
   if (!is_over(player)) {
+    player.hopeless = false;
     player.life.asked_to_stop = true;
     touch(kBmcStopFile);
     touch(kRestartFile);
@@ -337,6 +342,7 @@ void start_again(Player& player) {
   unlink(kBmcStopFile);
   unlink(kOrtStopFile);
   unlink(kRestartFile);
+  player.hopeless = false;
   const size_t lines = host.syslog.lines().size();
   if (!host.start("").empty()) {
     return;

@@ -13,7 +13,7 @@ import sys
 from table import read_table
 
 # The compiler's own: they hold tables and unwind, and fail by terminating.
-COMPILERS = ("_ITM_", "_Z", "__cxa_", "__gmon_", "__gxx_", "_Unwind_", "__libc_start_main")
+COMPILERS = ("_ITM_", "_Z", "__cxa_", "__dynamic_cast", "__gmon_", "__gxx_", "_Unwind_", "__libc_start_main")
 
 
 def symbols(program, which):
