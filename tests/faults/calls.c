@@ -51,6 +51,10 @@ static int end_of_file(int error) {
   return EOF;
 }
 
+static int64_t microseconds_of(const struct timespec* time) {
+  return (int64_t)time->tv_sec * kMicrosecondsPerSecond + time->tv_nsec / 1000;
+}
+
 /* Until the descriptor can be read. */
 static bool wait_readable(int fd, int64_t microseconds) {
   struct pollfd entry = {.fd = fd, .events = POLLIN};
@@ -70,6 +74,19 @@ int accept(int fd, __SOCKADDR_ARG address, socklen_t* length) {
   return real(fd, address.__sockaddr__, length);
 }
 
+typedef int (*accept4_function)(int, struct sockaddr*, socklen_t*, int);
+int accept4(int fd, __SOCKADDR_ARG address, socklen_t* length, int flags) {
+  REAL(accept4_function, "accept4")
+  const int fault = fault_of("accept4", CALLER);
+  if (fault != kNoFault) {
+    return failed(fault);
+  }
+  if (is_daemons(CALLER)) {
+    wait_readable(fd, kForEver);
+  }
+  return real(fd, address.__sockaddr__, length, flags);
+}
+
 typedef int (*bind_function)(int, const struct sockaddr*, socklen_t);
 int bind(int fd, __CONST_SOCKADDR_ARG address, socklen_t length) {
   REAL(bind_function, "bind")
@@ -77,11 +94,12 @@ int bind(int fd, __CONST_SOCKADDR_ARG address, socklen_t length) {
   return fault != kNoFault ? failed(fault) : real(fd, address.__sockaddr__, length);
 }
 
-/* Simulated, so that pauses measured by it are those that were slept. */
+/* Simulated, so that pauses measured by it are those that were slept; also where
+ * the C++ library asks for the daemon. */
 typedef int (*clock_function)(clockid_t, struct timespec*);
 int clock_gettime(clockid_t clock, struct timespec* now) {
   REAL(clock_function, "clock_gettime")
-  if (!is_daemons(CALLER)) {
+  if (g_world == NULL) {
     return real(clock, now);
   }
   const int64_t us = simulated_now();
@@ -115,6 +133,16 @@ int connect(int fd, __CONST_SOCKADDR_ARG address, socklen_t length) {
 typedef void (*exit_function)(int);
 void exit(int status) {
   REAL(exit_function, "exit")
+  if (is_daemons(CALLER)) {
+    note_exit(status);
+  }
+  real(status);
+  __builtin_unreachable();
+}
+
+typedef void (*quick_exit_function)(int);
+void _exit(int status) {
+  REAL(quick_exit_function, "_exit")
   if (is_daemons(CALLER)) {
     note_exit(status);
   }
@@ -273,11 +301,36 @@ struct tm* localtime_r(const time_t* moment, struct tm* local) {
   return fault != kNoFault ? none(fault) : real(moment, local);
 }
 
+typedef int (*stat_function)(const char*, struct stat*);
+int lstat(const char* path, struct stat* status) {
+  REAL(stat_function, "lstat")
+  const int fault = fault_of("lstat", CALLER);
+  return fault != kNoFault ? failed(fault) : real(path, status);
+}
+
 typedef int (*mkdir_function)(const char*, mode_t);
 int mkdir(const char* path, mode_t mode) {
   REAL(mkdir_function, "mkdir")
   const int fault = fault_of("mkdir", CALLER);
   return fault != kNoFault ? failed(fault) : real(path, mode);
+}
+
+typedef int (*nanosleep_function)(const struct timespec*, struct timespec*);
+int nanosleep(const struct timespec* request, struct timespec* left) {
+  REAL(nanosleep_function, "nanosleep")
+  if (!is_daemons(CALLER)) {
+    return real(request, left);
+  }
+  const int fault = fault_of("nanosleep", CALLER);
+  const int64_t until = simulated_now() + microseconds_of(request);
+  const int result =
+      fault != kNoFault ? failed(fault) : wait_ready(NULL, 0, microseconds_of(request), NULL);
+  if (result != 0 && left != NULL) {
+    const int64_t us = until - simulated_now();
+    left->tv_sec = us / kMicrosecondsPerSecond;
+    left->tv_nsec = us % kMicrosecondsPerSecond * 1000;
+  }
+  return result;
 }
 
 typedef int (*open_function)(const char*, int, ...);
@@ -297,6 +350,19 @@ int pclose(FILE* stream) {
   const int fault = fault_of("pclose", CALLER);
   const int status = real(stream);
   return fault != kNoFault ? failed(fault) : status;
+}
+
+typedef int (*pipe2_function)(int[2], int);
+int pipe2(int ends[2], int flags) {
+  REAL(pipe2_function, "pipe2")
+  const int fault = fault_of("pipe2", CALLER);
+  if (fault != kNoFault) {
+    return failed(fault);
+  }
+  if (is_daemons(CALLER)) {
+    note_pipe();
+  }
+  return real(ends, flags);
 }
 
 typedef int (*poll_function)(struct pollfd*, nfds_t, int);
@@ -323,6 +389,20 @@ FILE* popen(const char* command, const char* mode) {
   return fault != kNoFault ? none(fault) : real(command, mode);
 }
 
+typedef int (*ppoll_function)(struct pollfd*, nfds_t, const struct timespec*, const sigset_t*);
+int ppoll(struct pollfd* entries, nfds_t count, const struct timespec* timeout,
+          const sigset_t* mask) {
+  REAL(ppoll_function, "ppoll")
+  if (!is_daemons(CALLER)) {
+    return real(entries, count, timeout, mask);
+  }
+  const int fault = fault_of("ppoll", CALLER);
+  if (fault != kNoFault) {
+    return failed(fault);
+  }
+  return wait_ready(entries, count, timeout == NULL ? kForEver : microseconds_of(timeout), mask);
+}
+
 /* What pthread_atfork becomes. Returns its error. */
 typedef int (*atfork_function)(void (*)(void), void (*)(void), void (*)(void), void*);
 int __register_atfork(void (*prepare)(void), void (*parent)(void), void (*child)(void),
@@ -339,6 +419,20 @@ int puts(const char* text) {
   REAL(puts_function, "puts")
   const int fault = fault_of("puts", CALLER);
   return fault != kNoFault ? end_of_file(fault) : real(text);
+}
+
+/* Of a pipe. */
+typedef ssize_t (*read_function)(int, void*, size_t);
+ssize_t read(int fd, void* bytes, size_t count) {
+  REAL(read_function, "read")
+  const int fault = fault_of("read", CALLER);
+  if (fault == kEnd) {
+    return 0;
+  }
+  if (fault > 0) {
+    return failed(fault);
+  }
+  return real(fd, bytes, fault == kShort ? count / 2 : count);
 }
 
 typedef ssize_t (*readlink_function)(const char*, char*, size_t);
@@ -382,6 +476,13 @@ ssize_t sendto(int fd, const void* bytes, size_t count, int flags, __CONST_SOCKA
                            : real(fd, bytes, count, flags, address.__sockaddr__, length);
 }
 
+typedef int (*setenv_function)(const char*, const char*, int);
+int setenv(const char* name, const char* value, int overwrite) {
+  REAL(setenv_function, "setenv")
+  const int fault = fault_of("setenv", CALLER);
+  return fault != kNoFault ? failed(fault) : real(name, value, overwrite);
+}
+
 typedef unsigned (*sleep_function)(unsigned);
 unsigned sleep(unsigned seconds) {
   REAL(sleep_function, "sleep")
@@ -405,7 +506,6 @@ int socket(int domain, int type, int protocol) {
   return fault != kNoFault ? failed(fault) : real(domain, type, protocol);
 }
 
-typedef int (*stat_function)(const char*, struct stat*);
 int stat(const char* path, struct stat* status) {
   REAL(stat_function, "stat")
   const int fault = fault_of("stat", CALLER);
@@ -459,7 +559,7 @@ pid_t waitpid(pid_t pid, int* status, int options) {
   return fault != kNoFault ? failed(fault) : real(pid, status, options);
 }
 
-/* To a channel. "short" sends half a packet and says so. */
+/* To a channel, or to a pipe. "short" sends half a packet and says so. */
 typedef ssize_t (*write_function)(int, const void*, size_t);
 ssize_t write(int fd, const void* bytes, size_t count) {
   REAL(write_function, "write")

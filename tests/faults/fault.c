@@ -24,6 +24,7 @@ struct FaultWorld* g_world;
 static struct FaultSlot* g_slot;
 static int g_kind = kFirstProcess;
 static unsigned g_forks;
+static bool g_has_pipe;
 static bool g_in_main;
 static bool g_recording;
 static uintptr_t g_program_start;
@@ -38,16 +39,17 @@ static int g_fault_error;
 
 /* Every function that calls.c and heap.c replace. */
 static const char* const kNames[] = {
-    "accept",  "bind",       "calloc",  "close",    "close_range", "connect", "fclose",
-    "fflush",  "fgets",      "fopen",   "fork",     "fprintf",     "fputs",   "fwrite",
-    "getaddrinfo",           "gethostname",         "ioctl",       "listen",  "localtime_r",
-    "malloc",  "mkdir",      "open",    "pclose",   "poll",        "popen",   "pthread_atfork",
-    "puts",    "readlink",   "realloc", "recv",     "send",        "sendto",  "sleep",
-    "socket",  "stat",       "system",  "unlink",   "usleep",      "waitpid", "write",
+    "accept", "accept4",     "bind",           "calloc",  "close",  "close_range", "connect",
+    "fclose", "fflush",      "fgets",          "fopen",   "fork",   "fprintf",     "fputs",
+    "fwrite", "getaddrinfo", "gethostname",    "ioctl",   "listen", "localtime_r", "lstat",
+    "malloc", "mkdir",       "nanosleep",      "open",    "pclose", "pipe2",       "poll",
+    "popen",  "ppoll",       "pthread_atfork", "puts",    "read",   "readlink",    "realloc",
+    "recv",   "send",        "sendto",         "setenv",  "sleep",  "socket",      "stat",
+    "system", "unlink",      "usleep",         "waitpid", "write",
 };
 _Static_assert(sizeof kNames / sizeof kNames[0] <= kMostCalls, "more functions than rows");
 
-static const char* const kKindNames[kProcessKinds] = {"first", "proxy", "timer"};
+static const char* const kKindNames[kProcessKinds] = {"first", "proxy", "timer", "lookup"};
 
 static int named_error(const char* name) {
   static const struct {
@@ -132,9 +134,8 @@ __attribute__((constructor)) static void start(void) {
     return;
   }
   const int fd = openat(AT_FDCWD, path, O_RDWR | O_CLOEXEC);
-  void* page =
-      fd == -1 ? MAP_FAILED
-               : mmap(NULL, sizeof *g_world, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+  void* page = fd == -1 ? MAP_FAILED
+                        : mmap(NULL, sizeof *g_world, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
   if (page == MAP_FAILED) {
     fprintf(stderr, "libfault: %s: %s\n", path, strerror(errno));
     _exit(99);
@@ -218,9 +219,17 @@ void count_blocks(int64_t change) {
   }
 }
 
+void note_pipe(void) {
+  g_has_pipe = true;
+}
+
 struct FaultSlot* slot_for_child(void) {
+  if (g_has_pipe) {
+    g_has_pipe = false;
+    return take_slot(kNameLookup);
+  }
   ++g_forks;
-  return take_slot(g_kind == kFirstProcess && g_forks == 1 ? kSocketProxy : kTimer);
+  return take_slot(g_forks == 1 ? kSocketProxy : kTimer);
 }
 
 void become_child(struct FaultSlot* slot) {

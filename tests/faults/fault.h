@@ -4,9 +4,9 @@
  *
  *   FAULT=PROCESS:FUNCTION:N:ERROR       FAULT=proxy:recv:3:ECONNRESET
  *
- * PROCESS is first, proxy or timer (all timers of a life count as one), N counts
- * from 1. ERROR is an errno name; "short" (fewer bytes than asked for), "end"
- * (of the file), "full" (a stream that could not be written), "127" (the shell's
+ * PROCESS is first, proxy, timer or lookup (all timers of a life count as one, and
+ * so do all look-ups of a name), N counts from 1. ERROR is an errno name; "short" (fewer bytes than
+ * asked for), "end" (of the file), "full" (a stream that could not be written), "127" (the shell's
  * status where it cannot be started), "fails" (without errno), or an EAI name.
  *
  * Preloaded before the device shim, which the failing call then never reaches.
@@ -47,7 +47,8 @@ int fault_of(const char* name, const void* caller);
 bool allocation_fails(const char* name);
 void count_blocks(int64_t change);
 
-/* Around fork. */
+/* Around fork. A pipe made right before it is for a name's look-up. */
+void note_pipe(void);
 struct FaultSlot* slot_for_child(void);
 void become_child(struct FaultSlot* slot);
 void note_child(struct FaultSlot* slot, int pid);

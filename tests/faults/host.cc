@@ -41,8 +41,7 @@ FaultWorld* map_world() {
   if (!fd.valid() || ftruncate(fd.get(), sizeof(FaultWorld)) != 0) {
     return nullptr;
   }
-  void* page =
-      mmap(nullptr, sizeof(FaultWorld), PROT_READ | PROT_WRITE, MAP_SHARED, fd.get(), 0);
+  void* page = mmap(nullptr, sizeof(FaultWorld), PROT_READ | PROT_WRITE, MAP_SHARED, fd.get(), 0);
   return page == MAP_FAILED ? nullptr : static_cast<FaultWorld*>(page);
 }
 
@@ -109,11 +108,10 @@ std::string Host::reset() {
 std::string Host::start(const std::string& fault) {
   memset(static_cast<void*>(world), 0, sizeof *world);
   stuck = false;
-  return daemon.start({.arguments = {kDaemon},
-                       .environment = {std::string("LD_PRELOAD=") + FAULT_LIBRARY +
-                                           ":/run/lab/libmoxshim.so",
-                                       std::string("FAULT_WORLD=") + kWorldFile,
-                                       "FAULT=" + fault}});
+  return daemon.start(
+      {.arguments = {kDaemon},
+       .environment = {std::string("LD_PRELOAD=") + FAULT_LIBRARY + ":/run/lab/libmoxshim.so",
+                       std::string("FAULT_WORLD=") + kWorldFile, "FAULT=" + fault}});
 }
 
 bool Host::pump(int timeout_ms) {
@@ -175,9 +173,8 @@ bool Host::is_quiet() {
       usleep(50);
     }
   }
-  return !pump(0) && living_slots() == slots && std::ranges::all_of(slots, [&](auto* slot) {
-    return has_seen(*slot, probe, now);
-  });
+  return !pump(0) && living_slots() == slots &&
+         std::ranges::all_of(slots, [&](auto* slot) { return has_seen(*slot, probe, now); });
 }
 
 // Up to a moment. False when no process waits for time to pass, or for less.

@@ -42,6 +42,11 @@ struct Player {
   bool hopeless = false;
 };
 
+const char* kind_name(int kind) {
+  constexpr std::array<const char*, kProcessKinds> kNames = {"first", "proxy", "timer", "lookup"};
+  return kNames[static_cast<size_t>(kind)];
+}
+
 bool is_there(const char* path) {
   return access(path, F_OK) == 0;
 }
@@ -110,9 +115,11 @@ bool is_connected(const Host& host) {
 // Connected and at rest: a session that is being closed, with a short pause in
 // between, still looks like one.
 void wait_for_session(Player& player, const char* step) {
-  wait(player, step, [&] { return is_connected(player.host); }, kSessionLimit);
+  wait(
+      player, step, [&] { return is_connected(player.host); }, kSessionLimit);
   player.host.let_pass(kRestMs);
-  wait(player, step, [&] { return is_connected(player.host); }, kSessionLimit);
+  wait(
+      player, step, [&] { return is_connected(player.host); }, kSessionLimit);
 }
 
 std::string trap_oid(int number) {
@@ -122,10 +129,9 @@ std::string trap_oid(int number) {
 void count_arrived(const Host& host, Sent* sent) {
   const std::string mark = " 6/" + std::to_string(sent->number) + " ";
   for (size_t i = 0; i < kReceivers.size(); ++i) {
-    sent->arrived[i] = static_cast<int>(
-        std::ranges::count_if(host.receivers[i].traps(), [&](const std::string& trap) {
-          return trap.find(mark) != std::string::npos;
-        }));
+    sent->arrived[i] = static_cast<int>(std::ranges::count_if(
+        host.receivers[i].traps(),
+        [&](const std::string& trap) { return trap.find(mark) != std::string::npos; }));
   }
 }
 
@@ -203,8 +209,8 @@ std::vector<std::string> host_commands() {
 // Waits for the BMC's own acknowledgements, or goes on without: some are lost by
 // design.
 void wait_for_answer(Player& player, PacketKind kind, int times) {
-  player.host.run_until(
-      [&] { return player.host.bmc.received(kind) >= times || is_over(player); }, kAnswerLimit);
+  player.host.run_until([&] { return player.host.bmc.received(kind) >= times || is_over(player); },
+                        kAnswerLimit);
   player.host.settle();
 }
 
@@ -215,9 +221,7 @@ void ask_for_shutdowns(Player& player) {
   wait_for_answer(player, PacketKind::kShutdownAck, 2);
   bmc_does(player, "shutdown delay=0 reason=smoke");
   player.host.run_until(
-      [&] {
-        return std::ranges::count(host_commands(), "poweroff ") != 0 || is_over(player);
-      },
+      [&] { return std::ranges::count(host_commands(), "poweroff ") != 0 || is_over(player); },
       kAnswerLimit);
   player.host.settle();
 }
@@ -235,10 +239,8 @@ void note_state(Player& player) {
   Host& host = player.host;
   host.settle();
   for (const FaultSlot* slot : host.living_slots()) {
-    const char* name = slot->kind == kFirstProcess ? "first"
-                       : slot->kind == kSocketProxy ? "proxy"
-                                                    : "timer";
-    player.life.descriptors[name] = static_cast<int>(descriptors_of(slot->pid).size());
+    player.life.descriptors[kind_name(slot->kind)] =
+        static_cast<int>(descriptors_of(slot->pid).size());
   }
   std::ranges::copy(host.world->blocks, player.life.blocks.begin());
 }
@@ -251,15 +253,17 @@ void stop(Player& player) {
     if (!host.agent.connected() || host.agent.is_hung_up()) {
       connect_agent(player, "agent before the stop");
     }
-    wait(player, "stop of the socket proxy",
-         [&] { return host.living(kSocketProxy) == nullptr; }, kAgentLimit);
+    wait(
+        player, "stop of the socket proxy", [&] { return host.living(kSocketProxy) == nullptr; },
+        kAgentLimit);
   }
   if (!is_over(player)) {
     player.hopeless = false;
     player.life.asked_to_stop = true;
     touch(kBmcStopFile);
     touch(kRestartFile);
-    wait(player, "stop", [&] { return is_over(player); }, kSessionLimit);
+    wait(
+        player, "stop", [&] { return is_over(player); }, kSessionLimit);
   }
 }
 
@@ -288,7 +292,7 @@ std::vector<std::string> log_of(const Host& host, size_t first) {
   const auto kind_of = [&](pid_t pid) {
     for (const FaultSlot& slot : host.world->slots) {
       if (slot.used != 0 && slot.pid == pid) {
-        return slot.kind == kFirstProcess ? "first" : slot.kind == kSocketProxy ? "proxy" : "timer";
+        return kind_name(slot.kind);
       }
     }
     return "other";
@@ -312,9 +316,7 @@ void write_down(Player& player) {
     }
   }
   for (const FaultSlot* slot : host.living_slots()) {
-    life.left.emplace_back(slot->kind == kSocketProxy ? "proxy"
-                           : slot->kind == kTimer     ? "timer"
-                                                      : "first");
+    life.left.emplace_back(kind_name(slot->kind));
   }
   for (Sent& sent : life.sent) {
     count_arrived(host, &sent);

@@ -29,15 +29,15 @@ struct Life {
 
   std::vector<std::string> steps;  // that did not come about: "reset: limit"
   std::vector<Sent> sent;
-  bool bmc_road = false;    // both were tried last, after the fault
+  bool bmc_road = false;  // both were tried last, after the fault
   bool agent_road = false;
-  int first_status = -1;    // exit status; 128 and more for a signal
-  int proxy_status = -1;    // the same, of exit() only
+  int first_status = -1;       // exit status; 128 and more for a signal
+  int proxy_status = -1;       // the same, of exit() only
   bool asked_to_stop = false;  // before the first process ended
   bool proxy_asked_to_stop = false;
-  std::vector<std::string> left;      // processes that outlived the stop
-  std::vector<std::string> commands;  // that the host was told to run
-  std::map<std::string, int> descriptors;   // of each process, before the stop
+  std::vector<std::string> left;                   // processes that outlived the stop
+  std::vector<std::string> commands;               // that the host was told to run
+  std::map<std::string, int> descriptors;          // of each process, before the stop
   std::array<int64_t, kProcessKinds> blocks = {};  // heap blocks, then
   double simulated_seconds = 0;
   std::map<std::string, std::array<uint32_t, kProcessKinds>> calls;

@@ -58,7 +58,7 @@ def bookkeeping(life, usual):
     seconds = life["simulated_seconds"] - usual["simulated_seconds"]
     if seconds > SPARE_SECONDS:
         problems.append(f"took {seconds:.0f} s more of simulated time")
-    for kind in range(3):
+    for kind in range(len(life["blocks"])):
         calls = sum(row[kind] for row in life["calls"].values())
         limit = 2 * sum(row[kind] for row in usual["calls"].values()) + SPARE_CALLS
         if calls > limit + CALLS_A_SECOND * max(seconds, 0):

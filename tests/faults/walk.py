@@ -19,7 +19,7 @@ from table import read_table
 from verdict import DEFECT, ENDED, WENT_ON, judge
 
 SOURCE = Path(__file__).resolve().parents[2]
-KINDS = ("first", "proxy", "timer")
+KINDS = ("first", "proxy", "timer", "lookup")
 # A life takes a fraction of a second; a process that is stuck is given up after 20.
 LIFE_SECONDS = 200
 
@@ -90,7 +90,7 @@ def chosen_faults(usual, errors, functions, calls_each):
     for function, names in errors.items():
         if functions and function not in functions:
             continue
-        for kind, calls in zip(KINDS, usual["calls"].get(function, (0, 0, 0))):
+        for kind, calls in zip(KINDS, usual["calls"].get(function, (0,) * len(KINDS))):
             for number in range(1, min(calls, calls_each or calls) + 1):
                 faults += [f"{kind}:{function}:{number}:{error}" for error in names]
     return faults

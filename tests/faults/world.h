@@ -18,7 +18,8 @@ enum {
   kFirstProcess = 0,
   kSocketProxy = 1,
   kTimer = 2,
-  kProcessKinds = 3,
+  kNameLookup = 3,
+  kProcessKinds = 4,
 };
 
 enum {
@@ -49,10 +50,10 @@ struct FaultWorld {
   int64_t now_us;
   uint32_t probe;
   uint32_t next_slot;
-  uint32_t hits;                  /* faults played: 0 or 1 */
+  uint32_t hits; /* faults played: 0 or 1 */
   uint32_t frames_used;
-  uint64_t frames[kMostFrames];   /* offsets in the daemon's program, the caller first */
-  int64_t blocks[kProcessKinds];  /* heap blocks allocated less those freed */
+  uint64_t frames[kMostFrames];  /* offsets in the daemon's program, the caller first */
+  int64_t blocks[kProcessKinds]; /* heap blocks allocated less those freed */
   struct FaultSlot slots[kMostSlots];
   struct FaultCount counts[kMostCalls];
 };
