@@ -265,7 +265,7 @@ int gethostname(char* name, size_t size) {
 }
 
 /* Reads a packet of a channel, or nothing where none comes for a second. "end" is
- * an empty read, "short" half a packet. */
+ * an empty read. */
 typedef int (*ioctl_function)(int, unsigned long, ...);
 int ioctl(int fd, unsigned long request, ...) {
   REAL(ioctl_function, "ioctl")
@@ -283,8 +283,7 @@ int ioctl(int fd, unsigned long request, ...) {
   if (is_daemons(CALLER) && !wait_readable(fd, kMicrosecondsPerSecond)) {
     return 0;
   }
-  const int length = real(fd, request, argument);
-  return fault == kShort && length > 0 ? length / 2 : length;
+  return real(fd, request, argument);
 }
 
 typedef int (*listen_function)(int, int);

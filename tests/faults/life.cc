@@ -27,6 +27,10 @@ constexpr const char* kHostCommands = "/var/log/host-commands.log";
 constexpr int64_t kSessionLimit = 2'000;
 constexpr int64_t kHopelessLimit = 20;
 constexpr int64_t kTrapLimit = 5;
+// An agent that comes back at once waits until the socket proxy's pause is over.
+constexpr int64_t kAgentTrapLimit = 40;
+// A receiver whose name did not resolve is left out for a minute.
+constexpr int64_t kNameRestMs = 65'000;
 constexpr int64_t kAnswerLimit = 5;
 constexpr int64_t kAgentLimit = 100;
 constexpr int kTries = 3;
@@ -141,7 +145,8 @@ bool arrives(Player& player, Sent sent) {
     count_arrived(player.host, &sent);
     return std::ranges::all_of(sent.arrived, [](int times) { return times > 0; });
   };
-  player.host.run_until([&] { return everywhere() || is_over(player); }, kTrapLimit);
+  player.host.run_until([&] { return everywhere() || is_over(player); },
+                        sent.road == "agent" ? kAgentTrapLimit : kTrapLimit);
   player.host.settle();
   const bool arrived = everywhere();
   player.life.sent.push_back(sent);
@@ -242,6 +247,10 @@ void note_state(Player& player) {
     player.life.descriptors[kind_name(slot->kind)] =
         static_cast<int>(descriptors_of(slot->pid).size());
   }
+  for (const FaultSlot* slot : host.living_slots()) {
+    player.life.zombies += static_cast<int>(std::ranges::count_if(
+        children_of(slot->pid), [](pid_t child) { return state_of(child) == 'Z'; }));
+  }
   std::ranges::copy(host.world->blocks, player.life.blocks.begin());
 }
 
@@ -267,6 +276,12 @@ void stop(Player& player) {
   }
 }
 
+bool lost_any(const Player& player) {
+  return std::ranges::any_of(player.life.sent, [](const Sent& sent) {
+    return std::ranges::find(sent.arrived, 0) != sent.arrived.end();
+  });
+}
+
 void live(Player& player) {
   wait_for_session(player, "session at the start");
   relay_for_bmc(player, "session at the start");
@@ -282,6 +297,9 @@ void live(Player& player) {
   player.host.settle();
   connect_agent(player, "agent that comes again");
   relay_for_agent(player, "agent that comes again");
+  if (lost_any(player) && !is_over(player)) {
+    player.host.let_pass(kNameRestMs);
+  }
   player.life.bmc_road = relay_for_bmc(player, "session at the end");
   player.life.agent_road = relay_for_agent(player, "agent at the end");
   note_state(player);

@@ -38,6 +38,7 @@ struct Life {
   std::vector<std::string> left;                   // processes that outlived the stop
   std::vector<std::string> commands;               // that the host was told to run
   std::map<std::string, int> descriptors;          // of each process, before the stop
+  int zombies = 0;                                 // children that nobody reaped, then
   std::array<int64_t, kProcessKinds> blocks = {};  // heap blocks, then
   double simulated_seconds = 0;
   std::map<std::string, std::array<uint32_t, kProcessKinds>> calls;

@@ -32,6 +32,7 @@ nlohmann::json as_json(const Life& life) {
           {"left", life.left},
           {"commands", life.commands},
           {"descriptors", life.descriptors},
+          {"zombies", life.zombies},
           {"blocks", life.blocks},
           {"simulated_seconds", life.simulated_seconds},
           {"calls", life.calls},

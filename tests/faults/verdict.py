@@ -30,7 +30,6 @@ REASONS_TO_LOSE_TRAPS = r"\w+ 3 ortdv: .*no .*trap (destination|target)"
 SPARE_CALLS = 1000
 CALLS_A_SECOND = 20
 SPARE_SECONDS = 2500
-SPARE_BLOCKS = 0
 
 
 def logged(life, pattern, after_restart=False):
@@ -75,9 +74,11 @@ def state(life, usual):
         expected = usual["descriptors"].get(name)
         if expected is not None and number > expected:
             problems.append(f"{name} process: {number} descriptors instead of {expected}")
+    if life["zombies"] > usual["zombies"]:
+        problems.append(f"{life['zombies']} children that nobody reaped")
     for kind, name in ((0, "first"), (1, "proxy")):
         more = life["blocks"][kind] - usual["blocks"][kind]
-        if more > SPARE_BLOCKS:
+        if more > 0:
             problems.append(f"{name} process: {more} heap blocks more")
     return problems
 
