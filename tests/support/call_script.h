@@ -63,13 +63,15 @@ class CallStep {
   // What the command prints, or the file holds.
   CallStep& prints(std::string_view text) { return gives(text); }
   // What poll puts into revents as far as it was asked for (and 1 as its
-  // result), or waitpid into status.
+  // result), waitpid into status, or stat into the inode's number.
   CallStep& reports(int value);
   CallStep& times(int count);
+  // A signal comes while the call is under way.
+  CallStep& raises(int signal);
 
   // For the wrapped functions.
   const std::string& call() const { return call_; }
-  // Stores errno, and returns the result.
+  // Raises the signal, stores errno, and returns the result.
   long answer(long default_result) const;
   bool failing() const { return failing_; }
   const std::vector<uint8_t>& bytes() const { return bytes_; }
@@ -87,6 +89,7 @@ class CallStep {
   bool failing_ = false;
   std::vector<uint8_t> bytes_;
   int reported_ = 0;
+  int signal_ = 0;
   int times_ = 1;
 };
 
@@ -125,7 +128,7 @@ class CallScript {
   // The path of a local socket; "address:port" of an IPv4 one.
   CallStep& bind(int fd, std::string_view address, unsigned address_length);
   CallStep& listen(int fd, int backlog);
-  CallStep& accept(int fd, unsigned address_length);
+  CallStep& accept4(int fd, unsigned address_length, int flags);
   CallStep& recv(int fd, size_t size, int flags);
   CallStep& sendto(int fd, std::string_view address);      // datagrams() has the bytes
   CallStep& message(int priority, std::string_view text);  // only where its place matters
@@ -173,7 +176,7 @@ class CallScript {
   // The name under which a stream was opened.
   std::string close_stream(FILE* stream);
   std::optional<uid_t> meet_stat(const char* path, const CallStep** step);
-  void meet_wait(std::string_view function, unsigned length);
+  int meet_wait(std::string_view function, unsigned length);
   void note_poll(int timeout_ms);
   const CallStep& meet_write(int fd, std::span<const uint8_t> bytes);
   void note_datagram(std::span<const uint8_t> bytes);
