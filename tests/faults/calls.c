@@ -286,6 +286,20 @@ int ioctl(int fd, unsigned long request, ...) {
   return real(fd, request, argument);
 }
 
+/* Returns when what it killed has ended, so that whoever looks for that right
+ * afterwards sees the same each time. */
+typedef int (*kill_function)(pid_t, int);
+int kill(pid_t pid, int number) {
+  REAL(kill_function, "kill")
+  const int result = real(pid, number);
+  if (is_daemons(CALLER) && result == 0 && number == SIGKILL) {
+    siginfo_t end;
+    waitid(P_PID, (id_t)pid, &end, WEXITED | WNOWAIT);
+    errno = 0;
+  }
+  return result;
+}
+
 typedef int (*listen_function)(int, int);
 int listen(int fd, int backlog) {
   REAL(listen_function, "listen")
