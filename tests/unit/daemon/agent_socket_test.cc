@@ -351,7 +351,8 @@ TEST_F(ReceivedPiece, IsReportedTenTimesASecondAndTheRestCountedWhenTheLoopComes
         CallScript script;
         expect_listening(script);
         script.system(kTouch);
-        script.accept(kListener, 110).returns(kClient);
+        expect_ready_listener(script);
+        script.accept4(kListener, 110, SOCK_CLOEXEC).returns(kClient);
         for (int i = 0; i < 14; ++i) {
           script.poll(kClient, POLLIN, 1'000).reports(POLLIN);
           script.recv(kClient, 4080, 0).gives(Bytes(1, 0));
