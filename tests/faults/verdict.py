@@ -22,8 +22,8 @@ REASONS_TO_END = [
     (1, r"first 6 ortdv: ESXi Host SNMP disabled\. Cannot run TVU Reverse Proxy\."),
 ]
 # Why the agents' road, or both, may be given up until the next start.
-REASONS_TO_LOSE_THE_SOCKET = r"\w+ 3 ortdv: .*(socket proxy|start_socket_proxy|reverse_mode|agents)"
-REASONS_TO_LOSE_TRAPS = r"\w+ 3 ortdv: .*no .*trap (destination|target)"
+REASONS_TO_LOSE_THE_SOCKET = r"\w+ 3 ortdv: tvurev: .*[Hh]ost agents"
+REASONS_TO_LOSE_TRAPS = r"\w+ 3 ortdv: .*names no usable trap target"
 
 # A fault may cost as many calls as a life without one has, and what the waits
 # that follow it take: the loops poll and look at a file each second.

@@ -84,7 +84,8 @@ class Verdict(unittest.TestCase):
     def test_socket_proxy_that_says_why_it_ended(self):
         changed = life(agent_road=False, relayed_again=True)
         self.expect(DEFECT, changed)
-        changed["log"] = ["proxy 3 ortdv: tvurev: reverse_mode socket accept failed"]
+        changed["log"] = ["proxy 3 ortdv: tvurev: accept() of the agent socket failed. "
+                          "Notifications of host agents are lost"]
         self.expect(ENDED, changed)
 
 

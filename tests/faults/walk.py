@@ -105,7 +105,8 @@ def where(build, life):
                             capture_output=True, text=True, check=False).stdout
     names = [re.sub(r"\(.*", "", name.replace("(anonymous namespace)::", ""))
              for name in output.splitlines()[::2]]
-    return " < ".join(name for name in names if name not in ("_start", "??"))
+    return " < ".join(name for name in names
+                      if name not in ("_start", "??") and "std::" not in name)
 
 
 class Report:
