@@ -267,7 +267,10 @@ int wait_ready(struct pollfd* entries, nfds_t count, int64_t microseconds, const
     return ready;
   }
   const int error = errno;
-  const int64_t until = microseconds < 0 ? INT64_MAX : simulated_now() + microseconds;
+  /* No two processes wake at one moment: what one sees of the other then would
+   * depend on which is faster. */
+  const int64_t apart = g_slot - g_world->slots;
+  const int64_t until = microseconds < 0 ? INT64_MAX : simulated_now() + microseconds + apart;
   g_slot->until_us = until;
   __atomic_store_n(&g_slot->waiting, 1, __ATOMIC_SEQ_CST);
   while (ready == 0) {
