@@ -216,6 +216,11 @@ int __poll_chk(struct pollfd* fds, nfds_t count, int timeout_ms, size_t fds_size
 /* A ppoll of no descriptor. */
 static int pause_until_signal(const struct timespec* timeout, const sigset_t* mask) {
   REAL(ppoll_function, "ppoll")
+  /* One wait to the program: no signal comes between its pieces. */
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  sigprocmask(SIG_SETMASK, &all, &before);
   const bool whole_seconds = timeout->tv_nsec == 0;
   if (whole_seconds) {
     record("sleep", "%lld", (long long)timeout->tv_sec);
@@ -227,6 +232,9 @@ static int pause_until_signal(const struct timespec* timeout, const sigset_t* ma
   do {
     result = real(NULL, 0, &kPause, mask);
   } while (result == 0 && timeout->tv_sec > 0 && is_held());
+  const int error = errno;
+  sigprocmask(SIG_SETMASK, &before, NULL);
+  errno = error;
   return result;
 }
 

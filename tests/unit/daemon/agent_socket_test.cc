@@ -8,6 +8,7 @@
 
 #include <string>
 
+#include "daemon/signals.h"
 #include "tests/unit/daemon/daemon_fixture.h"
 
 namespace {
@@ -94,6 +95,100 @@ TEST_F(SocketProxy, ForksAndReturnsInTheParent) {
   start_socket_proxy();
 }
 
+TEST_F(SocketProxy, WithoutAProcessForItIsAnErrorInTheLog) {
+  CallScript script;
+  script.fork().fails(EAGAIN);
+  start_socket_proxy();
+  EXPECT_EQ(script.logs(),
+            Lines({"3 tvurev: no process for the agent socket: Resource temporarily unavailable. "
+                   "Notifications of host agents are lost until tvurev is started again.\n"}));
+}
+
+TEST_F(SocketProxy, LeavesWithStatus0OnceItsSocketWasReplacedAndKeepsTheRunningFile) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_detaching(script);
+        script.socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0).returns(kListener);
+        script.unlink(kSocketPath);
+        script.bind(kListener, kSocketPath, 32);
+        script.stat(kSocketPath).reports(7);
+        script.listen(kListener, 5);
+        script.popen(kAddresses);
+        script.pclose(kAddresses);
+        script.system(kTouch);
+        script.poll(kListener, POLLIN, 1'000).returns(0);
+        script.stat(kSocketPath).reports(7);
+        script.poll(kListener, POLLIN, 1'000).returns(0);
+        script.stat(kSocketPath).reports(8);
+        run();
+      },
+      ExitedWithCode(0),
+      "6 tvurev: the agent socket is another process's now. This relay leaves.\n");
+}
+
+TEST_F(SocketProxy, ServesItsClientBeforeItLeavesAReplacedSocket) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_detaching(script);
+        script.socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0).returns(kListener);
+        script.unlink(kSocketPath);
+        script.bind(kListener, kSocketPath, 32);
+        script.stat(kSocketPath).reports(7);
+        script.listen(kListener, 5);
+        script.popen(kAddresses);
+        script.pclose(kAddresses);
+        expect_client(script);
+        script.poll(kClient, POLLIN, 1'000).returns(0);
+        script.stat(kStop).fails(ENOENT);
+        script.poll(kClient, POLLIN, 1'000).reports(POLLHUP);
+        script.close(kClient);
+        script.stat(kSocketPath).reports(8);
+        run();
+      },
+      ExitedWithCode(0), "");
+}
+
+TEST_F(SocketProxy, IsPacedWhileReceivingKeepsFailing) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_listening(script);
+        expect_client(script);
+        for (int round = 1; round <= 11; ++round) {
+          script.poll(kClient, POLLIN, 1'000).reports(POLLIN);
+          script.recv(kClient, 4080, 0).fails(EIO);
+          script.stat(kStop).fails(ENOENT);
+          if (round >= 10) {
+            script.sleep(1);
+          }
+        }
+        script.poll(kClient, POLLIN, 1'000).returns(0);
+        expect_stop(script);
+        run();
+      },
+      ExitedWithCode(1),
+      "3 tvurev: receiving from the host agent keeps failing \\(Input/output error\\)");
+}
+
+TEST_F(SocketProxy, EndsBySigtermWithStatus0AndTakesItsRunningFileAlong) {
+  EXPECT_EXIT(
+      {
+        watch_signals();
+        CallScript script;
+        expect_listening(script);
+        expect_client(script);
+        script.poll(kClient, POLLIN, 1'000).raises(SIGTERM);
+        script.stat(kStop).fails(ENOENT);
+        script.message(LOG_INFO, "tvurev: signal 15 ends the agent socket's relay.\n");
+        script.close(kClient);
+        script.unlink(kRunning);
+        run();
+      },
+      ExitedWithCode(0), "");
+}
+
 TEST_F(SocketProxy, EndsWhenThereIsNoSocket) {
   EXPECT_EXIT(
       {
@@ -116,7 +211,10 @@ TEST_F(SocketProxy, EndsWhenItCannotBind) {
         script.close(kListener);
         run();
       },
-      ExitedWithCode(1), "6 reverse_mode socket bind failed.\n");
+      ExitedWithCode(1),
+      "6 reverse_mode socket bind failed.\n+3 tvurev: bind\\(\\) of the agent socket "
+      "/opt/ortdv/sockets/agentx/tvud failed: No such file or directory. Notifications of host "
+      "agents are lost until tvurev is started again.\n");
 }
 
 TEST_F(SocketProxy, EndsWhenItCannotListen) {

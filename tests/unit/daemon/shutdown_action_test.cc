@@ -9,6 +9,7 @@
 
 #include <csignal>
 
+#include "daemon/children.h"
 #include "tests/unit/daemon/daemon_fixture.h"
 
 namespace {
@@ -42,6 +43,17 @@ TEST_F(ShutdownAction, ReapsFinishedTimersOnlyWhenItReplacesTheKeptPid) {
   script.fork().returns(11);
   do_shutdown(1, 30, "fans");
   EXPECT_EQ(shutdown_timer_pid, 11);
+}
+
+TEST_F(ShutdownAction, AProxyThatIsReapedWithTheTimersIsMissed) {
+  socket_proxy_pid = 12;
+  CallScript script;
+  script.waitpid(-1, WNOHANG).returns(12).reports(SIGKILL);
+  script.waitpid(-1, WNOHANG).fails(ECHILD);
+  script.fork().returns(11);
+  do_shutdown(1, 30, "fans");
+  EXPECT_EQ(socket_proxy_pid, 0);
+  EXPECT_EQ(script.logs().size(), 1U);
 }
 
 TEST_F(ShutdownAction, AnAbortKillsTheTimerAndForgetsIt) {
@@ -114,6 +126,22 @@ using ShutdownTimer = ShutdownAction;
 TEST_F(ShutdownTimer, WithDelay7Waits10SecondsAndReboots) {
   EXPECT_EXIT(run_timer(1, 7, 2, "reboot"), ExitedWithCode(0),
               "6 Shutdown timer started.\n+.*1 The host is being rebooted due to fan %n lost.\n");
+}
+
+TEST_F(ShutdownTimer, GivesUpTheChannelThatItInheritedFirst) {
+  EXPECT_EXIT(
+      {
+        bmc_fd = 5;
+        CallScript script;
+        script.waitpid(-1, WNOHANG).fails(ECHILD);
+        script.fork().returns(0);
+        script.close(5);
+        script.setsid().returns(1);
+        script.system("reboot");
+        do_shutdown(1, 0, "fans");
+        _exit(1);
+      },
+      ExitedWithCode(0), "");
 }
 
 TEST_F(ShutdownTimer, WithDelay0ActsAtOnce) {
