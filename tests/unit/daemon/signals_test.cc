@@ -34,6 +34,11 @@ pollfd entry_of(int fd) {
   return {.fd = fd, .events = POLLIN, .revents = 0};
 }
 
+std::string path_variable() {
+  const char* path = getenv("PATH");
+  return path == nullptr ? "unset" : path;
+}
+
 bool is_blocked(int signal) {
   sigset_t mask;
   sigprocmask(SIG_SETMASK, nullptr, &mask);
@@ -174,8 +179,7 @@ TEST_F(Signals, PrepareAProcessWithTheSystemsPathWhereThereIsNone) {
           }
           umask(0);
           prepare_process();
-          exit_with(std::string(getenv("PATH")) == "/sbin:/usr/sbin:/bin:/usr/bin" &&
-                    umask(0) == 022);
+          exit_with(path_variable() == "/sbin:/usr/sbin:/bin:/usr/bin" && umask(0) == 022);
         },
         ExitedWithCode(42), "");
   }
@@ -186,7 +190,7 @@ TEST_F(Signals, PrepareAProcessWithThePathThatItWasGiven) {
       {
         setenv("PATH", "/opt/bin", 1);
         prepare_process();
-        exit_with(std::string(getenv("PATH")) == "/opt/bin");
+        exit_with(path_variable() == "/opt/bin");
       },
       ExitedWithCode(42), "");
 }
