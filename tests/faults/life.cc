@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <ranges>
 
 #include "lab/sim/scenario.h"
 #include "tests/e2e/process.h"
@@ -104,16 +103,18 @@ void bmc_does(Player& player, const std::string& line) {
 // Whether the channel that is open has seen a connect since it was opened.
 bool is_connected(const Host& host) {
   const int channel = host.bmc.session_channel();
-  for (const Happening& seen : std::views::reverse(host.bmc.history)) {
-    if (seen.channel == channel && seen.what == Happening::What::kOpened) {
-      return false;
+  bool connected = false;
+  for (const Happening& seen : host.bmc.history) {
+    if (seen.channel != channel) {
+      continue;
     }
-    if (seen.channel == channel && seen.what == Happening::What::kReceived &&
-        classify(seen.packet) == PacketKind::kConnect) {
-      return true;
+    if (seen.what == Happening::What::kOpened) {
+      connected = false;
+    } else if (seen.what == Happening::What::kReceived) {
+      connected = connected || classify(seen.packet) == PacketKind::kConnect;
     }
   }
-  return false;
+  return connected;
 }
 
 // Connected and at rest: a session that is being closed, with a short pause in
