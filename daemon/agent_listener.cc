@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string_view>
 
 #include "log/log.h"
@@ -30,14 +31,15 @@ struct Identity {
   bool operator==(const Identity&) const = default;
 };
 
-Identity g_bound;
+std::optional<Identity> g_bound;
 
-Identity identity_of_path() {
+// Nothing where nobody can say: a look that fails is no proof of anything.
+std::optional<Identity> identity_of_path() {
   struct stat status = {};
   if (stat(kSocketPath.data(), &status) != 0) {
-    return {};
+    return errno == ENOENT ? std::optional(Identity{}) : std::nullopt;
   }
-  return {.exists = true, .device = status.st_dev, .inode = status.st_ino};
+  return Identity{.exists = true, .device = status.st_dev, .inode = status.st_ino};
 }
 
 // Called right behind the line for debugging, which leaves errno alone.
@@ -85,7 +87,14 @@ int open_listener() {
 }
 
 bool listener_is_reachable() {
-  return identity_of_path() == g_bound;
+  const std::optional<Identity> current = identity_of_path();
+  if (!current) {
+    return true;
+  }
+  if (!g_bound) {
+    g_bound = current;  // it could not be had when the path was bound
+  }
+  return current == g_bound;
 }
 
 int accept_from(int listener) {

@@ -102,7 +102,11 @@ void wait_for_client(int listener) {
 // Exits the process on failure.
 int accept_client(int listener) {
   DaemonDebug(" main TVUD reverse_mode loop\n");
-  create_running_file();
+  if (!create_running_file()) {
+    Log(LOG_ERR,
+        "tvurev: %s could not be made. Host agents that look for it send no notifications.\n",
+        g_running_file);
+  }
   numfds = 0;
   DaemonDebug(" reverse mode:  Waiting for a connection with forward mode ORT...\n");
   wait_for_client(listener);

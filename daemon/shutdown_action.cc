@@ -5,8 +5,10 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 
 #include "bmc/channel.h"
 #include "daemon/children.h"
@@ -38,6 +40,17 @@ void sleep_all(unsigned seconds) {
   }
 }
 
+// A shell that a signal ended may have been ended by the shutdown itself.
+void report_refusal(int status) {
+  if (status == -1) {
+    Log(LOG_ERR, "tvurev: no shell for the shutdown command: %s. The host runs on.\n",
+        strerror(errno));
+  } else if (WIFEXITED(status) && WEXITSTATUS(status) != 0) {
+    Log(LOG_ERR, "tvurev: the shutdown command ended with status %d. The host may run on.\n",
+        WEXITSTATUS(status));
+  }
+}
+
 // Gives the channel up first, which would be taken for as long as the delay
 // lasts. A session of its own, so that what ends the daemon's does not end the timer.
 [[noreturn]] void run_timer(uint32_t action, int32_t delay_seconds, const char* reason) {
@@ -59,6 +72,7 @@ void sleep_all(unsigned seconds) {
     status = system("poweroff");
   }
   DaemonDebug("do_shutdown: system command returns [%d]\n", status);
+  report_refusal(status);
   exit(0);
 }
 
@@ -69,6 +83,10 @@ int do_shutdown(uint32_t action, int32_t delay_seconds, const char* reason) {
   const pid_t pid = fork();
   if (pid == 0) {
     run_timer(action, delay_seconds, reason);
+  }
+  if (pid == -1) {
+    Log(LOG_ERR, "tvurev: no process for the shutdown timer: %s. The host runs on.\n",
+        strerror(errno));
   }
   // The number of an earlier timer is lost with this, and with it the abort of
   // that timer (docs/oddities.md: first-of-two-timers).

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string_view>
 
 #include "base/file.h"
@@ -124,9 +125,7 @@ void require_usable_target() {
   }
 }
 
-}  // namespace
-
-int snmpEnabled() {
+int read_settings() {
   DaemonDebug("snmpEnabled() start\n");
   snmp_enabled_flag = 0;
   Reading reading;  // outlives the stream
@@ -153,4 +152,17 @@ int snmpEnabled() {
   require_usable_target();
   snmp_enabled_flag = 1;
   return 1;
+}
+
+}  // namespace
+
+int snmpEnabled() {
+  try {
+    return read_settings();
+  } catch (const std::bad_alloc&) {
+    Log(LOG_ERR, "snmpEnabled(): %s: out of memory. Start again.\n", kConfigFile);
+    trap_destinations.clear();
+    trap_communities.clear();
+    return 0;
+  }
 }

@@ -232,6 +232,46 @@ TEST_F(SocketProxy, EndsWhenItCannotListen) {
       ExitedWithCode(1), "6 reverse_mode socket listen failed.\n");
 }
 
+TEST_F(SocketProxy, SaysThatTheRunningFileCouldNotBeMade) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_listening(script);
+        script.system(kTouch).fails(EAGAIN);
+        expect_ready_listener(script);
+        script.accept4(kListener, 110, SOCK_CLOEXEC).fails(EMFILE);
+        script.close(kListener);
+        run();
+      },
+      ExitedWithCode(1),
+      "3 tvurev: /opt/ortdv/tmp/tvurevrunning.text could not be made. Host agents that look for "
+      "it send no notifications.\n");
+}
+
+TEST_F(SocketProxy, TakesAFailingLookAtItsPathForNoProofThatItWasReplaced) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_detaching(script);
+        script.socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0).returns(kListener);
+        script.unlink(kSocketPath).fails(ENOENT);
+        script.bind(kListener, kSocketPath, 32);
+        script.stat(kSocketPath).fails(EIO);
+        script.listen(kListener, 5);
+        script.popen(kAddresses).prints("title\nrule\nvmk0 192.0.2.1\n");
+        script.pclose(kAddresses);
+        script.system(kTouch);
+        script.poll(kListener, POLLIN, 1'000).returns(0);
+        script.stat(kSocketPath).reports(4711);
+        script.poll(kListener, POLLIN, 1'000).returns(0);
+        script.stat(kSocketPath).fails(EIO);
+        script.poll(kListener, POLLIN, 1'000).returns(0);
+        script.stat(kSocketPath).reports(4712);
+        run();
+      },
+      ExitedWithCode(0), "6 tvurev: the agent socket is another process's now.");
+}
+
 TEST_F(SocketProxy, EndsWhenAcceptFails) {
   EXPECT_EXIT(
       {

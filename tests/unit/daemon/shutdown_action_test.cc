@@ -33,6 +33,8 @@ TEST_F(ShutdownAction, KeepsTheResultOfAFailedForkUnchecked) {
   script.fork().fails(EAGAIN);
   EXPECT_EQ(do_shutdown(1, 30, "fans"), 0);
   EXPECT_EQ(shutdown_timer_pid, -1);
+  EXPECT_EQ(script.logs(), Lines({"3 tvurev: no process for the shutdown timer: Resource "
+                                  "temporarily unavailable. The host runs on.\n"}));
 }
 
 TEST_F(ShutdownAction, ReapsFinishedTimersOnlyWhenItReplacesTheKeptPid) {
@@ -107,7 +109,8 @@ TEST_F(ShutdownAction, AnAbortWithoutATimerOnlyLogs) {
 
 // Runs the timer's side of do_shutdown: fork returns 0 and a session is made,
 // which is logged, then come the given number of 5-second steps and the command.
-[[noreturn]] void run_timer(uint32_t action, int32_t delay, int steps, const char* command) {
+[[noreturn]] void run_timer(uint32_t action, int32_t delay, int steps, const char* command,
+                            int status = 0) {
   CallScript script;
   script.waitpid(-1, WNOHANG).fails(ECHILD);
   script.fork().returns(0);
@@ -116,7 +119,7 @@ TEST_F(ShutdownAction, AnAbortWithoutATimerOnlyLogs) {
   if (steps > 0) {
     script.sleep(5).returns(0).times(steps);
   }
-  script.system(command).returns(0);
+  script.system(command).returns(status);
   do_shutdown(action, delay, "fan %n lost");
   _exit(1);
 }
@@ -165,6 +168,13 @@ TEST_F(ShutdownTimer, LogsTheCommandsStatusForDebugging) {
   g_daemon_debug_flag = 1;
   EXPECT_EXIT(run_timer(0, 0, 0, "poweroff"), ExitedWithCode(0),
               "6 do_shutdown: system command returns \\[0\\]\n");
+}
+
+TEST_F(ShutdownTimer, SaysWhenTheCommandFailed) {
+  EXPECT_EXIT(run_timer(0, 0, 0, "poweroff", 127 << 8), ExitedWithCode(0),
+              "3 tvurev: the shutdown command ended with status 127. The host may run on.\n");
+  EXPECT_EXIT(run_timer(0, 0, 0, "poweroff", -1), ExitedWithCode(0),
+              "3 tvurev: no shell for the shutdown command: .*The host runs on.\n");
 }
 
 }  // namespace
