@@ -208,8 +208,14 @@ int __wrap_poll(pollfd* fds, nfds_t count, int timeout_ms) {
   return host == nullptr ? __real_poll(fds, count, timeout_ms) : fake_poll(*host, *fds);
 }
 
+// Without entries it is a pause.
 int __wrap_ppoll(pollfd* fds, nfds_t count, const timespec* timeout, const sigset_t* mask) {
-  FakeHost* const host = host_of(fds->fd);
+  if (FakeHost* const pausing = FakeHost::active(); count == 0 && pausing != nullptr) {
+    pausing->tell("pause " + std::to_string(timeout->tv_sec) + " s " +
+                  std::to_string(timeout->tv_nsec) + " ns");
+    return 0;
+  }
+  FakeHost* const host = count == 0 ? nullptr : host_of(fds->fd);
   return host == nullptr ? __real_ppoll(fds, count, timeout, mask) : fake_poll(*host, *fds);
 }
 
