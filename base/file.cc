@@ -22,5 +22,10 @@ bool exists(const char* path) {
 
 bool belongs_to_root(const char* path) {
   struct stat status = {};
-  return stat(path, &status) == 0 && status.st_uid == 0;
+  // The link first: in a folder that all may write to, anyone could lay one to a
+  // file of root's.
+  if (lstat(path, &status) != 0 || status.st_uid != 0) {
+    return false;
+  }
+  return !S_ISLNK(status.st_mode) || (stat(path, &status) == 0 && status.st_uid == 0);
 }

@@ -40,7 +40,8 @@ bool read_line(FILE* file, std::array<char, Size>& line) {
 // Whether something is there, of whatever kind, behind a link too.
 bool exists(const char* path);
 
-// Whether something is there and belongs to root (uid 0).
+// Whether something is there and belongs to root (uid 0); where it is a link, the
+// link itself and what it leads to.
 bool belongs_to_root(const char* path);
 
 #endif  // TVUREV_BASE_FILE_H_

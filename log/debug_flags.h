@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The debug switches: four process-wide flags that marker files under /tmp turn
 // on. They are read once at start-up; child processes inherit them. A marker
-// file counts only when root owns it, so that a local user cannot make the
-// daemon talkative.
+// file counts only when root owns it, and the link where it is one, so that a local
+// user cannot make the daemon talkative.
 #ifndef TVUREV_LOG_DEBUG_FLAGS_H_
 #define TVUREV_LOG_DEBUG_FLAGS_H_
 

@@ -17,6 +17,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "base/clock.h"
 #include "base/descriptor.h"
 
 namespace {
@@ -110,15 +111,9 @@ int connect_to_daemon(int fd) {
   return connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
 }
 
-int64_t now_ms() {
-  timespec now = {};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return int64_t{now.tv_sec} * 1'000 + now.tv_nsec / 1'000'000;
-}
-
 // Waits for room in the daemon's queue, at most until the deadline.
 bool wait_for_room(int fd, int64_t deadline) {
-  const int64_t left = deadline - now_ms();
+  const int64_t left = deadline - monotonic_ms();
   if (left <= 0) {
     return false;
   }
@@ -138,7 +133,7 @@ Fate send_datagram(std::string_view bytes, bool patient) {
       return Fate::kNoDaemon;  // it went away just now
     }
     if (deadline == 0) {
-      deadline = now_ms() + kPatienceMs;
+      deadline = monotonic_ms() + kPatienceMs;
     }
     if (!patient || !wait_for_room(fd.get(), deadline)) {
       return Fate::kQueueFull;

@@ -2,6 +2,7 @@
 #include "log/message.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstring>
 
@@ -35,4 +36,23 @@ std::string_view expand_message(std::string_view message, int error, ExpandedMes
     message.remove_prefix(taken);
   }
   return {expanded.data(), length};
+}
+
+const char* escape_controls(std::string_view message, Message& printable) {
+  constexpr std::string_view kDigits = "0123456789abcdef";
+  size_t length = 0;
+  for (size_t i = 0; i < message.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(message[i]);
+    const bool ends_line = byte == '\n' && i + 1 == message.size();
+    const bool control = (byte < 0x20 || byte == 0x7F) && !ends_line;
+    const std::array<char, 4> group = {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 0xF]};
+    const std::string_view piece =
+        control ? std::string_view(group.data(), group.size()) : message.substr(i, 1);
+    if (length + piece.size() >= printable.size()) {
+      break;
+    }
+    length += piece.copy(printable.data() + length, piece.size());
+  }
+  printable[length] = '\0';
+  return printable.data();
 }

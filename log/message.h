@@ -31,4 +31,10 @@ using ExpandedMessage = std::array<char, size_t{16} * 1024>;
 // nothing to expand, else what was written to expanded.
 std::string_view expand_message(std::string_view message, int error, ExpandedMessage& expanded);
 
+// Writes the message to printable with each control character as a backslash and
+// two hexadecimal digits ("\x1b"), so that text from outside can neither forge a
+// line nor steer a terminal; a line end that ends the message stays. Cut to what
+// printable holds, never within such a group. Returns the terminated text.
+const char* escape_controls(std::string_view message, Message& printable);
+
 #endif  // TVUREV_LOG_MESSAGE_H_

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "trap/agentx.h"
 
-#include <syslog.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -11,6 +9,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "log/complaints.h"
 #include "log/debug_flags.h"
 #include "log/log.h"
 #include "wire/agentx.h"
@@ -29,6 +28,10 @@ constexpr const char* kResetMark = "6061";
 
 // Bindings that one block of memory has room for: as many as a trap can carry.
 constexpr size_t kUsualBindings = 25;
+
+Complaint g_past_the_end = {.about = "send_trap_to_host(): bindings past a notification's end"};
+Complaint g_no_length = {.about = "send_trap_to_host(): unknown types without a length"};
+Complaint g_first_piece = {.about = "send_trap_to_host(): first pieces of notifications"};
 
 using PacketCopy = std::array<uint8_t, agentx::kNotificationMax>;
 
@@ -70,10 +73,10 @@ bool fits(const Binding& binding, size_t length) {
   if (length <= binding.bytes.size()) {
     return true;
   }
-  Log(LOG_ERR,
-      "send_trap_to_host(): vb[%d] type [%d] of %zu bytes passes the end of the notification. "
-      "It and the rest are dropped.\n",
-      binding.index, binding.type, length);
+  complain(g_past_the_end,
+           "send_trap_to_host(): vb[%d] type [%d] of %zu bytes passes the end of the "
+           "notification. It and the rest are dropped.\n",
+           binding.index, binding.type, length);
   return false;
 }
 
@@ -228,10 +231,10 @@ size_t decode_binding(Notification& notification, const Binding& binding, size_t
   // Advancing by the binding before is a guess (docs/oddities.md:
   // unknown-type-advances); without one the walk would never end.
   if (previous_length == 0) {
-    Log(LOG_ERR,
-        "send_trap_to_host(): vb[%d] has the unknown type [%d] and no length. "
-        "It and the rest are dropped.\n",
-        binding.index, binding.type);
+    complain(g_no_length,
+             "send_trap_to_host(): vb[%d] has the unknown type [%d] and no length. "
+             "It and the rest are dropped.\n",
+             binding.index, binding.type);
   }
   return previous_length;
 }
@@ -289,10 +292,10 @@ Notification decode_notification(std::span<const uint8_t> packet) {
   const uint32_t payload_length = get_u32(copy, agentx::header::kPayloadLength);
   // An empty payload_length may stand in the shortest of packets: nothing is missing.
   if (agentx::header::kSize + uint64_t{payload_length} > packet.size() && payload_length > 0) {
-    Log(LOG_ERR,
-        "send_trap_to_host(): notification of %zu bytes states %u bytes of bindings. "
-        "What is missing reads as zero.\n",
-        packet.size(), payload_length);
+    complain(g_first_piece,
+             "send_trap_to_host(): %zu bytes are only the first piece of a notification that "
+             "states %u bytes of bindings. What is missing reads as zero.\n",
+             packet.size(), payload_length);
   }
   Notification notification;
   walk_bindings(notification, copy);

@@ -27,8 +27,9 @@ struct Notification {
 // The walk over the bindings is bounded by the PDU's payload_length and runs on
 // a zero-padded 4096-byte copy: what lies behind the packet's end reads as zero.
 // A binding that would leave the copy ends the walk, as does one of unknown type
-// with no earlier one to take its length from. Both, and a payload_length beyond
-// the packet's end, are logged at priority 3; what was decoded before stands.
+// with no earlier one to take its length from. Both, and a packet that is only the
+// first piece of what its payload_length states, are logged at priority 3; what was
+// decoded before stands.
 //
 // As receivers have seen it since the first release: Counter32 and Gauge32 become
 // INTEGER (docs/oddities.md: counters-as-integer), Opaque becomes OCTET STRING

@@ -3,6 +3,7 @@
 
 #include <syslog.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -11,6 +12,7 @@
 #include "base/file.h"
 #include "base/text.h"
 #include "log/log.h"
+#include "trap/receiver_address.h"
 
 std::vector<std::string> trap_destinations;
 std::vector<std::string> trap_communities;
@@ -93,6 +95,19 @@ void load_targets(std::string_view targets) {
   }
 }
 
+// Said now: the first trap may be lost years from now.
+void require_usable_target() {
+  const bool usable =
+      std::any_of(trap_destinations.begin(), trap_destinations.end(),
+                  [](const std::string& text) { return is_usable_receiver(text.c_str()); });
+  if (!usable) {
+    Log(LOG_ERR,
+        "snmpEnabled(): %s names no usable trap target: no trap will reach anyone. Mend the file "
+        "and start again.\n",
+        kConfigFile);
+  }
+}
+
 }  // namespace
 
 int snmpEnabled() {
@@ -103,7 +118,7 @@ int snmpEnabled() {
     return 0;
   }
   trap_target_count = 0;
-  if (!enabled_in(file.get())) {
+  if (!enabled_in(file.get()) || ferror(file.get()) != 0) {
     return 0;
   }
   rewind(file.get());
@@ -113,6 +128,10 @@ int snmpEnabled() {
     require_fits(targets, kTargetsMax, "a targets text");
     load_targets(targets);
   }
+  if (ferror(file.get()) != 0) {
+    return 0;
+  }
+  require_usable_target();
   snmp_enabled_flag = 1;
   return 1;
 }

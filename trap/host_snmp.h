@@ -19,8 +19,10 @@ extern int32_t snmp_enabled_flag;
 extern int32_t trap_target_count;  // targets seen in this reading, the dropped ones too
 
 // Reads the configuration. Returns 1, and loads the first destinations, when
-// a line holds "<enable>true"; 0 when none does or the file cannot be read.
-// snmp_enabled_flag gets the same value. A second call appends to the lists.
+// a line holds "<enable>true"; 0 when none does or the file cannot be read, from
+// its start to its end. snmp_enabled_flag gets the same value. A second call
+// appends to the lists. Logs at priority 3 when the agent is enabled but no
+// receiver is one that traps may ever reach.
 //
 // Ends the process (abort, after a log line at priority 3) on a targets text of
 // 2,048 characters or more, a destination of more than 32 or a community of

@@ -6,12 +6,17 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <utility>
 
+#include "base/text.h"
+#include "log/complaints.h"
 #include "log/log.h"
 #include "trap/host_address.h"
 #include "trap/host_snmp.h"
+#include "trap/receiver_address.h"
 
 namespace {
 
@@ -59,7 +64,7 @@ Pdu build_pdu(const Oid& notify_id, uint32_t timestamp, std::vector<Vb> vbs) {
 // An invalid address makes the target invalid, so that no earlier destination
 // is left in it.
 void set_address(CTarget& target, const char* destination) {
-  GenAddress address(destination);
+  GenAddress address = receiver_address(destination);
   if (address.valid()) {
     target.set_address(address);
   } else {
@@ -67,6 +72,25 @@ void set_address(CTarget& target, const char* destination) {
     target.set_address(none);
   }
 }
+
+using Reason = std::array<char, 256>;
+
+// error is errno of a failed send, 0 where there was none.
+Reason why_not_sent(int status, int error, bool has_address, const char* destination) {
+  Reason reason = {};
+  if (!has_address) {
+    snprintf(reason.data(), reason.size(), "%s (%s)", Snmp::error_msg(status),
+             receiver_fault(destination).data());
+  } else if (error != 0) {
+    snprintf(reason.data(), reason.size(), "%s (%s)", Snmp::error_msg(status), strerror(error));
+  } else {
+    copy_text(reason, Snmp::error_msg(status));
+  }
+  return reason;
+}
+
+Complaint g_no_identity = {.about = "tvurev: notifications without a valid trap OID"};
+Complaint g_not_sent = {.about = "tvurev: traps that were not sent"};
 
 }  // namespace
 
@@ -78,8 +102,8 @@ int send_traps(const OidText& trapOid, uint32_t timestamp, std::vector<Snmp_pp::
   // After the empty list, whose line comes for every notification.
   const Oid notify_id(trapOid.data());
   if (!notify_id.valid()) {
-    Log(LOG_ERR, "tvurev: notification without a valid trap OID [%s]: no trap sent\n",
-        trapOid.data());
+    complain(g_no_identity, "tvurev: notification without a valid trap OID [%s]: no trap sent\n",
+             trapOid.data());
     return 1;
   }
   Pdu pdu = build_pdu(notify_id, timestamp, std::move(vbs));
@@ -103,9 +127,11 @@ void send_one_trap(Snmp_pp::Pdu& pdu, Snmp_pp::CTarget& target, const char* dest
     return;
   }
   Log(LOG_INFO, "tvurev: Sending trap [%s] to dest [%s] ...\n", trapOid.data(), destination);
+  errno = 0;
   const int result = session.trap(pdu, target);
   if (result != SNMP_CLASS_SUCCESS) {
-    Log(LOG_ERR, "tvurev: Trap [%s] to dest [%s] was not sent: %s\n", trapOid.data(), destination,
-        Snmp::error_msg(result));
+    const Reason reason = why_not_sent(result, errno, target.valid(), destination);
+    complain(g_not_sent, "tvurev: Trap [%s] to dest [%s] was not sent: %s\n", trapOid.data(),
+             destination, reason.data());
   }
 }

@@ -10,12 +10,17 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "log/complaints.h"
 #include "tests/support/call_text.h"
 #include "tests/support/wrapped_calls.h"
 
 namespace {
 
 CallScript* g_active = nullptr;
+
+// Of the clock that only goes forward. Never 0: an hour after the machine's start.
+constexpr int64_t kHourMs = 3'600'000;
+int64_t g_monotonic_ms = 0;
 
 // A loop that never ends without the right answers must not hang the tests.
 constexpr int kUnexpectedCallsMax = 1000;
@@ -25,6 +30,7 @@ struct Cookie {
   std::vector<uint8_t> content;
   size_t position;
   std::string* written;
+  std::optional<BrokenRead> broken;
 };
 
 ssize_t read_cookie(void* cookie, char* buffer, size_t size) {
@@ -33,6 +39,10 @@ ssize_t read_cookie(void* cookie, char* buffer, size_t size) {
   std::copy_n(stream->content.begin() + static_cast<std::ptrdiff_t>(stream->position), count,
               buffer);
   stream->position += count;
+  if (count == 0 && stream->broken.has_value() && stream->broken->whole_reads-- == 0) {
+    errno = stream->broken->error;
+    return -1;
+  }
   return static_cast<ssize_t>(count);
 }
 
@@ -93,6 +103,10 @@ CallStep& CallStep::reports(int value) {
   return *this;
 }
 
+CallStep& CallStep::breaks_off(int error, int whole_reads) {
+  broken_read_ = {.error = error, .whole_reads = whole_reads};
+  return *this;
+}
 CallStep& CallStep::times(int count) {
   times_ = count;
   return *this;
@@ -116,6 +130,12 @@ CallScript::CallScript() : current_("") {
     ADD_FAILURE() << "a second CallScript while another one lives";
   }
   g_active = this;
+  g_monotonic_ms += kHourMs;
+  // What earlier tests had held back is no line of this one.
+  say_held_complaints();
+  logs_.clear();
+  log_calls_.clear();
+  timeline_.clear();
 }
 
 CallScript::~CallScript() {
@@ -232,6 +252,20 @@ void CallScript::file(std::string_view path, uid_t uid) {
 void CallScript::no_file(std::string_view path) {
   files_.erase(std::string(path));
 }
+void CallScript::link(std::string_view path, uid_t uid) {
+  links_.insert_or_assign(std::string(path), uid);
+}
+std::optional<uid_t> CallScript::link_owner(const char* path) const {
+  const auto entry = links_.find(path);
+  return entry == links_.end() ? std::nullopt : std::optional<uid_t>(entry->second);
+}
+
+void CallScript::pass_ms(int64_t ms) {
+  g_monotonic_ms += ms;
+}
+int64_t CallScript::monotonic_ms() const {
+  return g_monotonic_ms;
+}
 
 std::string CallScript::written_to(std::string_view path) const {
   std::string text;
@@ -292,7 +326,7 @@ FILE* CallScript::meet_stream(const std::string& call, std::string_view name) {
     return nullptr;
   }
   const auto written = written_.emplace(name, "");
-  auto* cookie = new Cookie{step.bytes(), 0, &written->second};
+  auto* cookie = new Cookie{step.bytes(), 0, &written->second, step.broken_read()};
   FILE* stream = fopencookie(
       cookie, "r+",
       {.read = read_cookie, .write = write_cookie, .seek = seek_cookie, .close = close_cookie});

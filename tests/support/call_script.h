@@ -46,6 +46,12 @@ using Lines = std::vector<std::string>;
 // at its end.
 inline constexpr int kBrokenScriptStatus = 97;
 
+// How reading a file comes to fail.
+struct BrokenRead {
+  int error;
+  int whole_reads;
+};
+
 // One expected call, as text, and what it answers. Without further words it
 // succeeds: write returns the length it was given, everything else 0.
 class CallStep {
@@ -65,6 +71,9 @@ class CallStep {
   // What poll puts into revents as far as it was asked for (and 1 as its
   // result), or waitpid into status.
   CallStep& reports(int value);
+  // Reading behind the last byte of the file fails with this errno, after it was
+  // read to its end so many times.
+  CallStep& breaks_off(int error, int whole_reads = 0);
   CallStep& times(int count);
 
   // For the wrapped functions.
@@ -76,6 +85,7 @@ class CallStep {
   // Copies as many bytes as fit, and returns their number.
   size_t fill(void* buffer, size_t size) const;
   int reported() const { return reported_; }
+  const std::optional<BrokenRead>& broken_read() const { return broken_read_; }
   // Counts one call; true when it was the last one.
   bool used_up() { return --times_ == 0; }
   int times_left() const { return times_; }
@@ -87,6 +97,7 @@ class CallStep {
   bool failing_ = false;
   std::vector<uint8_t> bytes_;
   int reported_ = 0;
+  std::optional<BrokenRead> broken_read_;
   int times_ = 1;
 };
 
@@ -133,6 +144,8 @@ class CallScript {
   // Pretends that path exists and belongs to uid, or does not exist.
   void file(std::string_view path, uid_t uid = 0);
   void no_file(std::string_view path);
+  // Pretends that path is a link of uid's; file() says what it leads to.
+  void link(std::string_view path, uid_t uid);
   // Every path that stat looked for, in order.
   const Lines& stats() const { return stats_; }
 
@@ -146,6 +159,10 @@ class CallScript {
 
   // What gettimeofday says from here on.
   void set_time(long seconds, long microseconds) { time_ = {{seconds, microseconds}}; }
+
+  // Lets this pass on the clock that only goes forward. It stands still otherwise,
+  // and each script begins an hour after the one before.
+  void pass_ms(int64_t ms);
 
   // The messages, in order: "6 text".
   const Lines& logs() const { return logs_; }
@@ -173,6 +190,8 @@ class CallScript {
   // The name under which a stream was opened.
   std::string close_stream(FILE* stream);
   std::optional<uid_t> meet_stat(const char* path, const CallStep** step);
+  std::optional<uid_t> link_owner(const char* path) const;
+  int64_t monotonic_ms() const;
   void meet_wait(std::string_view function, unsigned length);
   void note_poll(int timeout_ms);
   const CallStep& meet_write(int fd, std::span<const uint8_t> bytes);
@@ -198,6 +217,7 @@ class CallScript {
   int callocs_until_failure_ = 0;
   std::optional<std::pair<long, long>> time_;
   std::map<std::string, uid_t, std::less<>> files_;
+  std::map<std::string, uid_t, std::less<>> links_;
   std::map<FILE*, std::string> streams_;
   std::multimap<std::string, std::string, std::less<>> written_;
   std::vector<std::vector<uint8_t>> writes_;

@@ -123,6 +123,22 @@ int wrapped_stat(const char* path, struct stat* status) {
   return 0;
 }
 
+// A path that is no link answers as stat does.
+int wrapped_lstat(const char* path, struct stat* status) {
+  CallScript* script = CallScript::active();
+  if (script == nullptr) {
+    return __real_lstat(path, status);
+  }
+  const std::optional<uid_t> owner = script->link_owner(path);
+  if (!owner.has_value()) {
+    return wrapped_stat(path, status);
+  }
+  *status = {};
+  status->st_mode = S_IFLNK | 0777;
+  status->st_uid = *owner;
+  return 0;
+}
+
 }  // namespace
 
 // The log client, by the name that it is linked under.
@@ -170,6 +186,9 @@ unsigned __wrap_sleep(unsigned seconds);
 int __wrap_socket(int domain, int type, int protocol);
 int __wrap_stat(const char* path, struct stat* status);
 int __wrap_stat64(const char* path, struct stat* status);
+int __wrap_lstat(const char* path, struct stat* status);
+int __wrap_lstat64(const char* path, struct stat* status);
+int __wrap_clock_gettime(clockid_t clock, timespec* now);
 int __wrap_system(const char* command);
 int __wrap_unlink(const char* path);
 int __wrap_usleep(useconds_t microseconds);
@@ -280,6 +299,12 @@ int __wrap_stat(const char* path, struct stat* status) {
 }
 int __wrap_stat64(const char* path, struct stat* status) {
   return wrapped_stat(path, status);
+}
+int __wrap_lstat(const char* path, struct stat* status) {
+  return wrapped_lstat(path, status);
+}
+int __wrap_lstat64(const char* path, struct stat* status) {
+  return wrapped_lstat(path, status);
 }
 
 int __wrap_unlink(const char* path) {
@@ -424,6 +449,18 @@ ssize_t __wrap_sendto(int fd, const void* bytes, size_t length, int flags, const
   script->note_datagram({static_cast<const uint8_t*>(bytes), length});
   return script->meet(call_text("sendto", fd, quoted(address_text(address, address_length))))
       .answer(static_cast<long>(length));
+}
+
+// The time.
+
+int __wrap_clock_gettime(clockid_t clock, timespec* now) {
+  const CallScript* script = CallScript::active();
+  if (script == nullptr || clock != CLOCK_MONOTONIC) {
+    return __real_clock_gettime(clock, now);
+  }
+  *now = {.tv_sec = script->monotonic_ms() / 1'000,
+          .tv_nsec = script->monotonic_ms() % 1'000 * 1'000'000};
+  return 0;
 }
 
 // The system log.

@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <ctime>
 #include <string_view>
 
 #include "log/log_client.h"
@@ -21,6 +22,7 @@ extern "C" {
 int __real_accept(int fd, sockaddr* address, socklen_t* length);
 int __real_bind(int fd, const sockaddr* address, socklen_t length);
 void* __real_calloc(size_t count, size_t size);
+int __real_clock_gettime(clockid_t clock, timespec* now);
 int __real_close(int fd);
 int __real_close_range(unsigned first, unsigned last, int flags);
 [[noreturn]] void __real_exit(int status);
@@ -33,6 +35,7 @@ int __real_gettimeofday(timeval* now, void* zone);
 int __real_ioctl(int fd, unsigned long request, ...);
 int __real_kill(pid_t pid, int signal);
 int __real_listen(int fd, int backlog);
+int __real_lstat(const char* path, struct stat* status);
 int __real_mkdir(const char* path, mode_t mode);
 int __real_open(const char* path, int flags, ...);
 int __real_pclose(FILE* stream);

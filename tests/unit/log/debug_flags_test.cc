@@ -82,6 +82,37 @@ TEST_P(DaemonMarkerFile, OfAnotherUserIsNoSwitch) {
   EXPECT_EQ(g_daemon_debug_flag + g_chif_dump_flag + g_agentx_dump_flag, 0);
 }
 
+TEST_P(DaemonMarkerFile, ThatAnotherUserLinkedToAFileOfRootIsNoSwitch) {
+  CallScript script;
+  script.link(GetParam().path, 1000);
+  script.file(GetParam().path);
+  InitDaemonDebugFlags();
+  EXPECT_EQ(g_daemon_debug_flag + g_chif_dump_flag + g_agentx_dump_flag, 0);
+}
+
+TEST_P(DaemonMarkerFile, OfAnotherUserBehindALinkOfRootIsNoSwitch) {
+  CallScript script;
+  script.link(GetParam().path, 0);
+  script.file(GetParam().path, 1000);
+  InitDaemonDebugFlags();
+  EXPECT_EQ(g_daemon_debug_flag + g_chif_dump_flag + g_agentx_dump_flag, 0);
+}
+
+TEST_P(DaemonMarkerFile, OfRootBehindALinkOfRootSetsItsFlag) {
+  CallScript script;
+  script.link(GetParam().path, 0);
+  script.file(GetParam().path);
+  InitDaemonDebugFlags();
+  EXPECT_EQ(g_daemon_debug_flag + g_chif_dump_flag + g_agentx_dump_flag, 1);
+}
+
+TEST_P(DaemonMarkerFile, ThatADanglingLinkOfRootNamesIsNoSwitch) {
+  CallScript script;
+  script.link(GetParam().path, 0);
+  InitDaemonDebugFlags();
+  EXPECT_EQ(g_daemon_debug_flag + g_chif_dump_flag + g_agentx_dump_flag, 0);
+}
+
 INSTANTIATE_TEST_SUITE_P(Files, DaemonMarkerFile,
                          testing::Values(MarkerFile{"/tmp/tvud.text", 1, 0, 0},
                                          MarkerFile{"/tmp/chif.text", 0, 1, 0},

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -63,6 +64,27 @@ TEST(MessageExpansion, HoldsAMessageOfNothingButErrno) {
   }
   ExpandedMessage expanded;
   EXPECT_EQ(expand_message(message, EILSEQ, expanded), expected);
+}
+
+std::string escaped(std::string_view message) {
+  Message printable;
+  return escape_controls(message, printable);
+}
+
+TEST(EscapedMessage, KeepsWhatCanBePrintedAndItsLineEnd) {
+  EXPECT_EQ(escaped("plain \\ % ~ \xc3\xa9\n"), "plain \\ % ~ \xc3\xa9\n");
+  EXPECT_EQ(escaped(""), "");
+}
+
+TEST(EscapedMessage, ShowsEveryOtherControlCharacter) {
+  EXPECT_EQ(escaped("\x01\t\x1f\x7f\n\r\n"), "\\x01\\x09\\x1f\\x7f\\x0a\\x0d\n");
+  EXPECT_EQ(escaped({"a\0b", 3}), "a\\x00b");
+}
+
+TEST(EscapedMessage, IsCutBetweenGroups) {
+  EXPECT_EQ(escaped(std::string(511, 'x')), std::string(511, 'x'));
+  EXPECT_EQ(escaped(std::string(508, 'x') + "\x1b"), std::string(508, 'x'));
+  EXPECT_EQ(escaped(std::string(507, 'x') + "\x1b"), std::string(507, 'x') + "\\x1b");
 }
 
 }  // namespace

@@ -91,8 +91,61 @@ TEST_F(HostSnmp, ReadsLinesInPiecesOf4095Characters) {
 
 TEST_F(HostSnmp, WritesItsStartDown) {
   g_daemon_debug_flag = 1;
-  read("<enable>true");
+  read("<enable>true <targets>192.0.2.7@162 public</targets>");
   EXPECT_EQ(script.logs(), Lines({"6 snmpEnabled() start\n"}));
+}
+
+TEST_F(HostSnmp, IsDisabledWhenReadingBreaksOffBeforeTheEnd) {
+  snmp_enabled_flag = 1;
+  script.fopen(kFile, "re").prints("<enable>true\n").breaks_off(EIO);
+  EXPECT_EQ(snmpEnabled(), 0);
+  EXPECT_EQ(snmp_enabled_flag, 0);
+}
+
+TEST_F(HostSnmp, IsDisabledWhenReadingTheTargetsBreaksOff) {
+  snmp_enabled_flag = 1;
+  script.fopen(kFile, "re")
+      .prints("<enable>true\n<targets>192.0.2.7@162 public</targets>\n")
+      .breaks_off(EIO, 1);
+  EXPECT_EQ(snmpEnabled(), 0);
+  EXPECT_EQ(snmp_enabled_flag, 0);
+  EXPECT_EQ(script.logs(), Lines());
+}
+
+// Usable targets.
+
+constexpr const char* kNoUsableTarget =
+    "3 snmpEnabled(): /etc/vmware/snmp.xml names no usable trap target: no trap will reach anyone. "
+    "Mend the file and start again.\n";
+
+class UnusableTargets : public HostSnmp, public testing::WithParamInterface<const char*> {};
+
+TEST_P(UnusableTargets, AreReportedAtTheStart) {
+  read_targets(GetParam());
+  EXPECT_EQ(script.logs(), Lines({kNoUsableTarget}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Lines, UnusableTargets,
+                         testing::Values("", "<targets></targets>", "<targets>a@162</targets>",
+                                         "<targets>2001:db8::7@162 public</targets>",
+                                         "<targets>300.1.1.1@162 a;%n@162 b;@162 c</targets>"));
+
+class UsableTargets : public HostSnmp, public testing::WithParamInterface<const char*> {};
+
+TEST_P(UsableTargets, AreNoMatterForTheLog) {
+  read_targets(GetParam());
+  EXPECT_EQ(script.logs(), Lines());
+}
+
+// A name may resolve by the time of the first trap.
+INSTANTIATE_TEST_SUITE_P(Lines, UsableTargets,
+                         testing::Values("<targets>192.0.2.7@162 public</targets>",
+                                         "<targets>collector.example@162 public</targets>",
+                                         "<targets>::1@162 a;%n@162 b; 192.0.2.7@1 c</targets>"));
+
+TEST_F(HostSnmp, SaysNothingOfTargetsWhenDisabled) {
+  EXPECT_EQ(read("<enable>false\n"), 0);
+  EXPECT_EQ(script.logs(), Lines());
 }
 
 // Targets.
