@@ -96,8 +96,9 @@ void ClockMaster::wake_all() {
 
 void ClockMaster::await_change(uint32_t changes) {
   const timespec look = {0, kLookNs};
-  if (futex(&page_->changes, FUTEX_WAIT, changes, &look) != 0 && errno == ETIMEDOUT) {
-    forget_dead();
+  if (futex(&page_->changes, FUTEX_WAIT, changes, &look) != 0 && errno == ETIMEDOUT &&
+      forget_dead()) {
+    wake_all();
   }
 }
 
@@ -125,7 +126,8 @@ bool ClockMaster::all_at_rest() {
 }
 
 // A process that has ended cannot say so itself. Orphans are ours to reap.
-void ClockMaster::forget_dead() {
+bool ClockMaster::forget_dead() {
+  bool any = false;
   for (clock_slot& slot : page_->slots) {
     const pid_t pid = get(slot.pid);
     if (get(slot.state) == SLOT_FREE || pid == 0 || is_alive(pid)) {
@@ -134,7 +136,9 @@ void ClockMaster::forget_dead() {
     slot.pid = 0;
     slot.wake = slot.seen = 0;
     __atomic_store_n(&slot.state, SLOT_FREE, __ATOMIC_SEQ_CST);
+    any = true;
   }
+  return any;
 }
 
 void ClockMaster::settle(const Pump& pump) {
@@ -174,6 +178,10 @@ void ClockMaster::step(SimTime limit, const Pump& pump) {
     }
   }
   settle(pump);
+}
+
+void ClockMaster::silence_names(bool silent) {
+  __atomic_store_n(&page_->names_silent, silent ? 1U : 0U, __ATOMIC_SEQ_CST);
 }
 
 std::vector<pid_t> ClockMaster::processes() {

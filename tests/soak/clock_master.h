@@ -54,6 +54,9 @@ class ClockMaster {
   // deadline it is, and settles.
   void step(SimTime limit, const Pump& pump);
 
+  // Whether name servers keep silent; a look-up that waits for one goes on waiting.
+  void silence_names(bool silent);
+
   // The processes that are at rest or run; the dead are forgotten.
   std::vector<pid_t> processes();
   // How many waits ended at their deadline so far.
@@ -64,7 +67,7 @@ class ClockMaster {
  private:
   bool has_slot(pid_t pid) const;
   bool all_at_rest();
-  void forget_dead();
+  bool forget_dead();
   void wake(clock_slot& slot);
   void wake_where(uint32_t waits);
   void await_change(uint32_t changes);

@@ -64,6 +64,7 @@ constexpr std::array kRows = {
     Row{Kind::kLogGone, Actor::kOperator, "log-gone", 6, 1, 1, 1, 1'800},
     Row{Kind::kLogDead, Actor::kOperator, "log-dead", 6, 1, 1, 1, 1'800},
     Row{Kind::kLogStalled, Actor::kOperator, "log-stalled", 8, 1, 1, 1, 1'800},
+    Row{Kind::kNamesSilent, Actor::kOperator, "names-silent", 12, 1, 1, 60, 3'600},
     Row{Kind::kStrayMarkers, Actor::kOperator, "stray-markers", 6, 1, 1, 0, 0},
     Row{Kind::kSwitchDebug, Actor::kOperator, "switch-debug", 0, 1, 1, 0, 0},
     Row{Kind::kStopFiles, Actor::kOperator, "stop-files", 0, 1, 1, 0, 0},
@@ -71,7 +72,7 @@ constexpr std::array kRows = {
     Row{Kind::kSigterm, Actor::kOperator, "sigterm", 0, 1, 1, 0, 0},
     Row{Kind::kKill, Actor::kOperator, "kill", 0, 1, 1, 0, 0},
     Row{Kind::kReverseOff, Actor::kOperator, "reverse-off", 0, 1, 1, 1, 7'200},
-    Row{Kind::kTargets, Actor::kOperator, "targets", 0, 0, 3, 0, 0},
+    Row{Kind::kTargets, Actor::kOperator, "targets", 0, 0, 4, 0, 0},
     Row{Kind::kSignals, Actor::kOperator, "signals", 5, 1, 1, 0, 0},
 };
 

@@ -51,6 +51,7 @@ enum class Kind {
   kLogGone,        // the log daemon and its socket are gone for value seconds
   kLogDead,        // the same, but the socket's file stays
   kLogStalled,     // it does not read for value seconds
+  kNamesSilent,    // no name server answers for value seconds
   kStrayMarkers,   // a restart file and a running file that nobody asked for
   kSwitchDebug,    // debug output on, or off again, at the next start
   kStopFiles,      // both stop files; a supervisor starts it again

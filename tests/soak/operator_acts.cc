@@ -21,12 +21,15 @@ struct Targets {
   std::vector<size_t> receivers;
 };
 
-const std::array<Targets, 4>& all_targets() {
-  static const std::array<Targets, 4> kTargets = {{
+constexpr uint32_t kByName = 3;
+
+const std::array<Targets, 5>& all_targets() {
+  static const std::array<Targets, 5> kTargets = {{
       {"192.0.2.7@162 public;198.51.100.9@1162 ops;203.0.113.5@162 third", {0, 1, 2}},
       {"198.51.100.9@162 ops", {1}},
       {"203.0.113.5@162 third;192.0.2.7@162 public", {0, 2}},
       {"traps.example.net@162 public;198.51.100.9@162 ops", {0, 1}},
+      {"nobody.example.net@162 public;198.51.100.9@162 ops;203.0.113.5@162 third", {1, 2}},
   }};
   return kTargets;
 }
@@ -36,6 +39,7 @@ const std::array<Targets, 4>& all_targets() {
 // Takes effect with the next start.
 void World::set_targets(uint32_t row) {
   const Targets& targets = all_targets()[row];
+  named_receiver = row == kByName;
   write_file(kSnmpFile, "<config>\n<enable>true</enable>\n<targets>" + std::string(targets.text) +
                             "</targets>\n</config>\n");
   write_file("/etc/hosts", "127.0.0.1 localhost\n192.0.2.7 traps.example.net\n");
@@ -43,6 +47,13 @@ void World::set_targets(uint32_t row) {
     account.receivers[i].configured =
         std::ranges::find(targets.receivers, i) != targets.receivers.end();
   }
+}
+
+// Each process has looked the name up once: from then on a silent name server
+// costs a second now and then, and no trap.
+bool World::names_are_known() const {
+  const std::array<uint64_t, kRoads>& received = account.receivers[0].received;
+  return named_receiver && received[0] > received_at_start[0] && received[1] > received_at_start[1];
 }
 
 void World::restart(int exit_status) {
@@ -86,6 +97,13 @@ void log_stalled(World& world, const LifeEvent& event) {
   if (world.log.works()) {
     world.log.stall(true);
     world.after(std::chrono::seconds(event.value), [&world] { world.log.stall(false); });
+  }
+}
+
+void names_silent(World& world, const LifeEvent& event) {
+  if (world.names_are_known()) {
+    world.clock.silence_names(true);
+    world.after(std::chrono::seconds(event.value), [&world] { world.clock.silence_names(false); });
   }
 }
 
@@ -159,6 +177,7 @@ const Acts& operator_acts() {
                              {Kind::kLogGone, log_closed},
                              {Kind::kLogDead, log_closed},
                              {Kind::kLogStalled, log_stalled},
+                             {Kind::kNamesSilent, names_silent},
                              {Kind::kStrayMarkers, stray_markers},
                              {Kind::kSwitchDebug, switch_debug},
                              {Kind::kStopFiles, stop_files},

@@ -6,6 +6,9 @@
  *   sleep usleep nanosleep clock_nanosleep poll ppoll accept
  *   time gettimeofday clock_gettime fork
  *
+ * and getaddrinfo, whose own waiting for a silent name server is out of reach: while
+ * the page says that they are silent it does not come back.
+ *
  * Environment: SOAKCLOCK_PAGE names the page's file, SOAKCLOCK_PROGRAM the only
  * program whose time is simulated ("tvurev" if unset): shells that inherit the
  * preload keep theirs. Keeps no descriptor open. */
@@ -17,6 +20,7 @@
 #include <fcntl.h>
 #include <limits.h>
 #include <linux/futex.h>
+#include <netdb.h>
 #include <poll.h>
 #include <signal.h>
 #include <stdbool.h>
@@ -52,6 +56,8 @@ typedef int (*clock_nanosleep_function)(clockid_t, int, const struct timespec*, 
 typedef int (*poll_function)(struct pollfd*, nfds_t, int);
 typedef int (*ppoll_function)(struct pollfd*, nfds_t, const struct timespec*, const sigset_t*);
 typedef pid_t (*fork_function)(void);
+typedef int (*getaddrinfo_function)(const char*, const char*, const struct addrinfo*,
+                                    struct addrinfo**);
 
 static struct clock_page* g_page;
 static struct clock_slot* g_slot; /* this process's own */
@@ -293,6 +299,15 @@ pid_t fork(void) {
     __atomic_store_n(&slot->pid, child == 0 ? (int32_t)getpid() : (int32_t)child, __ATOMIC_SEQ_CST);
   }
   return child;
+}
+
+int getaddrinfo(const char* name, const char* service, const struct addrinfo* hints,
+                struct addrinfo** result) {
+  REAL(getaddrinfo_function, "getaddrinfo")
+  while (g_page != NULL && __atomic_load_n(&g_page->names_silent, __ATOMIC_SEQ_CST) != 0) {
+    wait_for_time(SHARED_CLOCK_NEVER);
+  }
+  return real(name, service, hints, result);
 }
 
 int clock_gettime(clockid_t clock, struct timespec* time) {

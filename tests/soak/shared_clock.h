@@ -7,7 +7,8 @@
  * slot and sleeps on the slot's wake word; the master moves the time on to the
  * next deadline once all of them wait, and wakes whose deadline has come. Nobody
  * but the master makes a descriptor ready, so the master also says when to look
- * at descriptors again, by the same wake word. A slot is at rest when it says
+ * at descriptors again, by the same wake word; also when a process has ended, which
+ * another may have waited for. A slot is at rest when it says
  * that it waits and has seen the last wake. */
 #ifndef TVUREV_TESTS_SOAK_SHARED_CLOCK_H_
 #define TVUREV_TESTS_SOAK_SHARED_CLOCK_H_
@@ -36,7 +37,8 @@ struct clock_page {
   /* What the clocks show at 0, so that times are those of a calendar. */
   uint64_t realtime_at_0;
   uint64_t monotonic_at_0;
-  uint32_t changes; /* counts: some slot came to rest */
+  uint32_t changes;      /* counts: some slot came to rest */
+  uint32_t names_silent; /* no name server answers: a look-up waits for ever */
   struct clock_slot slots[SHARED_CLOCK_SLOTS];
 };
 

@@ -88,6 +88,9 @@ void World::start_daemon() {
     set_targets(*next_targets);
     next_targets.reset();
   }
+  // What a start must find out, a name server that keeps silent would not say.
+  clock.silence_names(false);
+  received_at_start = account.receivers[0].received;
   std::vector<std::string> environment = clock.environment(library);
   environment.emplace_back("ASAN_OPTIONS=verify_asan_link_order=0:log_path=/tmp/sanitizer");
   check(daemon.start({.arguments = {"/sbin/tvurev"}, .environment = environment}));

@@ -87,8 +87,10 @@ struct World {
   std::optional<Bytes> in_hello;  // sent before the next hello's answer
   int hang_ups_at_once = 0;       // after the next connects
   int session_channel = -1;
-  bool gated = false;                    // the daemon waits for reverse mode to come back
-  std::optional<uint32_t> next_targets;  // row, for the next start
+  bool gated = false;           // the daemon waits for reverse mode to come back
+  bool named_receiver = false;  // receiver 0 is told by name
+  std::array<uint64_t, kRoads> received_at_start = {};  // of receiver 0
+  std::optional<uint32_t> next_targets;                 // row, for the next start
 
   std::multimap<SimTime, std::function<void()>> later;
   std::vector<PowerRequest> power_requests;
@@ -118,6 +120,7 @@ struct World {
   void send_good(uint32_t number);
   void set_targets(uint32_t row);
   void restart(int exit_status);
+  bool names_are_known() const;
   void stop_by_files();
   void stop_when_possible();
 };
