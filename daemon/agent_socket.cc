@@ -16,9 +16,11 @@
 #include <span>
 #include <string_view>
 
+#include "daemon/agent_framing.h"
 #include "daemon/control_files.h"
 #include "daemon/packet_dump.h"
 #include "daemon/reverse_proxy.h"
+#include "log/complaints.h"
 #include "log/debug_flags.h"
 #include "log/log.h"
 #include "trap/host_address.h"
@@ -95,6 +97,7 @@ int accept_client(int listener) {
 }
 
 void stop_if_requested() {
+  say_held_complaints();  // here, where the loop comes round
   if (ortstop_requested() == 0) {
     return;
   }
@@ -109,7 +112,8 @@ int receive_notification(int client) {
   try {
     return proxy_ortd_trap(client);
   } catch (const std::bad_alloc&) {
-    Log(LOG_ERR, "proxy_ortd_trap(): out of memory. The notification at hand is lost.\n");
+    static Complaint lost = {.about = "proxy_ortd_trap(): out of memory"};
+    complain(lost, "proxy_ortd_trap(): out of memory. The notification at hand is lost.\n");
     return 0;
   }
 }
@@ -181,6 +185,7 @@ int proxy_ortd_trap(int client) {
   }
   DaemonDebug("sending %d bytes\n", static_cast<int>(received));
   const std::span<const uint8_t> packet(buffer.data(), static_cast<size_t>(received));
+  check_framing(packet);
   // A BMC's reset that the agent passes on is no concern of this process.
   if (send_trap_to_host(packet) < 0) {
     DaemonDebug(" proxy_ortd_trap send trap() error.  Return -1.\n");

@@ -13,6 +13,7 @@
 #include "daemon/control_files.h"
 #include "daemon/handshake.h"
 #include "daemon/reverse_proxy.h"
+#include "log/complaints.h"
 #include "log/log.h"
 
 namespace {
@@ -79,7 +80,8 @@ int receive_packet() {
   try {
     return bmc_recv(bmc_fd);
   } catch (const std::bad_alloc&) {
-    Log(LOG_ERR, "bmc_recv(): out of memory. The packet at hand is lost.\n");
+    static Complaint lost = {.about = "bmc_recv(): out of memory"};
+    complain(lost, "bmc_recv(): out of memory. The packet at hand is lost.\n");
     return 0;
   }
 }
@@ -99,6 +101,7 @@ void receive_from_bmc() {
 }
 
 void stop_if_requested() {
+  say_held_complaints();  // here, where the loop comes round
   if (bmcstop_requested() == 0) {
     return;
   }

@@ -11,7 +11,9 @@
 // The formatted text is expanded as a format once more (kept: operators' tools
 // have seen it so; docs/oddities.md: second-expansion): "%%" and "%m" in text
 // from outside change. Every other percent sign arrives as it was; none can fetch
-// an argument (log/message.h).
+// an argument (log/message.h). Control characters arrive as they came
+// (docs/oddities.md: control-characters-as-they-came). What a sender could make us
+// write without end is a complaint instead (log/complaints.h).
 #ifndef TVUREV_LOG_LOG_H_
 #define TVUREV_LOG_LOG_H_
 

@@ -72,7 +72,10 @@ class BadNotification : public Host {
     Outcome outcome = {{receiver.traps().begin() + static_cast<std::ptrdiff_t>(traps_before),
                         receiver.traps().end() - 1},
                        log(lines_before)};
-    std::erase_if(outcome.errors, [](const auto& line) { return !line.starts_with("3 "); });
+    // What an agent writes in one go is a matter of its road alone.
+    std::erase_if(outcome.errors, [](const auto& line) {
+      return !line.starts_with("3 ") || line.starts_with("3 ortdv: proxy_ortd_trap(): ");
+    });
     return outcome;
   }
 
@@ -85,10 +88,9 @@ TEST_F(BadNotification, PayloadLengthBeyondThePacket) {
   const Outcome outcome = outcome_of(pdu);
   EXPECT_THAT(outcome.traps, ElementsAre(kTrap));
   ASSERT_FALSE(outcome.errors.empty());
-  EXPECT_EQ(outcome.errors[0], "3 ortdv: send_trap_to_host(): notification of " +
-                                   std::to_string(pdu.size()) +
-                                   " bytes states 4294967295 bytes of bindings. What is missing "
-                                   "reads as zero.");
+  EXPECT_EQ(outcome.errors[0], "3 ortdv: send_trap_to_host(): " + std::to_string(pdu.size()) +
+                                   " bytes are only the first piece of a notification that states "
+                                   "4294967295 bytes of bindings. What is missing reads as zero.");
 }
 
 TEST_F(BadNotification, PayloadLengthBelowTheBindingsLeavesTheRestOut) {

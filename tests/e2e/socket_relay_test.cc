@@ -193,6 +193,58 @@ TEST_F(SocketRelay, RubbishFromAClientDoesNotCostTheConnection) {
   EXPECT_THAT(receiver.traps(), ElementsAre(trap(3)));
 }
 
+// The sum of the lines and of those that were counted instead.
+size_t complaints(const std::vector<std::string>& lines, const std::string& line,
+                  const std::string& about) {
+  size_t sum = 0;
+  for (const std::string& each : lines) {
+    const std::string count = "3 ortdv: " + about + ": ";
+    if (each == line) {
+      ++sum;
+    } else if (each.starts_with(count)) {
+      sum += std::stoul(each.substr(count.size()));
+    }
+  }
+  return sum;
+}
+
+TEST_F(SocketRelay, FloodOfRubbishIsCountedAndNotWrittenDown) {
+  start_relay();
+  LocalClient agent = connected_client();
+  constexpr size_t kPieces = 2'000;
+  for (size_t i = 0; i < kPieces; ++i) {
+    ASSERT_TRUE(run_until([&] { return agent.send(Bytes(4080, 0xFF)); }));
+  }
+  ASSERT_TRUE(run_until([&] { return agent.send(notification(3)); }));
+  ASSERT_TRUE(run_until_traps(1));
+  // The last counts come when their second is over.
+  ASSERT_TRUE(run_until([&] {
+    return complaints(log(),
+                      "3 ortdv: tvurev: notification without a valid trap OID []: no trap sent",
+                      "tvurev: notifications without a valid trap OID") == kPieces;
+  }));
+  EXPECT_LT(log_starting("3 ").size(), kPieces / 10);
+}
+
+TEST_F(SocketRelay, SecondNotificationOfOneWriteIsReportedAndDropped) {
+  start_relay();
+  LocalClient agent = connected_client();
+  Bytes bytes = notification(3);
+  const Bytes second = notification(4);
+  bytes.insert(bytes.end(), second.begin(), second.end());
+  ASSERT_TRUE(agent.send(bytes));
+  ASSERT_TRUE(run_until_traps(1));
+  ASSERT_TRUE(agent.send(notification(5)));
+  ASSERT_TRUE(run_until_traps(2));
+  EXPECT_THAT(receiver.traps(), ElementsAre(trap(3), trap(5)));
+  const std::string size = std::to_string(second.size());
+  EXPECT_THAT(log_starting("3 "),
+              ElementsAre("3 ortdv: proxy_ortd_trap(): " + size +
+                          " bytes behind a notification of " + size +
+                          " were received with it and are dropped. Write the next one when "
+                          "the last one has been read."));
+}
+
 TEST_F(SocketRelay, LeftOverSocketOfAnEarlierRunIsReplaced) {
   ASSERT_EQ(mkdir("/opt/ortdv/sockets/agentx", 0700), 0);
   write_file("/opt/ortdv/sockets/agentx/tvud", "old");

@@ -1,8 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // The receivers of the host's SNMP settings: none, several, wrong and dead ones.
 // What goes wrong with one costs the others nothing.
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
 #include <csignal>
 
+#include "base/descriptor.h"
 #include "tests/e2e/host.h"
 
 namespace {
@@ -10,11 +15,21 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+constexpr const char* kSyntax =
+    "Invalid target address (its syntax is neither that of an IPv4 address nor of a host name)";
+constexpr const char* kUnknownName =
+    "Invalid target address (its name does not resolve: Name or service not known)";
+
 constexpr const char* kTrap = "public 1.3.6.1.4.1.32473.1 192.0.2.20 6/3 @0";
 
 std::string sending_to(const std::string& destination) {
   return "6 ortdv: tvurev: Sending trap [1.3.6.1.4.1.32473.1.0.3] to dest [" + destination +
          "] ...";
+}
+
+std::string unresolved(const std::string& name, const std::string& why) {
+  return "3 ortdv: tvurev: trap receiver [" + name + "] does not resolve: " + why +
+         ". It gets no traps.";
 }
 
 std::string not_sent_to(const std::string& destination, const std::string& why) {
@@ -44,9 +59,11 @@ class TrapDestinations : public Host {
 
 TEST_F(TrapDestinations, UnresolvableAndDeadOnesCostTheLastNothing) {
   write_targets("nosuchhost.invalid@162 a;203.0.113.9@162 b;192.0.2.7@162 public");
-  EXPECT_THAT(relay_one(), ElementsAre(sending_to("nosuchhost.invalid"),
-                                       not_sent_to("nosuchhost.invalid", "Invalid target address"),
-                                       sending_to("203.0.113.9"), sending_to("192.0.2.7")));
+  EXPECT_THAT(
+      relay_one(),
+      ElementsAre(unresolved("nosuchhost.invalid", "Name or service not known"),
+                  sending_to("nosuchhost.invalid"), not_sent_to("nosuchhost.invalid", kUnknownName),
+                  sending_to("203.0.113.9"), sending_to("192.0.2.7")));
   EXPECT_THAT(receiver.traps(), ElementsAre(kTrap));
 }
 
@@ -62,7 +79,8 @@ TEST_F(TrapDestinations, DeadOneStaysHarmlessTimeAfterTime) {
 TEST_F(TrapDestinations, UnreachableNetworkIsReported) {
   write_targets("198.18.0.1@162 a;192.0.2.7@162 public");
   EXPECT_THAT(relay_one(),
-              ElementsAre(sending_to("198.18.0.1"), not_sent_to("198.18.0.1", "Sending failed"),
+              ElementsAre(sending_to("198.18.0.1"),
+                          not_sent_to("198.18.0.1", "Sending failed (Network is unreachable)"),
                           sending_to("192.0.2.7")));
 }
 
@@ -71,6 +89,73 @@ TEST_F(TrapDestinations, HostNameIsLookedUp) {
   write_targets("collector.example@162 public");
   EXPECT_THAT(relay_one(), ElementsAre(sending_to("collector.example")));
   EXPECT_THAT(receiver.traps(), ElementsAre(kTrap));
+}
+
+// A name server that takes every question and answers none.
+class SilentNameServer {
+ public:
+  explicit SilentNameServer(const char* address)
+      : fd_(socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) {
+    sockaddr_in name = {};
+    name.sin_family = AF_INET;
+    name.sin_port = htons(53);
+    name.sin_addr.s_addr = inet_addr(address);
+    EXPECT_EQ(bind(fd_.get(), reinterpret_cast<const sockaddr*>(&name), sizeof name), 0);
+    write_file("/etc/nsswitch.conf", "hosts: files dns\n");
+    write_file("/etc/resolv.conf", std::string("nameserver ") + address + "\n");
+  }
+
+  // The questions since the last call.
+  int questions() const {
+    char byte = 0;
+    int count = 0;
+    while (recv(fd_.get(), &byte, sizeof byte, 0) >= 0) {
+      ++count;
+    }
+    return count;
+  }
+
+ private:
+  Descriptor fd_;
+};
+
+TEST_F(TrapDestinations, NameThatNobodyAnswersForIsAskedOnceForManyTraps) {
+  const SilentNameServer name_server("203.0.113.5");
+  write_targets("collector.example@162 a;192.0.2.7@162 public");
+  constexpr const char* kWhy = "no answer within a second";
+  const std::string not_sent =
+      not_sent_to("collector.example",
+                  std::string("Invalid target address (its name does not resolve: ") + kWhy + ")");
+  EXPECT_THAT(relay_one(),
+              ElementsAre(unresolved("collector.example", kWhy), sending_to("collector.example"),
+                          not_sent, sending_to("192.0.2.7")));
+  EXPECT_GE(name_server.questions(), 1);
+  for (int i = 0; i < 5; ++i) {
+    ASSERT_TRUE(relays());
+  }
+  EXPECT_EQ(name_server.questions(), 0);
+  EXPECT_EQ(times_logged(unresolved("collector.example", kWhy)), 1U);
+  EXPECT_EQ(times_logged(not_sent), 6U);
+}
+
+TEST_F(TrapDestinations, NameInTheHostsFileNeedsNoNameServer) {
+  const SilentNameServer name_server("203.0.113.5");
+  write_file("/etc/hosts", "192.0.2.7 collector.example\n");
+  write_targets("collector.example@162 public");
+  start_relay();
+  for (int i = 0; i < 5; ++i) {
+    ASSERT_TRUE(relays());
+  }
+  EXPECT_EQ(name_server.questions(), 0);
+  EXPECT_THAT(log_starting("3 "), IsEmpty());
+}
+
+TEST_F(TrapDestinations, NoneThatIsUsableIsReportedAtTheStart) {
+  write_targets("2001:db8::7@162 public;%n@162 x");
+  start_relay();
+  EXPECT_THAT(log_starting("3 "),
+              ElementsAre("3 ortdv: snmpEnabled(): /etc/vmware/snmp.xml names no usable trap "
+                          "target: no trap will reach anyone. Mend the file and start again."));
 }
 
 TEST_F(TrapDestinations, PortOfTheSettingsIsIgnored) {
@@ -85,7 +170,7 @@ TEST_F(TrapDestinations, PercentSignsAreText) {
   relay_one();
   EXPECT_THAT(receiver.traps(), ElementsAre("%n%s%% 1.3.6.1.4.1.32473.1 192.0.2.20 6/3 @0"));
   EXPECT_TRUE(logged(sending_to("%n%s%n")));
-  EXPECT_TRUE(logged(not_sent_to("%n%s%n", "Invalid target address")));
+  EXPECT_TRUE(logged(not_sent_to("%n%s%n", kSyntax)));
 }
 
 TEST_F(TrapDestinations, AreServedInTheOrderOfTheSettings) {
@@ -119,9 +204,10 @@ TEST_F(TrapDestinations, DestinationsAtTheLimitAreKept) {
   const std::string destination(32, 'd');
   const std::string community(128, 'c');
   write_targets(destination + "@162 x;192.0.2.7@162 " + community);
-  EXPECT_THAT(relay_one(), ElementsAre(sending_to(destination),
-                                       not_sent_to(destination, "Invalid target address"),
-                                       sending_to("192.0.2.7")));
+  EXPECT_THAT(
+      relay_one(),
+      ElementsAre(unresolved(destination, "Name or service not known"), sending_to(destination),
+                  not_sent_to(destination, kUnknownName), sending_to("192.0.2.7")));
   EXPECT_THAT(receiver.traps(), ElementsAre(community + " 1.3.6.1.4.1.32473.1 192.0.2.20 6/3 @0"));
 }
 

@@ -357,6 +357,9 @@ std::optional<uid_t> CallScript::meet_stat(const char* path, const CallStep** st
 
 void CallScript::meet_wait(std::string_view function, unsigned length) {
   waits_.push_back(std::string(function) + " " + std::to_string(length));
+  constexpr int64_t kMsPerSecond = 1'000;
+  constexpr int64_t kUsPerMs = 1'000;
+  pass_ms(function == "sleep" ? length * kMsPerSecond : length / kUsPerMs);
   const std::string call = call_text(function, length);
   if (collecting_waits_) {
     timeline_.push_back(call);

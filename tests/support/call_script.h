@@ -160,8 +160,9 @@ class CallScript {
   // What gettimeofday says from here on.
   void set_time(long seconds, long microseconds) { time_ = {{seconds, microseconds}}; }
 
-  // Lets this pass on the clock that only goes forward. It stands still otherwise,
-  // and each script begins an hour after the one before.
+  // Lets this pass on the clock that only goes forward. Otherwise it moves by what
+  // is slept, and by the timeouts of polls that report nothing. Each script begins
+  // an hour after the one before.
   void pass_ms(int64_t ms);
 
   // The messages, in order: "6 text".

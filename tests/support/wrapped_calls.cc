@@ -68,6 +68,9 @@ int wrapped_poll(pollfd* fds, nfds_t count, int timeout_ms) {
     return result;
   }
   fds->revents = static_cast<short>(step.reported() & (fds->events | kAlwaysReported));
+  if (fds->revents == 0) {
+    script->pass_ms(timeout_ms);
+  }
   return static_cast<int>(step.answer(fds->revents != 0 ? 1 : 0));
 }
 

@@ -287,4 +287,81 @@ TEST_F(SocketProxy, FollowsANotificationWithDebugLines) {
                    "3 send_trap_to_host(): Host SNMP Disabled. Cannot send trap thru Host.\n"}));
 }
 
+// What an agent sends in one go.
+
+class ReceivedPiece : public SocketProxy {
+ protected:
+  void SetUp() override {
+    SocketProxy::SetUp();
+    snmp_enabled_flag = 1;
+    g_daemon_debug_flag = 0;
+  }
+
+  // The lines that the piece leads to, before that of the trap sender.
+  static Lines lines_of(const Bytes& piece) {
+    CallScript script;
+    script.recv(kClient, 4080, 0).gives(piece);
+    EXPECT_EQ(proxy_ortd_trap(kClient), 0);
+    EXPECT_EQ(script.logs().back(), "3 tvurev: no trap destinations defined!\n");
+    return {script.logs().begin(), script.logs().end() - 1};
+  }
+};
+
+TEST_F(ReceivedPiece, OfOneWholeNotificationIsNoMatter) {
+  EXPECT_EQ(lines_of(fan_failure()), Lines());
+  EXPECT_EQ(lines_of(Bytes(20, 0)), Lines());
+}
+
+TEST_F(ReceivedPiece, WithBytesBehindTheNotificationIsReportedWithTheirNumber) {
+  Bytes two = NotifyBuilder().uptime(1).bytes();
+  const std::string length = std::to_string(two.size());
+  two.push_back(1);
+  EXPECT_EQ(lines_of(two),
+            Lines({"3 proxy_ortd_trap(): 1 bytes behind a notification of " + length +
+                   " were received with it and are dropped. Write the next one when the last one "
+                   "has been read.\n"}));
+}
+
+TEST_F(ReceivedPiece, WithoutAWholeHeaderIsReported) {
+  EXPECT_EQ(lines_of(Bytes(16, 1)),
+            Lines({"3 proxy_ortd_trap(): 16 bytes are only a piece of a notification, whose "
+                   "header has 20.\n"}));
+}
+
+TEST_F(ReceivedPiece, ThatIsTheFirstOfANotificationIsNamedAsSuch) {
+  Bytes piece = NotifyBuilder().uptime(1).bytes();
+  const std::string stated = std::to_string(piece.size() - 20);
+  piece.resize(40);
+  EXPECT_EQ(lines_of(piece),
+            Lines({"3 send_trap_to_host(): 40 bytes are only the first piece of a notification "
+                   "that states " +
+                   stated + " bytes of bindings. What is missing reads as zero.\n"}));
+}
+
+TEST_F(ReceivedPiece, IsReportedTenTimesASecondAndTheRestCountedWhenTheLoopComesRound) {
+  EXPECT_EXIT(
+      {
+        trap_destinations = {"192.0.2.7"};
+        CallScript script;
+        expect_listening(script);
+        script.system(kTouch);
+        script.accept(kListener, 110).returns(kClient);
+        for (int i = 0; i < 14; ++i) {
+          script.poll(kClient, POLLIN, 1'000).reports(POLLIN);
+          script.recv(kClient, 4080, 0).gives(Bytes(1, 0));
+          script.stat(kStop).fails(ENOENT);
+        }
+        script.poll(kClient, POLLIN, 1'000).returns(0);
+        expect_stop(script);
+        run();
+      },
+      ExitedWithCode(1),
+      "Connected.\n"
+      "(3 proxy_ortd_trap\\(\\): 1 bytes are only a piece of a notification, whose header has 20.\n"
+      "3 tvurev: notification without a valid trap OID \\[\\]: no trap sent\n){10}"
+      "3 tvurev: notifications without a valid trap OID: 4 more like this.\n"
+      "3 proxy_ortd_trap\\(\\): pieces shorter than a header: 4 more like this.\n"
+      "6 tvu_rev_proxy: Detected");
+}
+
 }  // namespace

@@ -114,7 +114,8 @@ TEST_F(Gates, DisabledHostSnmpIsPrintedAndLoggedAndWaits) {
 TEST_F(Gates, LetTheDaemonRunWhenAllArePassed) {
   expect_generation("Mox6\r\n");
   expect_reverse_mode(1);
-  script.fopen(kSnmpXml, "re").prints("<enable>true</enable>\n");
+  script.fopen(kSnmpXml, "re")
+      .prints("<enable>true</enable>\n<targets>192.0.2.7@162 public</targets>\n");
   EXPECT_EQ(check_gates(), std::nullopt);
   EXPECT_EQ(host_snmp_enabled, 1);
   EXPECT_EQ(script.logs(), Lines({"6 tvurev:  Supported Ryn11 server detected.\n",
