@@ -53,8 +53,13 @@ bool HostLog::pump() {
     ++lines_;
     bytes_ += static_cast<uint64_t>(length);
     std::string line(datagram.data(), static_cast<size_t>(length));
-    errors_ += is_error(line) ? 1U : 0U;
     line.resize(std::min(line.find_last_not_of('\n') + 1, kLineShown));
+    if (is_error(line)) {
+      ++errors_;
+      if (on_error) {
+        on_error(line);
+      }
+    }
     last_.push_back(std::move(line));
     if (last_.size() > kLinesKept) {
       last_.pop_front();

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <string>
 
 #include "base/descriptor.h"
@@ -20,6 +21,9 @@ class HostLog {
 
   int fd() const { return stalled_ ? -1 : fd_.get(); }
   bool works() const { return fd() != -1; }
+
+  // Told of each line at priority 3 and above, when set.
+  std::function<void(const std::string&)> on_error;
 
   // Returns whether there was anything.
   bool pump();

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
+#include "tests/soak/flood.h"
 #include "tests/soak/life.h"
 #include "tests/soak/month.h"
 
@@ -15,7 +16,16 @@ int main(int argc, char** argv) {
   app.add_option("--seed", settings.seed);
   app.add_option("--without", settings.without, "leave this kind of event out")->delimiter(',');
   app.add_flag("--show", show, "print the events and do nothing");
+  FloodSettings flood_settings;
+  std::string road;
+  app.add_option("--flood", road)->check(CLI::IsMember({"channel", "agent"}));
+  app.add_option("--seconds", flood_settings.seconds)->check(CLI::Range(1, 100'000));
   CLI11_PARSE(app, argc, argv);
+  if (!road.empty()) {
+    flood_settings.road = road == "channel" ? Road::kChannel : Road::kSocket;
+    flood_settings.seed = settings.seed;
+    return flood(flood_settings, SOAK_CLOCK) ? 0 : 1;
+  }
   if (show) {
     for (const LifeEvent& event : make_life(settings)) {
       puts(event_text(event).c_str());

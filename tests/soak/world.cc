@@ -48,6 +48,15 @@ void stay_on_one_cpu() {
   }
 }
 
+// What waits for room in a channel's queue.
+size_t unsent_packets(const Simulator& bmc) {
+  size_t count = 0;
+  for (const Channel& channel : bmc.channels) {
+    count += channel.unsent.size();
+  }
+  return count;
+}
+
 void check(const std::string& error) {
   if (!error.empty()) {
     throw std::runtime_error(error);
@@ -134,7 +143,9 @@ Pumped World::pump(bool at_rest) {
   if (!anything_to_take() && (!at_rest || agent.idle()) && hang_ups_at_once == 0) {
     return Pumped::kNothing;
   }
+  const size_t unsent = unsent_packets(bmc);
   bool any = bmc.step(0);
+  any = unsent_packets(bmc) != unsent || any;
   if (session_up && hang_ups_at_once > 0) {
     --hang_ups_at_once;
     hang_up_bmc();
