@@ -9,6 +9,7 @@
 #include <cstdlib>
 
 #include "base/file.h"
+#include "daemon/signals.h"
 #include "log/log.h"
 
 const char* g_running_file = "/opt/ortdv/tmp/tvurevrunning.text";
@@ -22,6 +23,7 @@ constexpr unsigned kRestartCheckSeconds = 120;
 
 // Through the shell: the file comes out as an operator's own touch would make it.
 void touch(const char* path) {
+  const OpenToSignals open;
   std::array<char, 256> command = {};
   snprintf(command.data(), command.size(), "touch %s", path);
   if (system(command.data()) != 0) {
@@ -80,7 +82,9 @@ int restart_requested() {
 int wait_for_restart() {
   int requested = restart_requested();
   while (requested == 0) {
-    sleep(kRestartCheckSeconds);
+    if (!pause_seconds(kRestartCheckSeconds)) {
+      return 0;
+    }
     requested = restart_requested();
   }
   return requested;

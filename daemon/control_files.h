@@ -36,7 +36,8 @@ void clear_bmcstop();
 int restart_requested();
 
 // Waits until a restart is requested, looking every 120 seconds, the first time
-// at once. Returns 1. May never return.
+// at once. Returns 1, or 0 when a signal ended the wait (signals.h). May never
+// return.
 int wait_for_restart();
 
 #endif  // TVUREV_DAEMON_CONTROL_FILES_H_

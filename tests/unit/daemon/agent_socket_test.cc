@@ -42,7 +42,7 @@ void expect_detaching(CallScript& script) {
 
 void expect_listening(CallScript& script) {
   expect_detaching(script);
-  script.socket(AF_UNIX, SOCK_STREAM, 0).returns(kListener);
+  script.socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0).returns(kListener);
   script.unlink(kSocketPath).fails(ENOENT);
   script.bind(kListener, kSocketPath, 32);  // 30 characters and 2
   script.listen(kListener, 5);
@@ -50,11 +50,16 @@ void expect_listening(CallScript& script) {
   script.pclose(kAddresses);
 }
 
+void expect_ready_listener(CallScript& script) {
+  script.poll(kListener, POLLIN, 1'000).reports(POLLIN);
+}
+
 void expect_client(CallScript& script, int client = kClient) {
   script.message(LOG_INFO, " main TVUD reverse_mode loop\n");
   script.system(kTouch);
   script.message(LOG_INFO, " reverse mode:  Waiting for a connection with forward mode ORT...\n");
-  script.accept(kListener, 110).returns(client);
+  expect_ready_listener(script);
+  script.accept4(kListener, 110, SOCK_CLOEXEC).returns(client);
   script.message(LOG_INFO, "[tvud]: TVU Reverse Proxy Connected.\n");
   script.message(LOG_INFO, "tvud: TVU Reverse Proxy: numfds [1].\n");
 }
@@ -94,7 +99,7 @@ TEST_F(SocketProxy, EndsWhenThereIsNoSocket) {
       {
         CallScript script;
         expect_detaching(script);
-        script.socket(AF_UNIX, SOCK_STREAM, 0).fails(EMFILE);
+        script.socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0).fails(EMFILE);
         run();
       },
       ExitedWithCode(1), "6 reverse_mode open socket failed.\n");
@@ -105,7 +110,7 @@ TEST_F(SocketProxy, EndsWhenItCannotBind) {
       {
         CallScript script;
         expect_detaching(script);
-        script.socket(AF_UNIX, SOCK_STREAM, 0).returns(kListener);
+        script.socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0).returns(kListener);
         script.unlink(kSocketPath);
         script.bind(kListener, kSocketPath, 32).fails(ENOENT);
         script.close(kListener);
@@ -119,7 +124,7 @@ TEST_F(SocketProxy, EndsWhenItCannotListen) {
       {
         CallScript script;
         expect_detaching(script);
-        script.socket(AF_UNIX, SOCK_STREAM, 0).returns(kListener);
+        script.socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0).returns(kListener);
         script.unlink(kSocketPath);
         script.bind(kListener, kSocketPath, 32);
         script.listen(kListener, 5).fails(EADDRINUSE);
@@ -135,7 +140,8 @@ TEST_F(SocketProxy, EndsWhenAcceptFails) {
         CallScript script;
         expect_listening(script);
         script.system(kTouch);
-        script.accept(kListener, 110).fails(EMFILE);
+        expect_ready_listener(script);
+        script.accept4(kListener, 110, SOCK_CLOEXEC).fails(EMFILE);
         script.close(kListener);
         run();
       },

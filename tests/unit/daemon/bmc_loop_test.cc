@@ -29,7 +29,7 @@ class BmcLoop : public Daemon {
 };
 
 void expect_open(CallScript& script, int fd = kFd) {
-  script.open(kChannel, O_RDWR | O_EXCL).returns(fd);
+  script.open(kChannel, O_RDWR | O_EXCL | O_CLOEXEC).returns(fd);
   script.usleep(10'000);
 }
 
@@ -144,7 +144,7 @@ TEST_F(BmcLoop, RetriesAFailedOpenEvery10Seconds) {
           for (int channel = 15; channel >= 0; --channel) {
             script
                 .open("/vmfs/devices/char/vmkdriver/zemox-d0ccb" + std::to_string(channel),
-                      O_RDWR | O_EXCL)
+                      O_RDWR | O_EXCL | O_CLOEXEC)
                 .fails(EBUSY);
           }
           script.usleep(100'000);

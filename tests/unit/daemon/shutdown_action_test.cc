@@ -48,11 +48,12 @@ TEST_F(ShutdownAction, AnAbortKillsTheTimerAndForgetsIt) {
   shutdown_timer_pid = 4711;
   CallScript script;
   script.kill(4711, SIGKILL);
+  script.waitpid(4711, WNOHANG).returns(4711);
   abort_shutdown();
   EXPECT_EQ(shutdown_timer_pid, 0);
   EXPECT_EQ(script.log_calls(), Lines({"program 6 Terminating Shutdown timer ( PID [4711])...\n"}));
-  EXPECT_EQ(script.timeline(),
-            Lines({"6 Terminating Shutdown timer ( PID [4711])...\n", "kill(4711, 9)"}));
+  EXPECT_EQ(script.timeline(), Lines({"6 Terminating Shutdown timer ( PID [4711])...\n",
+                                      "kill(4711, 9)", "waitpid(4711, 1)"}));
 }
 
 TEST_F(ShutdownAction, AnAbortAfterTwoRequestsKillsTheSecondTimerOnly) {
@@ -63,6 +64,7 @@ TEST_F(ShutdownAction, AnAbortAfterTwoRequestsKillsTheSecondTimerOnly) {
     do_shutdown(1, 30, "fans");
   }
   script.kill(11, SIGKILL);
+  script.waitpid(11, WNOHANG).returns(11);
   abort_shutdown();
   abort_shutdown();
 }
@@ -71,6 +73,7 @@ TEST_F(ShutdownAction, AnAbortAfterTheTimerEndedIgnoresTheFailingKill) {
   shutdown_timer_pid = 4711;
   CallScript script;
   script.kill(4711, SIGKILL).fails(ESRCH);
+  script.waitpid(4711, WNOHANG).fails(ECHILD);
   abort_shutdown();
   EXPECT_EQ(shutdown_timer_pid, 0);
 }
