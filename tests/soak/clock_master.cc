@@ -97,7 +97,7 @@ void ClockMaster::wake_all() {
 void ClockMaster::await_change(uint32_t changes) {
   const timespec look = {0, kLookNs};
   if (futex(&page_->changes, FUTEX_WAIT, changes, &look) != 0 && errno == ETIMEDOUT &&
-      forget_dead()) {
+      forget_dead(false)) {
     wake_all();
   }
 }
@@ -126,11 +126,12 @@ bool ClockMaster::all_at_rest() {
 }
 
 // A process that has ended cannot say so itself. Orphans are ours to reap.
-bool ClockMaster::forget_dead() {
+bool ClockMaster::forget_dead(bool also_at_rest) {
   bool any = false;
   for (clock_slot& slot : page_->slots) {
     const pid_t pid = get(slot.pid);
-    if (get(slot.state) == SLOT_FREE || pid == 0 || is_alive(pid)) {
+    if (get(slot.state) == SLOT_FREE || pid == 0 || (is_at_rest(slot) && !also_at_rest) ||
+        is_alive(pid)) {
       continue;
     }
     slot.pid = 0;
@@ -185,7 +186,7 @@ void ClockMaster::silence_names(bool silent) {
 }
 
 std::vector<pid_t> ClockMaster::processes() {
-  forget_dead();
+  forget_dead(true);
   std::vector<pid_t> pids;
   for (const clock_slot& slot : page_->slots) {
     if (get(slot.state) != SLOT_FREE) {

@@ -67,7 +67,7 @@ class ClockMaster {
  private:
   bool has_slot(pid_t pid) const;
   bool all_at_rest();
-  bool forget_dead();
+  bool forget_dead(bool also_at_rest);
   void wake(clock_slot& slot);
   void wake_where(uint32_t waits);
   void await_change(uint32_t changes);

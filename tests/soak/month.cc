@@ -22,6 +22,7 @@ using std::chrono::milliseconds;
 // greeting without an answer and a quarter of an hour for a goodbye.
 constexpr std::chrono::hours kStuck(6);
 constexpr std::chrono::milliseconds kProgress(500);
+constexpr std::chrono::milliseconds kProgressInFile(10'000);
 constexpr size_t kLastEvents = 15;
 // How often memory is looked at, in events.
 constexpr uint64_t kLookEvery = 100;
@@ -47,12 +48,14 @@ unsigned long long shown(uint64_t count) {
 
 void show_progress(const World& world, const Watch& watch, Progress& progress, bool always) {
   const auto now = std::chrono::steady_clock::now();
-  if (!always && (isatty(STDOUT_FILENO) == 0 || now - progress.shown < kProgress)) {
+  const bool terminal = isatty(STDOUT_FILENO) != 0;
+  const auto pause = terminal ? kProgress : kProgressInFile;
+  if (!always && now - progress.shown < pause) {
     return;
   }
   progress.shown = now;
   const Account& account = world.account;
-  printf("\r%s  %llu events  %llu sent  %llu traps  RSS %ld + %ld KiB ",
+  printf("%s%s  %llu events  %llu sent  %llu traps  RSS %ld + %ld KiB ", terminal ? "\r" : "\n",
          time_text(in_ms(world.clock.now())).c_str(), shown(progress.events),
          shown(account.sent[0] + account.sent[1]), shown(account.traps_received),
          watch.main().now_kib, watch.proxy().now_kib);

@@ -82,7 +82,8 @@ void receiver_away(World& world, const LifeEvent& event) {
   Receiver& receiver = world.account.receivers[event.count];
   if (receiver.fd.valid()) {
     receiver.fd.reset();
-    world.after(std::chrono::seconds(event.value), [&receiver] { open_receiver(receiver); });
+    world.after_quietly(std::chrono::seconds(event.value),
+                        [&receiver] { open_receiver(receiver); });
   }
 }
 

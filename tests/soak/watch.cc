@@ -9,8 +9,8 @@
 
 namespace {
 
-// By then each size of notification was there, and each buffer was used.
-constexpr uint64_t kWarmAfterTraps = 2'000;
+// Notifications. By then each size was there, and each buffer was used.
+constexpr uint64_t kWarmAfter = 500;
 // A leak of a pointer's size in each notification does not hide in it.
 constexpr long kSlackKib = 64;
 
@@ -68,10 +68,11 @@ void Watch::look(World& world) {
   if (!world.relaying()) {
     return;
   }
+  const uint64_t sent = world.account.sent[0] + world.account.sent[1];
   if (world.daemon.pid() != main_.pid) {
-    traps_at_start_ = world.account.traps_received;
+    sent_at_start_ = sent;
   }
-  const bool warm = world.account.traps_received >= traps_at_start_ + kWarmAfterTraps;
+  const bool warm = sent >= sent_at_start_ + kWarmAfter;
   look_at(main_, world.daemon.pid(), warm);
   look_at(proxy_, world.socket_proxy(), warm);
 }

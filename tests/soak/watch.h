@@ -11,7 +11,7 @@
 
 class Watch {
  public:
-  // Looks, at rest. A process is warm after so many traps of its own time.
+  // Looks, at rest. A process is warm after some hundred notifications.
   void look(World& world);
 
   const Footprint& main() const { return main_; }
@@ -24,7 +24,7 @@ class Watch {
 
   Footprint main_;
   Footprint proxy_;
-  uint64_t traps_at_start_ = 0;
+  uint64_t sent_at_start_ = 0;
   long most_growth_kib_ = 0;
 };
 

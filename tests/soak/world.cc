@@ -19,6 +19,7 @@ namespace {
 
 constexpr std::chrono::seconds kSupervisorPause(5);
 constexpr std::chrono::hours kPatience(1);
+constexpr std::chrono::seconds kLookAgain(10);
 constexpr size_t kProcessesOfARelay = 2;
 
 // Note what was asked for and do nothing: a host that goes down would end here.
@@ -204,6 +205,16 @@ void World::step_until(const std::string& what, const std::function<bool()>& don
 
 void World::after(SimTime delay, std::function<void()> action) {
   later.emplace(clock.now() + delay, std::move(action));
+}
+
+void World::after_quietly(SimTime delay, const std::function<void()>& action) {
+  after(delay, [this, action] {
+    if (has_all(account)) {
+      action();
+    } else {
+      after_quietly(kLookAgain, action);
+    }
+  });
 }
 
 bool World::can_act(Actor actor) const {

@@ -63,6 +63,9 @@ struct World {
 
   // What shall be done later on.
   void after(SimTime delay, std::function<void()> action);
+  // The same, but not while a notification is on its way: it would not be sure
+  // whom it finds.
+  void after_quietly(SimTime delay, const std::function<void()>& action);
 
   // The daemon's processes other than running shutdown timers.
   std::vector<pid_t> relays();
