@@ -50,10 +50,6 @@ int sweep_channels(const char* name) {
   return -1;
 }
 
-int read_packet(int fd, uint8_t* packet) {
-  return ioctl(fd, kReadPacketRequest, packet);
-}
-
 void copy_packet(const uint8_t* packet, std::span<uint8_t> destination) {
   const size_t copied = std::min(destination.size(), chif::kPacketMax);
   std::copy_n(packet, copied, destination.begin());
@@ -102,6 +98,10 @@ void close_channel(int fd) {
   if (fd != -1) {
     close(fd);
   }
+}
+
+int read_packet(int fd, uint8_t* packet) {
+  return ioctl(fd, kReadPacketRequest, packet);
 }
 
 ssize_t write_channel(int fd, std::span<const uint8_t> packet) {

@@ -27,10 +27,15 @@ void close_channel(int fd);
 // Writes one packet and returns the write call's result.
 ssize_t write_channel(int fd, std::span<const uint8_t> packet);
 
-// Reads one packet into destination and returns the ioctl's result: the
-// packet's length, 0 or a negative value with errno. Always fills the whole
-// destination: what the packet does not cover reads as zero, also on a failure.
-// Returns 0 (destination untouched, one log line) without memory.
+// Reads one packet to where chif::kPacketMax bytes have room, for the driver
+// fills in a whole packet. Returns the ioctl's result: the packet's length, 0 or
+// a negative value with errno.
+int read_packet(int fd, uint8_t* packet);
+
+// Reads one packet into a destination of any size and returns the ioctl's
+// result. Always fills the whole destination: what the packet does not cover
+// reads as zero, also on a failure. Returns 0 (destination untouched, one log
+// line) without memory.
 int readMP(int fd, std::span<uint8_t> destination);
 
 // As readMP, with up to ten attempts, 10 ms apart, until one yields a packet.

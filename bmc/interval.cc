@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <cstdarg>
 #include <cstdio>
 
 #include "bmc/channel.h"
@@ -25,15 +24,9 @@ using IntervalBytes = std::array<uint8_t, sizeof(uint32_t)>;
 FILE* g_print_stream;
 bool g_has_print_stream;
 
-[[gnu::format(printf, 1, 2)]] void print(const char* format, ...) {
-  FILE* stream = g_has_print_stream ? g_print_stream : stdout;
-  if (stream == nullptr) {
-    return;
-  }
-  va_list arguments;
-  va_start(arguments, format);
-  vfprintf(stream, format, arguments);
-  va_end(arguments);
+// Null where the user wants none of it.
+FILE* print_stream() {
+  return g_has_print_stream ? g_print_stream : stdout;
 }
 
 bool read_variable(int fd, int selector, IntervalBytes& value, uint8_t& status) {
@@ -60,7 +53,9 @@ uint32_t interval_of(int selector, const IntervalBytes& value, uint8_t status) {
     // Inverted, as callers know it: success is what is reported as a failure
     // (docs/oddities.md: interval-success-called-failure).
     if (setIntervalEV(selector, 0) == 0) {
-      print("Create and Set Interval EV Failed!\n");
+      if (FILE* out = print_stream(); out != nullptr) {
+        fputs("Create and Set Interval EV Failed!\n", out);
+      }
       DebugLog("utils: getIntervalEV(): Create and Set Interval EV Failed!.\n");
     }
     return 0;
@@ -68,7 +63,9 @@ uint32_t interval_of(int selector, const IntervalBytes& value, uint8_t status) {
   if (status != nvram::response::kSuccess) {
     DebugLog("utils: getIntervalEV(): Get Periodic Trap Interval Failed! return status [0x%x]\n",
              status);
-    print(" Get Periodic Trap Interval Failed! return status [0x%x]\n", status);
+    if (FILE* out = print_stream(); out != nullptr) {
+      fprintf(out, " Get Periodic Trap Interval Failed! return status [0x%x]\n", status);
+    }
     return 0;
   }
   const uint32_t interval = get_u32(value, 0);
@@ -112,7 +109,9 @@ int setIntervalEV(int selector, uint32_t value) {
     if (status != nvram::response::kSuccess) {
       DebugLog("utils: setIntervalEV(): Set Periodic Trap Interval Failed with error [0x%x]!\n",
                status);
-      print("Set Periodic Trap Interval Failed with error [0x%x]!\n", status);
+      if (FILE* out = print_stream(); out != nullptr) {
+        fprintf(out, "Set Periodic Trap Interval Failed with error [0x%x]!\n", status);
+      }
       result = 1;
     } else {
       DebugLog("utils: setIntervalEV(): Set PeriodicTrapInterval EV Success!\n");

@@ -185,21 +185,20 @@ int handle_agentx(const Packet& packet, int status) {
   const size_t length = get_u32(packet.bytes, chif::notification::kAgentxRespLen);
   DaemonDebug("bmc_recv: memcpy recvd data to buf len [%d]. . .  errno [%d]\n",
               static_cast<int>(length), errno);
-  std::array<uint8_t, chif::kPacketMax> buffer = {};
-  std::copy_n(packet.bytes.begin() + chif::notification::kPdu, length, buffer.begin());
+  const std::span<const uint8_t> pdu = packet.bytes.subspan(chif::notification::kPdu, length);
   if (g_agentx_dump_flag != 0) {
     DaemonDebug("BMC_RECV AgentX packet\n");
-    dump_agentx(buffer);
+    dump_agentx(pdu);
   }
   // Only now: a failed packet's sizes are checked and its header dumped too.
   if (status != 0) {
     log_status(status);
     return 0;
   }
-  if (length < 1 || get_u8(buffer, agentx::header::kType) != agentx::kNotify) {
+  if (length < 1 || get_u8(pdu, agentx::header::kType) != agentx::kNotify) {
     return return_success(packet.received);
   }
-  return relay(std::span(buffer).first(length));
+  return relay(pdu);
 }
 
 int dispatch(int fd, const Packet& packet) {
@@ -254,7 +253,7 @@ int bmc_recv(int fd) {
     return 0;
   }
   const std::span<uint8_t> bytes(buffer.get(), chif::kPacketMax);
-  const Packet packet = {.bytes = bytes, .received = readMP(fd, bytes)};
+  const Packet packet = {.bytes = bytes, .received = read_packet(fd, bytes.data())};
   if (packet.received < 1) {
     bmc_read_error = packet.received < 0 ? errno : ENODATA;
     DaemonDebug("bmc_recv ERROR: readMP() returns rc [%d]", packet.received);

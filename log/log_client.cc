@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <charconv>
 #include <cstdint>
@@ -33,11 +34,12 @@ constexpr size_t kHeaderMax = 128;
 // What became of a message.
 enum class Fate { kSent, kQueueFull, kNoDaemon, kOtherSocket };
 
-// Messages lost to a full queue since the last one that went through.
-unsigned g_lost = 0;
+// Messages lost to a full queue since the last one that went through. The
+// library's callers may log from several threads.
+std::atomic<unsigned> g_lost = 0;
 
 // Asking the kernel for it would cost a call a message. A forked child asks anew.
-pid_t g_pid = 0;
+std::atomic<pid_t> g_pid = 0;
 
 pid_t process_number() {
   static const int registered = pthread_atfork(nullptr, nullptr, [] { g_pid = 0; });
@@ -162,7 +164,7 @@ void send_by_c_library(LogIdentity identity, int priority, std::string_view text
 bool report_lost() {
   std::array<char, 96> text = {};
   snprintf(text.data(), text.size(),
-           "log: %u messages were lost: the log daemon did not read them.\n", g_lost);
+           "log: %u messages were lost: the log daemon did not read them.\n", g_lost.load());
   if (send_message(LogIdentity::kOwn, LOG_WARNING, text.data(), false) != Fate::kSent) {
     return false;
   }

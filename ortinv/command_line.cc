@@ -150,7 +150,7 @@ int end_of_parsing(const CLI::App& app, const CLI::ParseError& error) {
   return kExitUsage;
 }
 
-int print(const Request& request, const Report& report) {
+int print(const Request& request, Report& report) {
   const std::string text = request.json ? json_text(report) : human_text(report);
   fwrite(text.data(), 1, text.size(), stdout);
   if (fflush(stdout) != 0) {

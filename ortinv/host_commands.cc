@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <utility>
 
 #include "ortinv/library_array.h"
 #include "ortinv/sources.h"
@@ -122,7 +123,7 @@ void report_host(Report& report) {
   host["major_version"] = major_version(report);
   host["memory"] = memory_json(report);
   host["uptime_seconds"] = HostUptime();
-  report.document["host"] = host;
+  report.document["host"] = std::move(host);
 }
 
 void report_software(const std::string& name, Report& report) {
@@ -141,5 +142,5 @@ void report_software(const std::string& name, Report& report) {
       SwDestroyTable();
     }
   }
-  report.document["software"] = packages;
+  report.document["software"] = std::move(packages);
 }

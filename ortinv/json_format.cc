@@ -1,9 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ortinv/json_format.h"
 
-std::string json_text(const Report& report) {
+#include <utility>
+
+std::string json_text(Report& report) {
   Json document = {{"schema", "ortinv/1"}};
-  document.update(report.document);
+  for (auto& [key, value] : report.document.items()) {
+    document[key] = std::move(value);
+  }
+  report.document = Json::object();
   document["missing"] = text_or_null(report.missing.c_str());
   Json& problems = document["problems"] = Json::array();
   for (const Problem& problem : report.problems) {

@@ -8,6 +8,7 @@
 #include <ortinv/smbios_types.h>
 
 #include <cstdio>
+#include <exception>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <span>
@@ -65,24 +66,34 @@ Json record_schema(const SmbType& type) {
   return schema;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  std::ifstream file(argc == 3 ? argv[1] : "");
-  Json schema = Json::parse(file, nullptr, false);
-  if (schema.is_discarded()) {
-    fprintf(stderr, "usage: make_schema FROM TO; FROM must be JSON\n");
-    return 2;
-  }
-  Json& choices = schema["properties"]["smbios"]["items"]["oneOf"];
+// Exceptions are the JSON library's: the frame lacks what is to be filled in.
+int make_schema(const char* frame, const char* target) {
+  std::ifstream file(frame);
+  Json schema = Json::parse(file);
+  Json& choices = schema.at("properties").at("smbios").at("items").at("oneOf");
   for (uint32_t i = 0; i < SmbTypeCount(); ++i) {
     const SmbType& type = *SmbTypeAt(i);
     const std::string name = "smbios_" + std::to_string(type.type);
     choices.push_back({{"$ref", "#/definitions/" + name}});
     schema["definitions"][name] = record_schema(type);
   }
-  std::ofstream written(argv[2]);
+  std::ofstream written(target);
   written << schema.dump(2) << '\n';
   written.close();
   return written ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 3) {
+    fputs("usage: make_schema FROM TO\n", stderr);
+    return 2;
+  }
+  try {
+    return make_schema(argv[1], argv[2]);
+  } catch (const std::exception& error) {
+    fprintf(stderr, "make_schema: %s: %s\n", argv[1], error.what());
+    return 1;
+  }
 }

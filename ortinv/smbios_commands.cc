@@ -14,6 +14,7 @@
 #include <memory>
 #include <set>
 #include <string_view>
+#include <utility>
 
 #include "ortinv/library_array.h"
 #include "ortinv/smbios_records_json.h"
@@ -174,11 +175,9 @@ bool open_smbios(Report& report) {
 void report_smbios(std::optional<uint32_t> type, Report& report) {
   Json records = Json::array();
   for_each_type(type, report, [&](const SmbType& found, const void* first, uint32_t count) {
-    for (Json& record : smbios_records_json(found, first, count)) {
-      records.push_back(std::move(record));
-    }
+    append_smbios_records(records, found, first, count);
   });
-  report.document["smbios"] = records;
+  report.document["smbios"] = std::move(records);
 }
 
 void dump_smbios(std::optional<uint32_t> type, Report& report) {
@@ -194,7 +193,7 @@ void report_pci(const PciAddress& address, Report& report) {
     report.missing =
         devices.empty() ? "the SMBIOS table knows no PCI device " + pci_address_text(address) : "";
   }
-  report.document["pci"] = devices;
+  report.document["pci"] = std::move(devices);
 }
 
 void report_drive(const std::string& serial, Report& report) {
@@ -204,7 +203,7 @@ void report_drive(const std::string& serial, Report& report) {
     report.missing =
         drives.empty() ? "the SMBIOS table knows no drive with serial number " + serial : "";
   }
-  report.document["drives"] = drives;
+  report.document["drives"] = std::move(drives);
 }
 
 void report_all_pci(Report& report) {
@@ -216,7 +215,7 @@ void report_all_pci(Report& report) {
       add_unless_null(devices, pci_json(address));
     }
   }
-  report.document["pci"] = devices;
+  report.document["pci"] = std::move(devices);
 }
 
 void report_all_drives(Report& report) {
@@ -226,5 +225,5 @@ void report_all_drives(Report& report) {
       add_unless_null(drives, drive_json(serial));
     }
   }
-  report.document["drives"] = drives;
+  report.document["drives"] = std::move(drives);
 }

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <span>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -35,12 +36,11 @@ Json bytes_json(Bytes field) {
 Json port_maps_json(Bytes record, size_t offset, size_t count) {
   Json entries = Json::array();
   for (size_t i = 0; i < count; ++i) {
-    Json ports = Json::array();
+    Json& ports = entries.emplace_back(Json::array());
     const auto entry = value_at<GbxConnectorEntry>(record, offset + i * sizeof(GbxConnectorEntry));
     for (const GbxPortMap& port : entry.portMap) {
       ports.push_back({{"connection", port.connection}, {"bay", port.bay}});
     }
-    entries.push_back(ports);
   }
   return entries;
 }
@@ -65,17 +65,20 @@ Json field_json(const SmbField& field, Bytes record) {
 
 }  // namespace
 
-Json smbios_records_json(const SmbType& type, const void* records, uint32_t count) {
-  Json list = Json::array();
+void append_smbios_records(Json& list, const SmbType& type, const void* records, uint32_t count) {
+  const std::span fields(type.fields, type.field_count);
   const Bytes all(static_cast<const uint8_t*>(records), size_t{type.record_size} * count);
   for (uint32_t i = 0; i < count; ++i) {
     const Bytes record = all.subspan(size_t{type.record_size} * i, type.record_size);
     const auto header = value_at<SmbRecordHeader>(record, 0);
-    Json object = {{"type", header.type}, {"handle", uint16_t{header.handle}}};
-    for (const SmbField& field : std::span(type.fields, type.field_count)) {
-      object[field.key] = field_json(field, record);
+    // No key comes twice: it need not be looked for before it is added.
+    Json::object_t object;
+    object.reserve(fields.size() + 2);
+    object.emplace_back("type", header.type);
+    object.emplace_back("handle", uint16_t{header.handle});
+    for (const SmbField& field : fields) {
+      object.emplace_back(field.key, field_json(field, record));
     }
-    list.push_back(object);
+    list.emplace_back(std::move(object));
   }
-  return list;
 }

@@ -9,8 +9,8 @@
 
 #include "ortinv/report.h"
 
-// Turns the array that SmBiosGetRecords gave for this type into a list of
-// objects, whose keys are those of the type's fields.
-Json smbios_records_json(const SmbType& type, const void* records, uint32_t count);
+// Appends the array that SmBiosGetRecords gave for this type to a list, as
+// objects whose keys are those of the type's fields.
+void append_smbios_records(Json& list, const SmbType& type, const void* records, uint32_t count);
 
 #endif  // TVUREV_ORTINV_SMBIOS_RECORDS_JSON_H_

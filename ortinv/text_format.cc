@@ -123,6 +123,13 @@ std::string table_lines(const Json& list, std::span<const Field> fields) {
   return out;
 }
 
+// What the object holds under the key; null when it does not, or is none.
+const Json& content_of(const Json& object, const char* key) {
+  static const Json kNothing;
+  const auto found = object.is_object() ? object.find(key) : object.end();
+  return found == object.end() ? kNothing : *found;
+}
+
 // A heading and what is under it, or nothing at all.
 void append_section(std::string& out, const char* heading, const Json& content,
                     std::span<const Field> fields) {
@@ -151,23 +158,19 @@ void append_changes(std::string& out, const Json& changes) {
 
 std::string human_text(const Report& report) {
   const Json& document = report.document;
-  const Json host = document.value("host", Json());
-  const Json bmc = document.value("bmc", Json());
+  const Json& host = content_of(document, "host");
+  const Json& bmc = content_of(document, "bmc");
   std::string out;
-  append_section(out, "PCI devices", document.value("pci", Json()), kPciFields);
-  append_section(out, "Drives", document.value("drives", Json()), kDriveFields);
+  append_section(out, "PCI devices", content_of(document, "pci"), kPciFields);
+  append_section(out, "Drives", content_of(document, "drives"), kDriveFields);
   append_section(out, "Host", host, kHostFields);
-  if (host.is_object()) {
-    append_section(out, "Memory", host["memory"], kMemoryFields);
-  }
-  append_section(out, "Software", document.value("software", Json()), kSoftwareFields);
-  if (bmc.is_object()) {
-    append_section(out, "BMC address", bmc.value("address", Json()), kAddressFields);
-    append_section(out, "BMC mode", bmc.value("mode", Json()), kModeFields);
-    append_section(out, "BMC intervals", bmc.value("intervals", Json()), kIntervalFields);
-  }
-  append_section(out, "Entity MIB registration", document.value("entity_mib", Json()),
+  append_section(out, "Memory", content_of(host, "memory"), kMemoryFields);
+  append_section(out, "Software", content_of(document, "software"), kSoftwareFields);
+  append_section(out, "BMC address", content_of(bmc, "address"), kAddressFields);
+  append_section(out, "BMC mode", content_of(bmc, "mode"), kModeFields);
+  append_section(out, "BMC intervals", content_of(bmc, "intervals"), kIntervalFields);
+  append_section(out, "Entity MIB registration", content_of(document, "entity_mib"),
                  kEntityMibFields);
-  append_changes(out, document.value("changes", Json::array()));
+  append_changes(out, content_of(document, "changes"));
   return out;
 }

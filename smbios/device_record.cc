@@ -1,28 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "smbios/device_record.h"
 
+#include "smbios/index.h"
 #include "smbios/oem_layout.h"
 #include "smbios/table.h"
 
-namespace correlation = layout::correlation;
-namespace onboard = layout::onboard;
-namespace slot = layout::slot;
-
 const uint8_t* SmbFindDeviceRecord(const PciFunction& wanted) {
-  const uint8_t* found = find_of_type(slot::kType, [&](const uint8_t* candidate) {
-    return word_at(candidate, slot::kSegment) == wanted.segment &&
-           byte_at(candidate, slot::kBus) == wanted.bus;
-  });
-  if (found != nullptr) {
-    return found;
+  const uint8_t* slot = first_by(By::kSlotBus, bus_value(wanted.segment, wanted.bus));
+  if (slot != nullptr) {
+    return slot;
   }
-  return find_of_type(onboard::kType, [&](const uint8_t* candidate) {
-    const uint8_t device_function = byte_at(candidate, onboard::kDeviceFunction);
-    return word_at(candidate, onboard::kSegment) == wanted.segment &&
-           byte_at(candidate, onboard::kBus) == wanted.bus &&
-           layout::device_of(device_function) == wanted.device &&
-           layout::function_of(device_function) == wanted.function;
-  });
+  const uint8_t device_function = layout::device_function_of(wanted.device, wanted.function);
+  // Numbers beyond their bits are no onboard device's.
+  if (layout::device_of(device_function) != wanted.device ||
+      layout::function_of(device_function) != wanted.function) {
+    return nullptr;
+  }
+  return first_by(By::kOnboardAddress, address_value(wanted.segment, wanted.bus, device_function));
 }
 
 uint16_t device_handle(const PciFunction& wanted) {
@@ -30,9 +24,5 @@ uint16_t device_handle(const PciFunction& wanted) {
 }
 
 const uint8_t* find_correlation_at(uint32_t segment, uint32_t bus, uint8_t device_function) {
-  return find_of_type(correlation::kType, [&](const uint8_t* candidate) {
-    return word_at(candidate, correlation::kSegment) == segment &&
-           byte_at(candidate, correlation::kBus) == bus &&
-           byte_at(candidate, correlation::kDeviceFunction) == device_function;
-  });
+  return first_by(By::kCorrelationAddress, address_value(segment, bus, device_function));
 }

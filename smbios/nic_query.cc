@@ -3,6 +3,7 @@
 #include "log/log.h"
 #include "ortinv/oem_queries.h"
 #include "smbios/device_record.h"
+#include "smbios/index.h"
 #include "smbios/oem_layout.h"
 #include "smbios/table.h"
 
@@ -13,11 +14,7 @@ namespace correlation = layout::correlation;
 // 0 when the NIC is not there or its port is not given.
 uint8_t port_from_nic_info(uint8_t segment, uint8_t bus, uint8_t device_function) {
   DebugLog("smbios: SmbGetNicPortNum: Using Type 233 record (NIC_INFO)...\n");
-  const uint8_t* nic = find_of_type(layout::nic::kType, [&](const uint8_t* candidate) {
-    return word_at(candidate, layout::nic::kSegment) == segment &&
-           byte_at(candidate, layout::nic::kBus) == bus &&
-           byte_at(candidate, layout::nic::kDeviceFunction) == device_function;
-  });
+  const uint8_t* nic = first_by(By::kNicAddress, address_value(segment, bus, device_function));
   if (nic == nullptr) {
     return 0;
   }
@@ -42,7 +39,7 @@ uint8_t SmbGetNicPortNum(uint8_t segment, uint8_t bus, uint8_t device_function) 
            segment, bus, device_function);
   // Without correlations the type 233 structures are not asked either, kept on
   // purpose: callers see this 0 (docs/oddities.md: smbios-nic-needs-correlation).
-  const uint8_t* first_correlation = next_of_type(correlation::kType, nullptr);
+  const uint8_t* first_correlation = first_by(By::kCorrelation, 0);
   if (first_correlation == nullptr) {
     return 0;
   }

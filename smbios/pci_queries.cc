@@ -6,6 +6,7 @@
 #include "log/log.h"
 #include "ortinv/oem_queries.h"
 #include "smbios/device_record.h"
+#include "smbios/index.h"
 #include "smbios/oem_layout.h"
 #include "smbios/table.h"
 
@@ -14,9 +15,7 @@ namespace {
 namespace correlation = layout::correlation;
 
 const uint8_t* find_correlation(uint16_t handle) {
-  return find_of_type(correlation::kType, [&](const uint8_t* candidate) {
-    return word_at(candidate, correlation::kDeviceHandle) == handle;
-  });
+  return first_by(By::kCorrelationDevice, handle);
 }
 
 const uint8_t* find_correlation_by_address(const PciFunction& wanted) {
@@ -34,14 +33,10 @@ const char* string_or_null(const uint8_t* structure, size_t offset) {
 // device, kept on purpose: callers see this miss (docs/oddities.md:
 // smbios-part-number-short-ends).
 const char* part_number_of(uint16_t handle) {
-  const uint8_t* found = find_of_type(correlation::kType, [&](const uint8_t* candidate) {
-    return formatted_length(candidate) < correlation::kLengthWithPartNumber ||
-           word_at(candidate, correlation::kDeviceHandle) == handle;
-  });
-  if (found == nullptr || formatted_length(found) < correlation::kLengthWithPartNumber) {
-    return nullptr;
-  }
-  return string_at(found, correlation::kPartNumber);
+  const uint8_t* found = find_correlation(handle);
+  const uint8_t* too_short = first_by(By::kShortCorrelation, 0);
+  const bool meets_it = too_short != nullptr && too_short <= found;
+  return meets_it ? nullptr : string_or_null(found, correlation::kPartNumber);
 }
 
 }  // namespace
@@ -68,7 +63,7 @@ const char* SmbGetPartNumber(uint32_t segment, uint32_t bus, uint32_t device, ui
   if (handle != 0) {
     return part_number_of(handle);
   }
-  const uint8_t* first = next_of_type(correlation::kType, nullptr);
+  const uint8_t* first = first_by(By::kCorrelation, 0);
   if (first == nullptr) {
     return nullptr;
   }
@@ -91,7 +86,7 @@ const char* SmbGetPciName(uint32_t segment, uint32_t bus, uint32_t device, uint3
   if (handle != 0) {
     return string_or_null(find_correlation(handle), correlation::kName);
   }
-  const uint8_t* first = next_of_type(correlation::kType, nullptr);
+  const uint8_t* first = first_by(By::kCorrelation, 0);
   if (first == nullptr) {
     return nullptr;
   }
@@ -112,15 +107,5 @@ const char* SmbGetPciLinkedString(uint8_t segment, uint8_t bus, uint8_t device, 
   }
   // Not every correlation of a device has a text linked to it; the first that has
   // one answers.
-  const uint8_t* linked = nullptr;
-  find_of_type(correlation::kType, [&](const uint8_t* linking) {
-    if (word_at(linking, correlation::kDeviceHandle) != handle) {
-      return false;
-    }
-    linked = find_of_type(layout::linked_text::kType, [&](const uint8_t* candidate) {
-      return word_at(candidate, layout::linked_text::kCorrelationHandle) == handle_of(linking);
-    });
-    return linked != nullptr;
-  });
-  return string_or_null(linked, layout::linked_text::kText);
+  return string_or_null(first_by(By::kLinkedDevice, handle), layout::linked_text::kText);
 }

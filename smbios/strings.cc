@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "ortinv/smbios_table.h"
+#include "smbios/index.h"
 #include "smbios/table.h"
 
 namespace {
@@ -58,10 +59,16 @@ const char* SmBiosGetCleanString(const uint8_t* structure, int formatted_length,
     return kUndefined;
   }
   // Zeros stay zeros and others stay others, so no structure moves.
+  bool changed = false;
   for (uint8_t& character : text.first(length)) {
     if (character < kFirstPrintable || character > kLastPrintable) {
       character = '.';
+      changed = true;
     }
+  }
+  // Where a structure is shorter than its fields, they lie in its texts.
+  if (changed) {
+    drop_index();
   }
   return as_text(text);
 }

@@ -13,6 +13,7 @@
 
 #include "log/log.h"
 #include "ortinv/smbios_table.h"
+#include "smbios/index.h"
 
 namespace {
 
@@ -101,6 +102,7 @@ int SmBiosTerm(void) {
   if (!g_table.initialised) {
     return 0;
   }
+  drop_index();
   g_table.block.reset();
   g_table.start = nullptr;
   g_table.end = nullptr;
@@ -130,18 +132,6 @@ int SmBiosNextStructure(const uint8_t** cursor) {
   return *cursor < g_table.end ? 1 : 0;
 }
 
-int SmBiosFindStructure(uint8_t type, uint16_t index, const uint8_t** structure) {
-  const uint8_t* found = next_of_type(type, nullptr);
-  for (uint16_t earlier = 0; found != nullptr && earlier < index; ++earlier) {
-    found = next_of_type(type, found);
-  }
-  if (found == nullptr || structure == nullptr) {
-    return 0;
-  }
-  *structure = found;
-  return 1;
-}
-
 std::span<uint8_t> writable_block_from(const uint8_t* position) {
   const std::less<const uint8_t*> before;
   uint8_t* const block = g_table.block.get();
@@ -154,25 +144,6 @@ std::span<uint8_t> writable_block_from(const uint8_t* position) {
 
 std::span<const uint8_t> block_from(const uint8_t* position) {
   return writable_block_from(position);
-}
-
-const uint8_t* next_of_type(uint8_t type, const uint8_t* after) {
-  const uint8_t* structure = after;
-  while (SmBiosNextStructure(&structure) == 1) {
-    if (*structure == type) {
-      return structure;
-    }
-  }
-  return nullptr;
-}
-
-uint32_t count_of_type(uint8_t type) {
-  uint32_t count = 0;
-  for (const uint8_t* structure = next_of_type(type, nullptr); structure != nullptr;
-       structure = next_of_type(type, structure)) {
-    ++count;
-  }
-  return count;
 }
 
 bool table_initialised() {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The table as the sources of this folder see it: bounded access to structures,
-// and walks over those of one type. The block, its state and its lock live in
-// table.cc.
+// and walks over those of one type (walk.cc). The block, its state and its lock live
+// in table.cc.
 #ifndef TVUREV_SMBIOS_TABLE_H_
 #define TVUREV_SMBIOS_TABLE_H_
 

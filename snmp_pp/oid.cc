@@ -11,8 +11,8 @@ Oid::Oid(const char* text) {
 }
 
 Oid::Oid(const unsigned long* arcs, int length) {
-  for (int position = 0; arcs != nullptr && position < length; ++position) {
-    *this += arcs[position];
+  if (arcs != nullptr && length > 0) {
+    arcs_.append_low_bits(std::span(arcs, static_cast<size_t>(length)));
   }
 }
 

@@ -77,30 +77,28 @@ bool put_header(Cursor& at, u_char tag, size_t end) {
                                      at.used - end) != 0;
 }
 
+// A program's own class may have the syntax and yet be no such value.
+template <typename Kind, typename Number>
+Number number_of(const Vb& binding) {
+  const Kind* value = binding.value_as<Kind>();
+  return value != nullptr ? static_cast<Number>(*value) : Number{0};
+}
+
 bool put_value(Cursor& at, const Vb& binding) {
   switch (binding.get_syntax()) {
-    case sNMP_SYNTAX_INT32: {
-      SnmpInt32 number;
-      binding.get_value(number);
-      return put_integer(at, number);
-    }
-    case sNMP_SYNTAX_GAUGE32: {
-      SnmpUInt32 number;
-      binding.get_value(number);
-      return put_unsigned(at, ASN_GAUGE, number);
-    }
-    case sNMP_SYNTAX_TIMETICKS: {
-      TimeTicks ticks;
-      binding.get_value(ticks);
-      return put_unsigned(at, ASN_TIMETICKS, ticks);
-    }
+    case sNMP_SYNTAX_INT32:
+      return put_integer(at, number_of<SnmpInt32, long>(binding));
+    case sNMP_SYNTAX_GAUGE32:
+      return put_unsigned(at, ASN_GAUGE, number_of<SnmpUInt32, unsigned long>(binding));
+    case sNMP_SYNTAX_TIMETICKS:
+      return put_unsigned(at, ASN_TIMETICKS, number_of<TimeTicks, unsigned long>(binding));
     case sNMP_SYNTAX_OCTETS: {
-      const auto* string = dynamic_cast<const OctetStr*>(binding.value());
+      const auto* string = binding.value_as<OctetStr>();
       return put_octets(at, ASN_OCTET_STR,
                         string != nullptr ? string->octets() : std::span<const unsigned char>());
     }
     case sNMP_SYNTAX_OID: {
-      const auto* object_id = dynamic_cast<const Oid*>(binding.value());
+      const auto* object_id = binding.value_as<Oid>();
       return put_oid(at, object_id != nullptr ? object_id->arcs() : std::span<const SmiUINT32>());
     }
     case sNMP_SYNTAX_IPADDR: {

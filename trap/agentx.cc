@@ -12,6 +12,7 @@
 #include "log/complaints.h"
 #include "log/debug_flags.h"
 #include "log/log.h"
+#include "trap/object_id.h"
 #include "wire/agentx.h"
 #include "wire/little_endian.h"
 
@@ -21,9 +22,9 @@ using namespace Snmp_pp;  // NOLINT(google-build-using-namespace)
 
 // Steering bindings, found by these texts anywhere in their name
 // (docs/oddities.md: steering-names-anywhere, reset-mark-anywhere).
-constexpr const char* kSysUpTime = "1.3.6.1.2.1.1.3";
-constexpr const char* kSnmpTrapOid = "1.3.6.1.6.3.1.1.4.1";
-constexpr const char* kSnmpTrapCommunity = "1.3.6.1.6.3.18.1.4";
+constexpr ArcsText kSysUpTime("1.3.6.1.2.1.1.3");
+constexpr ArcsText kSnmpTrapOid("1.3.6.1.6.3.1.1.4.1");
+constexpr ArcsText kSnmpTrapCommunity("1.3.6.1.6.3.18.1.4");
 constexpr const char* kResetMark = "6061";
 
 // Bindings that one block of memory has room for: as many as a trap can carry.
@@ -41,7 +42,7 @@ struct Binding {
   uint16_t type;
   std::span<const uint8_t> bytes;  // from its start to the end of the copy
   size_t value;                    // offset of the value in bytes
-  OidText name;
+  ObjectId name;
 };
 
 const char* type_name(uint16_t type) {
@@ -82,21 +83,23 @@ bool fits(const Binding& binding, size_t length) {
 
 template <typename Value>
 void add_binding(Notification& notification, const Binding& binding, Value value) {
-  const Oid name(binding.name.data());
+  Oid name = snmp_oid(binding.name);
   // Left out rather than sent: the library would refuse the whole trap.
   if (!name.valid() || !value.valid()) {
-    DaemonDebug("vb[%d] OID: [%s] is no valid name or value. Left out.\n", binding.index,
-                binding.name.data());
+    if (g_daemon_debug_flag != 0) {
+      DaemonDebug("vb[%d] OID: [%s] is no valid name or value. Left out.\n", binding.index,
+                  text_of(binding.name).data());
+    }
     return;
   }
   if (notification.vbs.empty()) {
     notification.vbs.reserve(kUsualBindings);
   }
-  notification.vbs.emplace_back(name).set_value(std::move(value));
+  notification.vbs.emplace_back(std::move(name)).set_value(std::move(value));
 }
 
 // The four decoders below return the length of the whole binding, 0 when it
-// does not fit.
+// does not fit. They ask the debug flag themselves: texts are not made for nothing.
 
 size_t decode_word(Notification& notification, const Binding& binding) {
   const size_t length = binding.value + agentx::kWordSize;
@@ -104,10 +107,12 @@ size_t decode_word(Notification& notification, const Binding& binding) {
     return 0;
   }
   const uint32_t value = get_u32(binding.bytes, binding.value);
-  DaemonDebug("vb[%d] OID: [%s] [%s] [0x%x] vblen [%d] vbtype [%d]\n", binding.index,
-              binding.name.data(), type_name(binding.type), value, static_cast<int>(length),
-              binding.type);
-  if (holds(binding.name.data(), kSysUpTime)) {
+  if (g_daemon_debug_flag != 0) {
+    DaemonDebug("vb[%d] OID: [%s] [%s] [0x%x] vblen [%d] vbtype [%d]\n", binding.index,
+                text_of(binding.name).data(), type_name(binding.type), value,
+                static_cast<int>(length), binding.type);
+  }
+  if (text_holds(binding.name, kSysUpTime)) {
     notification.timestamp = value;
   } else if (binding.type == agentx::type::kTimeTicks) {
     // Never its own value: receivers have seen 0 since the first release
@@ -130,14 +135,17 @@ size_t decode_oid(Notification& notification, const Binding& binding) {
   if (!fits(binding, length)) {
     return 0;
   }
-  const OidText text = render_oid(get_u8(value, agentx::object_id::kPrefix),
-                                  value.subspan(agentx::object_id::kArcs, subids_size));
-  DaemonDebug("vb[%d] OID: [%s] [%s] [%s] vblen [%d]\n", binding.index, binding.name.data(),
-              type_name(binding.type), text.data(), static_cast<int>(length));
-  if (holds(binding.name.data(), kSnmpTrapOid)) {
-    notification.trapOid = text;
+  const ObjectId id = read_object_id(get_u8(value, agentx::object_id::kPrefix),
+                                     value.subspan(agentx::object_id::kArcs, subids_size));
+  if (g_daemon_debug_flag != 0) {
+    DaemonDebug("vb[%d] OID: [%s] [%s] [%s] vblen [%d]\n", binding.index,
+                text_of(binding.name).data(), type_name(binding.type), text_of(id).data(),
+                static_cast<int>(length));
+  }
+  if (text_holds(binding.name, kSnmpTrapOid)) {
+    notification.trapOid = text_of(id);
   } else {
-    add_binding(notification, binding, Oid(text.data()));
+    add_binding(notification, binding, snmp_oid(id));
   }
   return length;
 }
@@ -172,16 +180,15 @@ size_t decode_octets(Notification& notification, const Binding& binding) {
   const size_t length = octets + padded_size;
   const std::span<const uint8_t> used =
       used_octets(binding.type, binding.bytes.subspan(octets, octets_size));
-  // The flag is asked here for the sake of the texts, which are not made for
-  // nothing.
   if (g_daemon_debug_flag != 0) {
     const std::string text = octets_as_text(binding.type, used);
-    DaemonDebug("vb[%d] OID: [%s] [%s] [%s] vblen [%d]\n", binding.index, binding.name.data(),
-                type_name(binding.type), text.c_str(), static_cast<int>(length));
+    DaemonDebug("vb[%d] OID: [%s] [%s] [%s] vblen [%d]\n", binding.index,
+                text_of(binding.name).data(), type_name(binding.type), text.c_str(),
+                static_cast<int>(length));
     DaemonDebug("OctetString in Hex [%s]\n", render_hex(text, octets_size).data());
   }
   // A trap has its own community, which is the receiver's secret and not the BMC's.
-  if (holds(binding.name.data(), kSnmpTrapCommunity)) {
+  if (text_holds(binding.name, kSnmpTrapCommunity)) {
     return length;
   }
   if (binding.type == agentx::type::kIpAddress) {
@@ -198,8 +205,11 @@ size_t skip_binding(const Binding& binding, size_t value_size) {
   if (!fits(binding, length)) {
     return 0;
   }
-  DaemonDebug("vb[%d] OID: [%s] [%s] vblen [%d] vbtype [%d] left out\n", binding.index,
-              binding.name.data(), type_name(binding.type), static_cast<int>(length), binding.type);
+  if (g_daemon_debug_flag != 0) {
+    DaemonDebug("vb[%d] OID: [%s] [%s] vblen [%d] vbtype [%d] left out\n", binding.index,
+                text_of(binding.name).data(), type_name(binding.type), static_cast<int>(length),
+                binding.type);
+  }
   return length;
 }
 
@@ -252,8 +262,8 @@ bool read_binding(std::span<const uint8_t> bytes, int index, Binding& binding) {
     return false;
   }
   binding.name =
-      render_oid(get_u8(bytes, agentx::binding::kNamePrefix),
-                 bytes.subspan(agentx::binding::kName, binding.value - agentx::binding::kName));
+      read_object_id(get_u8(bytes, agentx::binding::kNamePrefix),
+                     bytes.subspan(agentx::binding::kName, binding.value - agentx::binding::kName));
   return true;
 }
 

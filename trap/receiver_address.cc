@@ -19,8 +19,8 @@ namespace {
 
 using Snmp_pp::GenAddress;
 
-constexpr int64_t kKeepAddressMs = 5 * 60 * 1'000;
-constexpr int64_t kKeepFailureMs = 60 * 1'000;
+constexpr int64_t kKeepAddressMs = 300'000;
+constexpr int64_t kKeepFailureMs = 60'000;
 
 using AddressText = std::array<char, INET_ADDRSTRLEN>;
 

@@ -8,6 +8,10 @@
  * a result is a text in the table: valid until SmBiosTerm, not to be freed. Log
  * lines go through DebugLog.
  *
+ * The first query about a PCI function after SmBiosInit, or after a text was
+ * cleaned, walks the table and keeps an index, a few bytes for each structure;
+ * those after it look things up. Without memory for it each walks the table.
+ *
  * A PCI function is found by its slot (type 9, first one on the segment and bus;
  * device and function are not compared, kept on purpose: what sits in a slot may
  * show any device number, docs/oddities.md: smbios-first-slot-on-bus), else by its

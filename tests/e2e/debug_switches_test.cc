@@ -103,7 +103,7 @@ TEST_F(DebugSwitches, DaemonSwitchShowsTheSocketsLife) {
   touch(kDaemonSwitch);
   start_relay();
   LocalClient agent = connected_client();
-  ASSERT_TRUE(agent.send(Bytes(30, 0)));
+  ASSERT_TRUE(agent.send(Bytes(20, 0)));
   ASSERT_TRUE(run_until_logged("6 ortdv: tvurev: Returning ret [1]"));
   touch(kHoldFile);  // the next round begins when the pause ends
   agent.hang_up();
@@ -115,7 +115,7 @@ TEST_F(DebugSwitches, DaemonSwitchShowsTheSocketsLife) {
           "6 ortdv:  main TVUD reverse_mode loop",
           "6 ortdv:  reverse mode:  Waiting for a connection with forward mode ORT...", kClientLine,
           "6 ortdv: tvud: TVU Reverse Proxy: numfds [1].", "6 ortdv:  proxy_ortd_trap",
-          "6 ortdv: proxy_ortd_trap: received 30 bytes . . .", "6 ortdv: sending 30 bytes",
+          "6 ortdv: proxy_ortd_trap: received 20 bytes . . .", "6 ortdv: sending 20 bytes",
           "6 ortdv: send_trap_to_host(): Host SNMP Enabled. Continuing to send trap thru Host.",
           "6 ortdv: tvudrev: trapOid is [].",
           "6 ortdv: tvurev: No Mox reset string in trapOid.  Set ret to [0]",

@@ -50,29 +50,43 @@ class ShortVector {
   void shorten(size_t size) { size_ = size; }
 
   // The elements may be some of this vector's own.
-  void append(std::span<const Element> elements) {
-    if (elements.size() > kLongest - size_) {
+  void append(std::span<const Element> elements) { append_low_bits(elements); }
+  void append(Element element) { append(std::span<const Element>(&element, 1)); }
+
+  // Appends numbers that may be wider: what an element holds of them.
+  template <typename Number>
+  void append_low_bits(std::span<const Number> numbers) {
+    if (numbers.size() > kLongest - size_) {
       throw std::bad_array_new_length();
     }
-    const size_t size = size_ + elements.size();
+    const size_t size = size_ + numbers.size();
     if (size > capacity_) {
-      // Filled before the old block, in which the elements may lie, is freed.
+      // Filled before the old block, in which the numbers may lie, is freed.
       const size_t capacity = std::max(size, 2 * capacity_);
       auto block = std::make_unique_for_overwrite<Element[]>(capacity);
       std::copy_n(data(), size_, block.get());
-      std::copy_n(elements.data(), elements.size(), block.get() + size_);
+      copy_low_bits(numbers, block.get() + size_);
       heap_ = std::move(block);
       capacity_ = capacity;
     } else {
-      std::copy_n(elements.data(), elements.size(), place() + size_);
+      copy_low_bits(numbers, place() + size_);
     }
     size_ = size;
   }
-  void append(Element element) { append(std::span<const Element>(&element, 1)); }
 
  private:
   // What no memory has room for is refused before lengths could wrap around.
   static constexpr size_t kLongest = PTRDIFF_MAX / sizeof(Element);
+
+  template <typename Number>
+  static void copy_low_bits(std::span<const Number> numbers, Element* to) {
+    if constexpr (std::is_same_v<Number, Element>) {
+      std::copy_n(numbers.data(), numbers.size(), to);
+    } else {
+      std::transform(numbers.begin(), numbers.end(), to,
+                     [](Number number) { return static_cast<Element>(number); });
+    }
+  }
 
   Element* place() { return heap_ ? heap_.get() : inside_.data(); }
 

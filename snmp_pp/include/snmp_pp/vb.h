@@ -48,10 +48,16 @@ class Vb {
   // (get_syntax()).
   int get_value(SnmpSyntax& destination) const;
 
-  // Name and value, null without a value, until the object changes. Not part of
-  // SNMP++.
+  // Name and value, null without a value, until the object changes. These three
+  // are not part of SNMP++.
   const Oid& name() const { return name_; }
   const SnmpSyntax* value() const;
+  // The value when it is of this class or of one derived from it, else null.
+  template <typename Kind>
+  const Kind* value_as() const {
+    const Kind* held = std::get_if<Kind>(&value_);
+    return held != nullptr ? held : dynamic_cast<const Kind*>(value());
+  }
 
   // The kind of the value; sNMP_SYNTAX_NULL when there is none.
   SmiUINT32 get_syntax() const;
