@@ -177,6 +177,9 @@ void stop_proxy_amid_flood(Flood& flood) {
   touch(kOrtStopFile);
   expect_end(flood, "the socket proxy",
              [&] { return std::ranges::count(world.clock.processes(), proxy) == 0; });
+  if (world.agent.idle()) {
+    flood.errors.emplace_back("the flood was over before the socket proxy ended");
+  }
   if (exists(kOrtStopFile)) {
     flood.errors.emplace_back("the socket proxy ended, but not for the stop file");
   }
