@@ -58,27 +58,6 @@ bool take_out_of_order(Account& account, Receiver& receiver, const std::string& 
   return false;
 }
 
-void take_trap(Account& account, Receiver& receiver, const std::string& text) {
-  ++account.traps_received;
-  const std::string community = receiver.community + " ";
-  const std::string trap = text.starts_with(community) ? text.substr(community.size()) : text;
-  for (size_t road = 0; road < kRoads; ++road) {
-    std::deque<std::string>& expected = receiver.expected[road];
-    if (!expected.empty() && expected.front() == trap) {
-      expected.pop_front();
-      ++receiver.received[road];
-      // Added up, since the roads' traps may come in any order between them.
-      uint64_t one = receiver.received[road] * kRoads + road;
-      digest(one, receiver.address + text);
-      account.digest += one;
-      return;
-    }
-  }
-  if (!take_out_of_order(account, receiver, trap)) {
-    add_error(account, receiver.address + ": nobody sent this, or it came before: " + shown(text));
-  }
-}
-
 }  // namespace
 
 void open_receiver(Receiver& receiver) {
@@ -100,6 +79,27 @@ void expect_trap(Account& account, Road road, const std::string& trap) {
       receiver.expected[index].push_back(trap);
       ++account.traps_expected;
     }
+  }
+}
+
+void take_trap(Account& account, Receiver& receiver, const std::string& text) {
+  ++account.traps_received;
+  const std::string community = receiver.community + " ";
+  const std::string trap = text.starts_with(community) ? text.substr(community.size()) : text;
+  for (size_t road = 0; road < kRoads; ++road) {
+    std::deque<std::string>& expected = receiver.expected[road];
+    if (!expected.empty() && expected.front() == trap) {
+      expected.pop_front();
+      ++receiver.received[road];
+      // Added up, since the roads' traps may come in any order between them.
+      uint64_t one = receiver.received[road] * kRoads + road;
+      digest(one, receiver.address + text);
+      account.digest += one;
+      return;
+    }
+  }
+  if (!take_out_of_order(account, receiver, trap)) {
+    add_error(account, receiver.address + ": nobody sent this, or it came before: " + shown(text));
   }
 }
 

@@ -47,6 +47,10 @@ void expect_trap(Account& account, Road road, const std::string& trap);
 // It was not read, and is going to be sent again.
 void take_back(Account& account, Road road, const std::string& trap);
 
+// Notes that this came to a receiver, as trap_text() writes it, and what is wrong
+// with that.
+void take_trap(Account& account, Receiver& receiver, const std::string& text);
+
 // Takes what has come to a receiver. Returns whether anything had.
 bool take_traps(Account& account, Receiver& receiver);
 
