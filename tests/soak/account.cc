@@ -66,6 +66,9 @@ void open_receiver(Receiver& receiver) {
   local.sin_port = htons(kTrapPort);
   inet_pton(AF_INET, receiver.address.c_str(), &local.sin_addr);
   receiver.fd = Descriptor(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  // As much as the host permits.
+  constexpr int kQueue = 1 << 20;
+  setsockopt(receiver.fd.get(), SOL_SOCKET, SO_RCVBUF, &kQueue, sizeof kQueue);
   if (bind(receiver.fd.get(), reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0) {
     throw std::runtime_error(receiver.address + ": " + std::strerror(errno));
   }

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the BMC does in a life.
+#include <sys/socket.h>
+
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -44,6 +46,17 @@ FaultEvent fault(FaultEvent::Call call, int error, uint32_t times) {
   return {.call = call, .error = error, .times = static_cast<int>(times)};
 }
 
+// A third of what a receiver's queue holds, so that the traps of all packets that
+// the daemon can read before we look at the receivers again find room there,
+// however long we are kept from it. The rest waits on our side.
+void limit_queue(Simulator& bmc, int channel_number) {
+  constexpr int kQueue = 32 * 1024;  // the kernel counts twice as much
+  const Channel* channel = bmc.find_channel(channel_number);
+  if (channel != nullptr) {
+    setsockopt(channel->client.get(), SOL_SOCKET, SO_SNDBUF, &kQueue, sizeof kQueue);
+  }
+}
+
 }  // namespace
 
 // Follows the session as the BMC sees it.
@@ -78,6 +91,8 @@ void World::hear(const Happening& happening) {
       session_up = session_up && happening.channel != session_channel;
       break;
     case Happening::What::kOpened:
+      limit_queue(bmc, happening.channel);
+      break;
     case Happening::What::kNote:
       break;
   }
