@@ -3,7 +3,7 @@
 // process of the daemon is at rest, and moves the time on. Nothing depends on the
 // machine's speed: what a process does between two waits takes no simulated time
 // however long it really takes; only one that never comes to rest fails the run,
-// after half a minute.
+// after two minutes.
 #ifndef TVUREV_TESTS_SOAK_CLOCK_MASTER_H_
 #define TVUREV_TESTS_SOAK_CLOCK_MASTER_H_
 
@@ -40,7 +40,7 @@ class ClockMaster {
   SimTime now() const;
 
   // Waits until a program that was just started has its slot. Throws when it has
-  // none after half a minute.
+  // none after two minutes.
   void await_start(pid_t pid);
 
   // Every process looks at its descriptors again, after the caller acted.
