@@ -10,10 +10,10 @@
 #include <stdexcept>
 #include <vector>
 
-#include "tests/e2e/process.h"
 #include "tests/soak/dice.h"
 #include "tests/soak/notifications.h"
 #include "tests/soak/paths.h"
+#include "tests/soak/watch.h"
 #include "tests/soak/world.h"
 
 namespace {
@@ -130,9 +130,10 @@ void count_lines(Flood& flood) {
 
 void look_at(Footprint& footprint, pid_t pid, bool warm) {
   footprint.pid = pid;
-  footprint.now_kib = resident_kib(pid);
+  measure(footprint);
   if (!warm) {
     footprint.warm_kib = footprint.now_kib;
+    footprint.warm_own_kib = footprint.now_own_kib;
   }
 }
 
@@ -214,9 +215,9 @@ void judge(Flood& flood) {
   }
 #ifndef TVUREV_SANITIZED  // which keep freed memory for a while
   for (const Footprint* print : {&flood.main, &flood.proxy}) {
-    if (print->now_kib > print->warm_kib + kSlackKib) {
-      errors.push_back("a process grew from " + std::to_string(print->warm_kib) + " to " +
-                       std::to_string(print->now_kib) + " KiB");
+    if (print->now_own_kib > print->warm_own_kib + kSlackKib) {
+      errors.push_back("a process grew from " + std::to_string(print->warm_own_kib) + " to " +
+                       std::to_string(print->now_own_kib) + " KiB");
     }
   }
 #endif

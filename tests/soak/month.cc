@@ -164,13 +164,14 @@ void print_table(const World& world, const Watch& watch, const Progress& progres
          shown(counts.shutdowns));
   printf("sessions %llu, starts of the daemon %llu, lines logged %llu\n", shown(counts.sessions),
          shown(counts.starts), shown(world.log.lines()));
-  printf("%-24s %12s %12s %14s\n", "", "RSS warm", "RSS at the end", "descriptors");
+  printf("%-16s %21s %21s %12s\n", "", "RSS warm (its own)", "at the end (its own)", "descriptors");
   for (const auto& [name, print] :
        {std::pair("first process", watch.main()), std::pair("socket proxy", watch.proxy())}) {
-    printf("%-24s %8ld KiB %10ld KiB %7zu and %zu\n", name, print.warm_kib, print.now_kib,
-           print.warm_descriptors, print.now_descriptors);
+    printf("%-16s %8ld (%ld) KiB %8ld (%ld) KiB %7zu and %zu\n", name, print.warm_kib,
+           print.warm_own_kib, print.now_kib, print.now_own_kib, print.warm_descriptors,
+           print.now_descriptors);
   }
-  printf("most growth of any process %ld KiB; processes %zu\n", watch.most_growth_kib(),
+  printf("most growth of what a process wrote %ld KiB; processes %zu\n", watch.most_growth_kib(),
          static_cast<size_t>(const_cast<World&>(world).relays().size()));
   printf("%llu events in %s of simulated time, %.0f s of real time\n", shown(progress.events),
          time_text(in_ms(world.clock.now())).c_str(), seconds_since(progress.started));

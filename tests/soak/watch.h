@@ -9,6 +9,9 @@
 
 #include "tests/soak/world.h"
 
+// Fills in what the process has now.
+void measure(Footprint& footprint);
+
 class Watch {
  public:
   // Looks, at rest. A process is warm after some hundred notifications.
@@ -16,7 +19,7 @@ class Watch {
 
   const Footprint& main() const { return main_; }
   const Footprint& proxy() const { return proxy_; }
-  // The most that any process has grown, also of earlier starts.
+  // The most that any process has grown by itself, also of earlier starts.
   long most_growth_kib() const { return most_growth_kib_; }
 
  private:

@@ -30,8 +30,10 @@ struct PowerRequest {
 // What one process had when it was warm, and has.
 struct Footprint {
   pid_t pid = -1;
-  long warm_kib = 0;
+  long warm_kib = 0;  // resident
   long now_kib = 0;
+  long warm_own_kib = 0;  // of that, what it wrote: heap, stack, data
+  long now_own_kib = 0;
   size_t warm_descriptors = 0;
   size_t now_descriptors = 0;
 };
