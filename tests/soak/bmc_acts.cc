@@ -81,7 +81,6 @@ void World::hear(const Happening& happening) {
       if (connect_asked && happening.packet.size() >= kConnectReply &&
           get_u32(happening.packet, chif::session_reply::kErrcode) == 0) {
         session_up = true;
-        session_since = clock.now();
         session_channel = happening.channel;
         ++counts.sessions;
       }
@@ -197,12 +196,8 @@ void abort_request(World& world, const LifeEvent& event) {
   world.abortable.reset();
 }
 
-// Not while the daemon has yet to read that it is connected: the session would
-// fail, and what was sent in it be lost.
 void failing_reads(World& world, const LifeEvent& event) {
-  if (world.clock.now() > world.session_since + std::chrono::seconds(1)) {
-    world.bmc.execute(fault(FaultEvent::Call::kRead, EIO, event.count));
-  }
+  world.bmc.execute(fault(FaultEvent::Call::kRead, EIO, event.count));
   world.send_good(event.number);
   world.send_good(event.number + 1);
 }

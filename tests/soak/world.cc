@@ -222,7 +222,8 @@ bool World::can_act(Actor actor) const {
     case Actor::kOperator:
       return daemon.running() && exits_expected == 0 && !gated && has_all(account);
     case Actor::kBmc:
-      return session_up && exits_expected == 0 && has_all(account, Road::kChannel);
+      // Read by the daemon: that it is connected, too.
+      return session_up && exits_expected == 0 && bmc.drained() && has_all(account, Road::kChannel);
     case Actor::kAgent:
       return agent.idle();
   }

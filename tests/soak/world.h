@@ -86,7 +86,6 @@ struct World {
   pid_t proxy = -1;  // of the present daemon
 
   bool session_up = false;  // the BMC has answered the connect
-  SimTime session_since{0};
   bool connect_asked = false;
   int exits_expected = 0;  // the operator asked it to end
   int exit_status_expected = 1;
