@@ -239,6 +239,8 @@ TEST_F(StartupGates, SocketDirectoryLinkWithASlashAtItsEndGetsItsDirectory) {
   EXPECT_TRUE(exists("/opt/ortdv/sockets/real/tvud"));
 }
 
+#ifndef TVUREV_SANITIZED  // whose memory is too much to look through
+
 // Whether a text is in the writable memory of a process, which is what a core
 // file of it would hold.
 bool is_in_memory(pid_t pid, const std::string& text) {
@@ -261,8 +263,6 @@ bool is_in_memory(pid_t pid, const std::string& text) {
   }
   return false;
 }
-
-#ifndef TVUREV_SANITIZED  // whose memory is too much to look through
 
 TEST_F(StartupGates, AbortLeavesNoCommunityInMemory) {
   write_targets("192.0.2.7@162 s3cretOne;192.0.2.8@162 s3cretTwo-and-longer-than-a-short-text;" +
