@@ -18,6 +18,12 @@ constexpr uint16_t get_u16(std::span<const uint8_t> bytes, size_t offset) {
   return static_cast<uint16_t>(get_u8(bytes, offset) | (get_u8(bytes, offset + 1) << 8));
 }
 constexpr uint32_t get_u32(std::span<const uint8_t> bytes, size_t offset) {
+  if (offset < bytes.size() && bytes.size() - offset >= sizeof(uint32_t)) {
+    // Four bytes that compilers read at once: numbers are most of a notification.
+    const auto field = bytes.subspan(offset).first<sizeof(uint32_t)>();
+    return field[0] | (uint32_t{field[1]} << 8) | (uint32_t{field[2]} << 16) |
+           (uint32_t{field[3]} << 24);
+  }
   return get_u16(bytes, offset) | (static_cast<uint32_t>(get_u16(bytes, offset + 2)) << 16);
 }
 
