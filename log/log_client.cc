@@ -68,9 +68,8 @@ char* put_text(char* out, std::string_view text) {
 }
 
 // "Nov 21 09:05:07 ", whatever the locale.
-char* put_time(char* out) {
+char* put_time(char* out, time_t now) {
   constexpr std::string_view kMonths = "JanFebMarAprMayJunJulAugSepOctNovDec";
-  const time_t now = time(nullptr);
   tm local = {};
   if (localtime_r(&now, &local) == nullptr) {
     return out;
@@ -88,6 +87,19 @@ char* put_time(char* out) {
   return out;
 }
 
+// The time of the last message of this thread: most of a burst have the same.
+std::string_view present_time() {
+  thread_local std::array<char, 24> text;
+  thread_local size_t length = 0;
+  thread_local time_t written_at = -1;
+  const time_t now = time(nullptr);
+  if (now != written_at) {
+    length = static_cast<size_t>(put_time(text.data(), now) - text.data());
+    written_at = now;
+  }
+  return {text.data(), length};
+}
+
 using Datagram = std::array<char, kDatagramMax>;
 
 size_t format_datagram(Datagram& datagram, LogIdentity identity, int priority,
@@ -97,7 +109,7 @@ size_t format_datagram(Datagram& datagram, LogIdentity identity, int priority,
   *out++ = '<';
   out = std::to_chars(out, end, LOG_DAEMON | priority).ptr;
   *out++ = '>';
-  out = put_time(out);
+  out = put_text(out, present_time());
   out = put_text(out, std::string_view(name_of(identity)).substr(0, kHeaderMax));
   *out++ = '[';
   out = std::to_chars(out, end, process_number()).ptr;
