@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "snmp_pp/pdu.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "snmp_pp/config_snmp_pp.h"
@@ -8,24 +9,21 @@
 namespace Snmp_pp {
 
 Pdu& Pdu::operator+=(const Vb& binding) {
-  append(binding);
-  return *this;
-}
-
-Pdu& Pdu::operator+=(Vb&& binding) {
-  append(std::move(binding));
-  return *this;
-}
-
-template <typename Binding>
-void Pdu::append(Binding&& binding) {
   if (!binding.valid() || get_vb_count() >= kMaxBindings) {
-    return;
+    return *this;
   }
   if (bindings_.empty()) {
     bindings_.reserve(kMaxBindings);
   }
-  bindings_.push_back(std::forward<Binding>(binding));
+  bindings_.push_back(binding);
+  trap_buffer_ = {};
+  return *this;
+}
+
+void Pdu::take_bindings(std::vector<Vb>&& bindings) {
+  bindings_ = std::move(bindings);
+  std::erase_if(bindings_, [](const Vb& binding) { return !binding.valid(); });
+  bindings_.resize(std::min(bindings_.size(), size_t{kMaxBindings}));
   trap_buffer_ = {};
 }
 

@@ -61,8 +61,7 @@ sockaddr_in destination_of(const GenAddress& address) {
     port = UdpAddress(address).get_port();
   }
   sockaddr_in destination = socket_address(port);
-  const Ipv4Octets octets = {address[0], address[1], address[2], address[3]};
-  std::memcpy(&destination.sin_addr.s_addr, octets.data(), octets.size());
+  std::memcpy(&destination.sin_addr.s_addr, address.octets().data(), address.octets().size());
   return destination;
 }
 

@@ -102,9 +102,8 @@ bool put_value(Cursor& at, const Vb& binding) {
       return put_oid(at, object_id != nullptr ? object_id->arcs() : std::span<const SmiUINT32>());
     }
     case sNMP_SYNTAX_IPADDR: {
-      GenAddress address;
-      binding.get_value(address);
-      const Ipv4Octets octets = {address[0], address[1], address[2], address[3]};
+      const auto* address = dynamic_cast<const Address*>(binding.value());
+      const Ipv4Octets octets = address != nullptr ? address->octets() : Ipv4Octets{};
       return put_octets(at, ASN_IPADDRESS, octets);
     }
     default:

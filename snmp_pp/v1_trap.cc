@@ -47,7 +47,7 @@ Ipv4Octets agent_address(const Pdu& pdu) {
   if (!address.valid()) {
     return local_host_ipv4();
   }
-  return {address[0], address[1], address[2], address[3]};
+  return address.octets();
 }
 
 // The arcs of an enterprise-specific trap's enterprise: those of the notify id

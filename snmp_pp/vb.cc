@@ -47,16 +47,30 @@ bool Vb::take_if(Source&& value) {
 }
 
 template <typename Source>
+bool Vb::take_own(Source&& value) {
+  switch (value.get_syntax()) {
+    case sNMP_SYNTAX_OCTETS:
+      return take_if<OctetStr>(std::forward<Source>(value));
+    case sNMP_SYNTAX_INT32:
+      return take_if<SnmpInt32>(std::forward<Source>(value));
+    case sNMP_SYNTAX_OID:
+      return take_if<Oid>(std::forward<Source>(value));
+    case sNMP_SYNTAX_TIMETICKS:
+      return take_if<TimeTicks>(std::forward<Source>(value));
+    case sNMP_SYNTAX_GAUGE32:
+      return take_if<SnmpUInt32>(std::forward<Source>(value));
+    case sNMP_SYNTAX_IPADDR:
+      return take_if<IpAddress>(std::forward<Source>(value)) ||
+             take_if<UdpAddress>(std::forward<Source>(value)) ||
+             take_if<GenAddress>(std::forward<Source>(value));
+    default:
+      return false;
+  }
+}
+
+template <typename Source>
 void Vb::take(Source&& value) {
-  const bool taken = take_if<OctetStr>(std::forward<Source>(value)) ||
-                     take_if<SnmpInt32>(std::forward<Source>(value)) ||
-                     take_if<Oid>(std::forward<Source>(value)) ||
-                     take_if<IpAddress>(std::forward<Source>(value)) ||
-                     take_if<TimeTicks>(std::forward<Source>(value)) ||
-                     take_if<SnmpUInt32>(std::forward<Source>(value)) ||
-                     take_if<UdpAddress>(std::forward<Source>(value)) ||
-                     take_if<GenAddress>(std::forward<Source>(value));
-  if (!taken) {
+  if (!take_own(std::forward<Source>(value))) {
     value_ = Clone(value);
   }
 }

@@ -26,24 +26,29 @@ using namespace Snmp_pp;  // NOLINT(google-build-using-namespace)
 constexpr size_t kBindingsMax = 25;
 
 // The agent address: what inet_addr makes of the host address, which is
-// 255.255.255.255 when there is none.
-IpAddress agent_address() {
-  const in_addr_t address = inet_addr(host_ipaddress.data());
-  std::array<unsigned char, sizeof(address)> octets = {};
-  std::memcpy(octets.data(), &address, octets.size());
-  IpAddress agent;
-  agent = OctetStr(octets.data(), octets.size());
+// 255.255.255.255 when there is none. The host address seldom changes.
+const IpAddress& agent_address() {
+  static decltype(host_ipaddress) text = {};
+  static IpAddress agent;
+  if (!agent.valid() || text != host_ipaddress) {
+    const in_addr_t address = inet_addr(host_ipaddress.data());
+    std::array<unsigned char, sizeof(address)> octets = {};
+    std::memcpy(octets.data(), &address, octets.size());
+    agent = OctetStr(octets.data(), octets.size());
+    text = host_ipaddress;
+  }
   return agent;
 }
 
-// Appends the binding, which is left empty where the classes can take what it
-// holds; some take no temporary.
+// Some classes can take bindings over as they lie, the others copy each.
 template <typename AnyPdu>
-void append(AnyPdu& pdu, Vb& vb) {
-  if constexpr (requires { pdu += std::move(vb); }) {
-    pdu += std::move(vb);
+void put_bindings(AnyPdu& pdu, std::vector<Vb> vbs) {
+  if constexpr (requires { pdu.take_bindings(std::move(vbs)); }) {
+    pdu.take_bindings(std::move(vbs));
   } else {
-    pdu += vb;
+    for (const Vb& vb : vbs) {
+      pdu += vb;
+    }
   }
 }
 
@@ -54,10 +59,8 @@ Pdu build_pdu(const Oid& notify_id, uint32_t timestamp, std::vector<Vb> vbs) {
   const TimeTicks ticks(static_cast<unsigned long>(static_cast<int32_t>(timestamp)));
   pdu.set_notify_timestamp(ticks);
   pdu.set_v1_trap_address(agent_address());
-  const size_t count = std::min(vbs.size(), kBindingsMax);
-  for (size_t i = 0; i < count; ++i) {
-    append(pdu, vbs[i]);
-  }
+  vbs.resize(std::min(vbs.size(), kBindingsMax));
+  put_bindings(pdu, std::move(vbs));
   return pdu;
 }
 

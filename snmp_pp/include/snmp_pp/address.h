@@ -31,6 +31,8 @@ class Address : public SnmpSyntax {
   // The four octets in network order; 0 for other positions and in an invalid
   // address.
   unsigned char operator[](int position) const;
+  // All four. Not part of SNMP++.
+  const std::array<unsigned char, 4>& octets() const { return octets_; }
 
   // The kind of address; type_invalid in an invalid object.
   virtual addr_type get_type() const = 0;

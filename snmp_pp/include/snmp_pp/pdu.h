@@ -25,8 +25,9 @@ class Pdu {
   // Appends a copy. An invalid binding is refused silently and takes no place;
   // beyond 25 every binding is dropped silently.
   Pdu& operator+=(const Vb& binding);
-  // Takes what a binding holds that may go.
-  Pdu& operator+=(Vb&& binding);
+  // Takes these in place of what it has: the valid ones, 25 of them at most. Not
+  // part of SNMP++.
+  void take_bindings(std::vector<Vb>&& bindings);
 
   int get_vb_count() const { return static_cast<int>(bindings_.size()); }
 
@@ -78,9 +79,6 @@ class Pdu {
   TrapBuffer& trap_buffer() { return trap_buffer_; }
 
  private:
-  template <typename Binding>
-  void append(Binding&& binding);
-
   std::vector<Vb> bindings_;  // one block, for as many as there can be
   Oid notify_id_;
   TimeTicks notify_timestamp_;

@@ -88,6 +88,9 @@ class Vb {
 
   template <typename Source>
   void take(Source&& value);
+  // Takes the value when it is of one of this library's classes.
+  template <typename Source>
+  bool take_own(Source&& value);
   template <typename Kind, typename Source>
   bool take_if(Source&& value);
 

@@ -3,6 +3,8 @@
 #include <snmp_pp/snmp_pp.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace Snmp_pp {
 namespace {
@@ -86,6 +88,20 @@ TEST(Pdu, AnInvalidBindingTakesNoPlace) {
   EXPECT_TRUE(pdu.get_vb(last, 24));
   EXPECT_STREQ(last.get_printable_value(), "24");
   EXPECT_TRUE(pdu.valid());
+}
+
+TEST(Pdu, TakesBindingsOverInPlaceOfItsOwn) {
+  Pdu pdu;
+  pdu += numbered(99);
+  std::vector<Vb> bindings;
+  for (int number = 0; number < 30; ++number) {
+    bindings.emplace_back();  // invalid
+    bindings.push_back(numbered(number));
+  }
+  pdu.take_bindings(std::move(bindings));
+  ASSERT_EQ(pdu.get_vb_count(), 25);
+  EXPECT_STREQ(pdu.bindings().front().get_printable_value(), "0");
+  EXPECT_STREQ(pdu.bindings().back().get_printable_value(), "24");
 }
 
 TEST(Pdu, StoresInvalidFieldsUnchecked) {

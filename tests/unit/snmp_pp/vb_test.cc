@@ -5,6 +5,7 @@
 #include <array>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace Snmp_pp {
 namespace {
@@ -137,8 +138,10 @@ TEST(Vb, TakesWhatMayGo) {
   Vb vb(Oid("1.3.6"));
   vb.set_value(std::move(octets));
   EXPECT_EQ(dynamic_cast<const OctetStr&>(*vb.value()).data(), place);
+  std::vector<Vb> bindings;
+  bindings.push_back(std::move(vb));
   Pdu pdu;
-  pdu += std::move(vb);
+  pdu.take_bindings(std::move(bindings));
   ASSERT_EQ(pdu.get_vb_count(), 1);
   EXPECT_EQ(dynamic_cast<const OctetStr&>(*pdu.bindings()[0].value()).data(), place);
   EXPECT_EQ(pdu.bindings()[0].name(), Oid("1.3.6"));
