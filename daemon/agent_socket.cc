@@ -7,6 +7,7 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdint>
@@ -221,7 +222,7 @@ void start_socket_proxy() {
 
 int proxy_ortd_trap(int client) {
   DaemonDebug(" proxy_ortd_trap\n");
-  std::array<uint8_t, chif::kPacketMax> buffer = {};
+  std::array<uint8_t, chif::kPacketMax> buffer;  // NOLINT(*-member-init): received into
   // One receive is taken for one notification, however the agent wrote it
   // (docs/oddities.md: one-receive-one-notification).
   const ssize_t received = recv(client, buffer.data(), chif::notification::kPduMax, 0);
@@ -238,6 +239,7 @@ int proxy_ortd_trap(int client) {
   DaemonDebug("proxy_ortd_trap: received %d bytes . . .\n", static_cast<int>(received));
   if (g_agentx_dump_flag != 0) {
     DaemonDebug("BMC_RECV AgentX packet\n");
+    std::fill(buffer.begin() + received, buffer.end(), uint8_t{0});
     dump_agentx(buffer);
   }
   DaemonDebug("sending %d bytes\n", static_cast<int>(received));

@@ -38,10 +38,10 @@ using PacketCopy = std::array<uint8_t, agentx::kNotificationMax>;
 
 // The binding at the cursor.
 struct Binding {
-  int index;  // the first is 1
-  uint16_t type;
+  int index = 0;  // the first is 1
+  uint16_t type = 0;
   std::span<const uint8_t> bytes;  // from its start to the end of the copy
-  size_t value;                    // offset of the value in bytes
+  size_t value = 0;                // offset of the value in bytes
   ObjectId name;
 };
 
@@ -135,8 +135,9 @@ size_t decode_oid(Notification& notification, const Binding& binding) {
   if (!fits(binding, length)) {
     return 0;
   }
-  const ObjectId id = read_object_id(get_u8(value, agentx::object_id::kPrefix),
-                                     value.subspan(agentx::object_id::kArcs, subids_size));
+  ObjectId id;
+  read_object_id(get_u8(value, agentx::object_id::kPrefix),
+                 value.subspan(agentx::object_id::kArcs, subids_size), id);
   if (g_daemon_debug_flag != 0) {
     DaemonDebug("vb[%d] OID: [%s] [%s] [%s] vblen [%d]\n", binding.index,
                 text_of(binding.name).data(), type_name(binding.type), text_of(id).data(),
@@ -252,19 +253,34 @@ size_t decode_binding(Notification& notification, const Binding& binding, size_t
 // Reads the header and the name of the binding that starts the bytes. Returns
 // false when they do not fit.
 bool read_binding(std::span<const uint8_t> bytes, int index, Binding& binding) {
-  binding = {.index = index,
-             .type = get_u16(bytes, agentx::binding::kType),
-             .bytes = bytes,
-             .value = agentx::binding::kName +
-                      agentx::kWordSize * get_u8(bytes, agentx::binding::kNameSubids),
-             .name = {}};
+  binding.index = index;
+  binding.type = get_u16(bytes, agentx::binding::kType);
+  binding.bytes = bytes;
+  binding.value =
+      agentx::binding::kName + agentx::kWordSize * get_u8(bytes, agentx::binding::kNameSubids);
   if (!fits(binding, binding.value)) {
     return false;
   }
-  binding.name =
-      read_object_id(get_u8(bytes, agentx::binding::kNamePrefix),
-                     bytes.subspan(agentx::binding::kName, binding.value - agentx::binding::kName));
+  read_object_id(get_u8(bytes, agentx::binding::kNamePrefix),
+                 bytes.subspan(agentx::binding::kName, binding.value - agentx::binding::kName),
+                 binding.name);
   return true;
+}
+
+// From the binding at processed to the next one, length bytes on.
+void show_advance(const PacketCopy& packet, uint32_t payload_length, size_t processed,
+                  size_t length) {
+  const auto cursor_at = [&packet](size_t offset) -> const void* {
+    return packet.data() + std::min(agentx::header::kSize + offset, packet.size());
+  };
+  const void* cursor = cursor_at(processed);
+  DaemonDebug("before update: vb ptr [%p] buf2 [%p] len [0x%x] vblen [0x%x]\n", cursor, cursor,
+              static_cast<unsigned>(processed), static_cast<unsigned>(length));
+  const size_t next = processed + length;
+  cursor = cursor_at(next);
+  DaemonDebug("Total bytes processed [%d/%d]. new vb ptr [%p] buf2 [%p] len [0x%x] vblen [0x%x]\n",
+              static_cast<int>(next), static_cast<int>(payload_length), cursor, cursor,
+              static_cast<unsigned>(next), static_cast<unsigned>(length));
 }
 
 void walk_bindings(Notification& notification, const PacketCopy& packet) {
@@ -282,15 +298,10 @@ void walk_bindings(Notification& notification, const PacketCopy& packet) {
     if (length == 0) {
       return;
     }
-    const void* cursor = rest.data();
-    DaemonDebug("before update: vb ptr [%p] buf2 [%p] len [0x%x] vblen [0x%x]\n", cursor, cursor,
-                static_cast<unsigned>(processed), static_cast<unsigned>(length));
+    if (g_daemon_debug_flag != 0) {
+      show_advance(packet, payload_length, processed, length);
+    }
     processed += length;
-    cursor = packet.data() + std::min(agentx::header::kSize + processed, packet.size());
-    DaemonDebug(
-        "Total bytes processed [%d/%d]. new vb ptr [%p] buf2 [%p] len [0x%x] vblen [0x%x]\n",
-        static_cast<int>(processed), static_cast<int>(payload_length), cursor, cursor,
-        static_cast<unsigned>(processed), static_cast<unsigned>(length));
   }
 }
 

@@ -42,23 +42,24 @@ bool matches(const unsigned long* arcs, const ArcsText& part) {
 
 }  // namespace
 
-ObjectId read_object_id(uint8_t prefix, std::span<const uint8_t> sub_identifiers) {
-  ObjectId id = {.prefix = prefix, .sub_identifiers = sub_identifiers};
+void read_object_id(uint8_t prefix, std::span<const uint8_t> sub_identifiers, ObjectId& id) {
+  id.prefix = prefix;
+  id.sub_identifiers = sub_identifiers;
+  id.arc_count = 0;
   const size_t count = sub_identifiers.size() / sizeof(uint32_t);
   if (kInternet.size() + 1 + count > id.arcs.size()) {
-    return id;
+    return;
   }
   unsigned long* arc = std::copy(kInternet.begin(), kInternet.end(), id.arcs.begin());
   *arc++ = prefix;
   for (size_t i = 0; i < count; ++i) {
     const uint32_t value = get_u32(sub_identifiers, i * sizeof(uint32_t));
     if (value > kWholeArcMax) {
-      return id;
+      return;
     }
     *arc++ = value;
   }
   id.arc_count = static_cast<size_t>(arc - id.arcs.data());
-  return id;
 }
 
 OidText text_of(const ObjectId& id) {

@@ -16,6 +16,7 @@
 #include "trap/snmp_classes.h"
 
 // An object identifier as it stands in a notification, which must outlive it.
+// Without sub-identifiers until read_object_id() fills it.
 struct ObjectId {
   // So many arcs give a text that is not cut, whatever they are.
   static constexpr size_t kArcsMax = 36;
@@ -23,11 +24,14 @@ struct ObjectId {
   uint8_t prefix = 0;
   std::span<const uint8_t> sub_identifiers = {};  // 32 bits each, little-endian
   // The arcs of its text; none where that is cut or no object identifier.
-  std::array<unsigned long, kArcsMax> arcs = {};
   size_t arc_count = 0;
+  std::array<unsigned long, kArcsMax> arcs;  // beyond arc_count as it happens to be
+
+  ObjectId() {}  // NOLINT(modernize-use-equals-default,*-member-init): see arcs
 };
 
-ObjectId read_object_id(uint8_t prefix, std::span<const uint8_t> sub_identifiers);
+// Fills the object identifier in, where it lies.
+void read_object_id(uint8_t prefix, std::span<const uint8_t> sub_identifiers, ObjectId& id);
 
 OidText text_of(const ObjectId& id);
 

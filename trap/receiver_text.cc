@@ -37,6 +37,9 @@ std::string_view without_brackets(std::string_view host) {
 }
 
 bool is_ipv6(std::string_view host) {
+  if (host.find(':') == std::string_view::npos) {
+    return false;
+  }
   host = without_brackets(host);
   host = host.substr(0, host.find('%'));  // less the zone
   std::array<char, INET6_ADDRSTRLEN> text = {};

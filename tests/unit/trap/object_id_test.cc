@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -25,9 +26,15 @@ Bytes sub_identifiers(const std::vector<uint32_t>& arcs) {
   return bytes;
 }
 
+ObjectId read_id(uint8_t prefix, std::span<const uint8_t> sub_identifiers) {
+  ObjectId id;
+  read_object_id(prefix, sub_identifiers, id);
+  return id;
+}
+
 void expect_what_the_text_gives(uint8_t prefix, const std::vector<uint32_t>& arcs) {
   const Bytes bytes = sub_identifiers(arcs);
-  const ObjectId id = read_object_id(prefix, bytes);
+  const ObjectId id = read_id(prefix, bytes);
   const std::string text = render_oid(prefix, bytes).data();
   EXPECT_EQ(text_of(id).data(), text);
   EXPECT_TRUE(snmp_oid(id) == Oid(text.c_str())) << text;
@@ -36,32 +43,32 @@ void expect_what_the_text_gives(uint8_t prefix, const std::vector<uint32_t>& arc
 }
 
 TEST(ObjectId, HoldsATextAtItsBeginning) {
-  EXPECT_TRUE(text_holds(read_object_id(2, sub_identifiers({1, 1, 3, 0})), kPart));
+  EXPECT_TRUE(text_holds(read_id(2, sub_identifiers({1, 1, 3, 0})), kPart));
 }
 
 TEST(ObjectId, HoldsATextAmidNumbers) {
-  EXPECT_TRUE(text_holds(read_object_id(4, sub_identifiers({71, 3, 6, 1, 2, 1, 1, 35})), kPart));
+  EXPECT_TRUE(text_holds(read_id(4, sub_identifiers({71, 3, 6, 1, 2, 1, 1, 35})), kPart));
 }
 
 TEST(ObjectId, HoldsATextAmidANumberThatIsCut) {
   const Bytes bytes = sub_identifiers({1, 3, 6, 1, 2, 1, 1, 3'000'000'00});
-  EXPECT_TRUE(text_holds(read_object_id(4, bytes), kPart));
+  EXPECT_TRUE(text_holds(read_id(4, bytes), kPart));
 }
 
 TEST(ObjectId, DoesNotHoldATextWhoseNumbersDiffer) {
-  EXPECT_FALSE(text_holds(read_object_id(2, sub_identifiers({1, 1, 2, 3})), kPart));
-  EXPECT_FALSE(text_holds(read_object_id(4, sub_identifiers({3, 6, 1, 2, 1, 1, 3})), kPart));
-  EXPECT_FALSE(text_holds(read_object_id(4, sub_identifiers({10, 3, 6, 1, 2, 1, 1, 3})), kPart));
-  EXPECT_FALSE(text_holds(read_object_id(4, sub_identifiers({1, 3, 61, 2, 1, 1, 3})), kPart));
+  EXPECT_FALSE(text_holds(read_id(2, sub_identifiers({1, 1, 2, 3})), kPart));
+  EXPECT_FALSE(text_holds(read_id(4, sub_identifiers({3, 6, 1, 2, 1, 1, 3})), kPart));
+  EXPECT_FALSE(text_holds(read_id(4, sub_identifiers({10, 3, 6, 1, 2, 1, 1, 3})), kPart));
+  EXPECT_FALSE(text_holds(read_id(4, sub_identifiers({1, 3, 61, 2, 1, 1, 3})), kPart));
 }
 
 TEST(ObjectId, DoesNotHoldATextOfWhichItIsAPart) {
-  EXPECT_FALSE(text_holds(read_object_id(2, {}), kPart));
-  EXPECT_FALSE(text_holds(read_object_id(2, sub_identifiers({1, 1})), kPart));
+  EXPECT_FALSE(text_holds(read_id(2, {}), kPart));
+  EXPECT_FALSE(text_holds(read_id(2, sub_identifiers({1, 1})), kPart));
 }
 
 TEST(ObjectId, IsInvalidWhereItsTextHasANegativeArc) {
-  EXPECT_FALSE(snmp_oid(read_object_id(4, sub_identifiers({1, 0xFFFFFFFF, 2}))).valid());
+  EXPECT_FALSE(snmp_oid(read_id(4, sub_identifiers({1, 0xFFFFFFFF, 2}))).valid());
 }
 
 TEST(ObjectId, GivesWhatItsTextGivesAtEachEdgeOfAnArc) {
