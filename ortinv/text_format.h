@@ -7,10 +7,9 @@
 
 #include "ortinv/report.h"
 
-// Returns the report's sections as text in aligned columns: one object as a list
-// of its fields, several as a table. What is absent reads "-"; a control character
-// of ASCII reads ".", those from 0x80 to 0x9f still pass. SMBIOS records are left
-// out: they have dumps.
+// Returns what a command has printed itself, and the report's sections in aligned
+// columns: one object as a list of its fields, several as a table. What is absent
+// reads "-"; every text passes terminal_text.
 std::string human_text(const Report& report);
 
 #endif  // TVUREV_ORTINV_TEXT_FORMAT_H_

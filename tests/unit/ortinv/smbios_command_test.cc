@@ -1,0 +1,291 @@
+// SPDX-License-Identifier: Apache-2.0
+// The structures of the SMBIOS table, read by the library's own reader from
+// tables that are made here.
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <fstream>
+#include <sstream>
+
+#include "tests/unit/ortinv/command_line_fixture.h"
+
+namespace {
+
+using nlohmann::json;
+
+class SmbiosCommandTest : public CommandLineTest {
+ protected:
+  SmbiosCommandTest() : dump_(path_ + ".dump") {}
+  ~SmbiosCommandTest() override { remove(dump_.c_str()); }
+
+  // Runs on a dump of the table.
+  Result run_on(const SmbiosTable& table, std::vector<const char*> arguments) {
+    EXPECT_TRUE(write_file(dump_, table.dmidecode_dump()));
+    arguments.insert(arguments.end(), {"--from-dump", dump_.c_str()});
+    return run(arguments);
+  }
+
+  std::string dump_;
+};
+
+SmbiosStructure memory_device(uint16_t handle, const char* locator, uint16_t megabytes) {
+  SmbiosStructure structure(17, handle, 40);
+  structure.u16(12, megabytes).string(16, locator).u8(18, 26);
+  return structure;
+}
+
+SmbiosTable small_server() {
+  SmbiosTable table;
+  table.add(SmbiosStructure(0, 0, 24).string(4, "Firmware Works").string(5, "EX1"));
+  table.add(SmbiosStructure(1, 0x100, 27).string(5, "Server").string(7, "SN-1"));
+  table.add(SmbiosStructure(4, 0x400, 48).string(7, "Maker").string(4, "CPU 1").u8(24, 0x41));
+  table.add(SmbiosStructure(4, 0x401, 48).string(7, "Maker").string(4, "CPU 2"));
+  table.add(memory_device(0x1100, "DIMM 1", 16384));
+  table.add(memory_device(0x1101, "DIMM 2", 0));
+  table.add(SmbiosStructure(200, 0xC800, 6).u8(4, 0xAB).string("known to the maker"));
+  table.add(SmbiosStructure(127, 0x7F00, 4));
+  return table;
+}
+
+TEST_F(SmbiosCommandTest, TextShowsTheFieldsOfAStructure) {
+  const Result result = run_on(small_server(), {"smbios", "--handle", "0x100"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.error, "");
+  EXPECT_EQ(result.out.find("Handle 0x0100, type 1, 27 bytes\nSystem Information\n"), 0U)
+      << result.out;
+  EXPECT_NE(result.out.find("\tProduct Name: Server\n"), std::string::npos);
+  EXPECT_NE(result.out.find("\tSerial Number: SN-1\n"), std::string::npos);
+}
+
+TEST_F(SmbiosCommandTest, EveryStructureOfATypeIsShown) {
+  SmbiosTable table;
+  for (const uint8_t type : std::array<uint8_t, 4>{0, 1, 195, 222}) {
+    table.add(SmbiosStructure(type, static_cast<uint16_t>(type * 2), type == 195 ? 5 : 27));
+    table.add(SmbiosStructure(type, static_cast<uint16_t>(type * 2 + 1), type == 195 ? 5 : 27));
+  }
+  table.add(SmbiosStructure(127, 0x7F00, 4));
+  for (const char* type : {"0", "1", "195", "222"}) {
+    const Result text = run_on(table, {"smbios", "--type", type});
+    EXPECT_EQ(text.status, 0);
+    size_t headings = 0;
+    for (size_t at = text.out.find("Handle "); at != std::string::npos;
+         at = text.out.find("Handle ", at + 1)) {
+      ++headings;
+    }
+    EXPECT_EQ(headings, 2U) << type;
+    EXPECT_EQ(run_on(table, {"smbios", "--type", type, "--json"}).document()["smbios"].size(), 2U);
+  }
+}
+
+TEST_F(SmbiosCommandTest, AShortStructureHasNoFieldsThatItLacks) {
+  SmbiosTable table;
+  table.add(SmbiosStructure(1, 1, 8).string(4, "Maker"));
+  table.add(SmbiosStructure(9, 2, 13).string(4, "Slot 1"));
+  table.add(SmbiosStructure(204, 3, 10));
+  table.add(SmbiosStructure(222, 4, 22).bytes(6, {0x11, 0x80}));
+  table.add(SmbiosStructure(127, 5, 4));
+  const json records = run_on(table, {"smbios", "--json"}).document()["smbios"];
+  EXPECT_EQ(records[0]["manufacturer"], "Maker");
+  EXPECT_FALSE(records[0].contains("uuid"));
+  EXPECT_FALSE(records[0].contains("sku"));
+  EXPECT_FALSE(records[0]["fields"].contains("uuid"));
+  EXPECT_EQ(records[1]["slot_id"], 0);
+  EXPECT_FALSE(records[1].contains("bus"));
+  EXPECT_FALSE(records[2].contains("total_bays"));
+  EXPECT_EQ(records[3]["connectors"].size(), 1U);
+  EXPECT_EQ(records[3]["connectors"][0][0]["connection"], 0x11);
+}
+
+TEST_F(SmbiosCommandTest, EachStructureHasHandleLengthAndStrings) {
+  const json records = run_on(small_server(), {"smbios", "--json"}).document()["smbios"];
+  ASSERT_EQ(records.size(), 8U);
+  EXPECT_EQ(records[1]["handle"], 0x100);
+  EXPECT_EQ(records[1]["length"], 27);
+  EXPECT_EQ(records[1]["strings"], json({"Server", "SN-1"}));
+  EXPECT_EQ(records[6]["strings"], json({"known to the maker"}));
+  EXPECT_EQ(records[6]["name"], "OEM-specific type");
+}
+
+TEST_F(SmbiosCommandTest, ASizeThatTheRecordCannotHoldIsLeftOut) {
+  SmbiosTable table;
+  table.add(SmbiosStructure(0, 1, 24).u8(9, 0x7F));
+  table.add(SmbiosStructure(0, 2, 24).u8(9, 0x80));
+  const json records = run_on(table, {"smbios", "--json"}).document()["smbios"];
+  EXPECT_EQ(records[0]["rom_size_kib"], 8192);
+  EXPECT_FALSE(records[1].contains("rom_size_kib"));
+}
+
+TEST_F(SmbiosCommandTest, WordsAreTextsAndNumbersAreNumbers) {
+  const json records =
+      run_on(small_server(), {"smbios", "-t", "17", "--json"}).document()["smbios"];
+  ASSERT_EQ(records.size(), 2U);
+  EXPECT_EQ(records[0]["fields"]["memory_type"], "DDR4");
+  EXPECT_EQ(records[0]["fields"]["size"], uint64_t{16} * 1024 * 1024 * 1024);
+  EXPECT_EQ(records[1]["fields"]["size"], "No Module Installed");
+}
+
+TEST_F(SmbiosCommandTest, TypesAreNumbersAndKeywordsJoinedByCommas) {
+  EXPECT_EQ(
+      run_on(small_server(), {"smbios", "--type", "memory", "--json"}).document()["smbios"].size(),
+      2U);
+  EXPECT_EQ(run_on(small_server(), {"smbios", "-t", "bios,0x04", "-t", "1", "--json"})
+                .document()["smbios"]
+                .size(),
+            4U);
+  const Result none = run_on(small_server(), {"smbios", "--type", "cache"});
+  EXPECT_EQ(none.status, 1);
+  EXPECT_EQ(none.out, "");
+  EXPECT_EQ(none.error, "ortinv: no SMBIOS structure of type cache\n");
+}
+
+TEST_F(SmbiosCommandTest, ListHasALineForEachStructure) {
+  EXPECT_EQ(run_on(small_server(), {"smbios", "--list"}).out,
+            "Handle  Type  Length  Name\n"
+            "0x0000     0      24  BIOS Information: Firmware Works\n"
+            "0x0100     1      27  System Information: Server\n"
+            "0x0400     4      48  Processor Information: CPU 1\n"
+            "0x0401     4      48  Processor Information: CPU 2\n"
+            "0x1100    17      40  Memory Device: DIMM 1\n"
+            "0x1101    17      40  Memory Device: DIMM 2\n"
+            "0xC800   200       6  OEM-specific type\n"
+            "0x7F00   127       4  End-of-Table\n");
+}
+
+TEST_F(SmbiosCommandTest, RawShowsBytesAndStrings) {
+  EXPECT_EQ(run_on(small_server(), {"smbios", "--raw", "--type", "200"}).out,
+            "Handle 0xC800, type 200, 6 bytes\n"
+            "OEM-specific type\n"
+            "\tHeader and Data:\n"
+            "\t\tC8 06 00 C8 AB 00\n"
+            "\tStrings:\n"
+            "\t\tknown to the maker\n");
+  const json records =
+      run_on(small_server(), {"smbios", "--raw", "--type", "200", "--json"}).document()["smbios"];
+  EXPECT_EQ(records[0]["bytes"], "C80600C8AB00");
+}
+
+TEST_F(SmbiosCommandTest, AKeywordPrintsOneTextForEachStructureThatHasIt) {
+  EXPECT_EQ(run_on(small_server(), {"smbios", "--string", "system-serial-number"}).out, "SN-1\n");
+  EXPECT_EQ(run_on(small_server(), {"smbios", "-s", "processor-manufacturer"}).out,
+            "Maker\nMaker\n");
+  const json strings =
+      run_on(small_server(), {"smbios", "-s", "bios-version", "--json"}).document()["strings"];
+  EXPECT_EQ(strings, json::parse(R"({"keyword": "bios-version", "values": ["EX1"]})"));
+  const Result none = run_on(small_server(), {"smbios", "-s", "baseboard-asset-tag"});
+  EXPECT_EQ(none.status, 1);
+  EXPECT_EQ(none.error, "ortinv: the SMBIOS table has no baseboard-asset-tag\n");
+}
+
+TEST_F(SmbiosCommandTest, StructuresBehindTheEndAreShownAsSuchWithAWarning) {
+  SmbiosTable table = small_server();
+  table.add(SmbiosStructure(1, 0x200, 27).string(7, "GHOST"));
+  const Result text = run_on(table, {"smbios", "--handle", "0x200"});
+  EXPECT_EQ(text.status, 0);
+  EXPECT_EQ(text.out.find("Handle 0x0200, type 1, 27 bytes, behind the end of the table\n"), 0U);
+  EXPECT_EQ(text.error.find("ortinv: warning: the SMBIOS table is broken: "), 0U) << text.error;
+  const json document = run_on(table, {"smbios", "--handle", "0x200", "--json"}).document();
+  EXPECT_EQ(document["smbios"][0]["behind_end"], true);
+  EXPECT_EQ(document["warnings"].size(), 1U);
+  // The one that counts.
+  EXPECT_NE(run_on(table, {}).out.find("Serial    SN-1\n"), std::string::npos);
+}
+
+TEST_F(SmbiosCommandTest, ADumpIsNotMixedWithThisHost) {
+  const json document = run_on(small_server(), {"all", "--json"}).document();
+  for (const char* section : {"host", "software", "bmc", "entity_mib"}) {
+    EXPECT_FALSE(document.contains(section));
+  }
+  const std::string screen = run_on(small_server(), {}).out;
+  EXPECT_EQ(screen.find("BMC"), std::string::npos);
+  EXPECT_NE(screen.find("CPUs      CPU 1"), std::string::npos) << screen;
+  EXPECT_NE(screen.find("Memory    16384 MB in 1 modules, 1 slots empty\n"
+                        "          DIMM 1  16 GB  DDR4"),
+            std::string::npos)
+      << screen;
+}
+
+TEST_F(SmbiosCommandTest, WhatIsNoDumpIsNamed) {
+  std::ofstream(dump_) << "no table at all";
+  const Result result = run({"smbios", "--from-dump", dump_.c_str()});
+  EXPECT_EQ(result.status, 3);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.error.find("ortinv: " + dump_), 0U) << result.error;
+}
+
+TEST_F(SmbiosCommandTest, AMissingTableSaysHowToReadAnother) {
+  g_host.has_smbios = false;
+  EXPECT_EQ(run({"smbios"}).error,
+            "ortinv: /vmfs/devices/char/mem/smbios: No such file or directory; run ortinv as root "
+            "on the host itself\n");
+  g_host.has_bmc_driver = false;  // nor anything else of a host
+  EXPECT_EQ(run({"smbios"}).error,
+            "ortinv: /vmfs/devices/char/mem/smbios: No such file or directory; on a Linux machine "
+            "its own table is read with --from-dump /sys/firmware/dmi/tables\n");
+}
+
+TEST_F(SmbiosCommandTest, TextsOfTheTableCannotSteerATerminal) {
+  SmbiosTable table;
+  table.add(SmbiosStructure(200, 1, 4).string("a\x1B[31m\xC2\x9B\xFFz"));
+  table.add(SmbiosStructure(127, 2, 4));
+  EXPECT_NE(run_on(table, {"smbios"}).out.find("\t\ta\\x1b[31m\\x9b\\xffz\n"), std::string::npos);
+  const Result document = run_on(table, {"smbios", "--json"});
+  EXPECT_EQ(document.document()["smbios"][0]["strings"][0], "a\x1B[31m\xC2\x9B\xEF\xBF\xBDz");
+  EXPECT_EQ(document.out.find('\x9B'), std::string::npos);
+}
+
+TEST_F(SmbiosCommandTest, JsonLinesHaveOneStructureALine) {
+  std::istringstream lines(run_on(small_server(), {"smbios", "--jsonl"}).out);
+  size_t structures = 0;
+  std::string line;
+  while (std::getline(lines, line) && json::parse(line)["section"] == "smbios") {
+    EXPECT_TRUE(json::parse(line)["value"].contains("handle"));
+    ++structures;
+  }
+  EXPECT_EQ(structures, 8U);
+  EXPECT_EQ(json::parse(line)["section"], "end");
+}
+
+// A generator that is the same everywhere.
+class Dice {
+ public:
+  explicit Dice(uint32_t seed) : state_(seed) {}
+  uint32_t roll(uint32_t sides) {
+    state_ = state_ * 1664525U + 1013904223U;
+    return (state_ >> 8U) % sides;
+  }
+
+ private:
+  uint32_t state_;
+};
+
+TEST_F(SmbiosCommandTest, DamagedTablesGiveValidOutput) {
+  const std::vector<uint8_t> whole = small_server().dmidecode_dump();
+  for (uint32_t seed = 1; seed <= 60; ++seed) {
+    Dice dice(seed);
+    std::vector<uint8_t> damaged = whole;
+    for (uint32_t i = 0; i < 1 + seed % 7; ++i) {
+      damaged[32 + dice.roll(static_cast<uint32_t>(whole.size()) - 32)] =
+          static_cast<uint8_t>(dice.roll(256));
+    }
+    damaged.resize(seed % 5 == 0 ? 33 + dice.roll(static_cast<uint32_t>(whole.size()) - 33)
+                                 : whole.size());
+    ASSERT_TRUE(write_file(dump_, damaged));
+    for (const char* option : {"--json", "--jsonl", "--list", "--raw"}) {
+      const Result result = run({"smbios", option, "--from-dump", dump_.c_str()});
+      EXPECT_TRUE(result.status == 0 || result.status == 1 || result.status == 3) << seed;
+      std::istringstream lines(result.out);
+      for (std::string line; option == std::string("--jsonl") && std::getline(lines, line);) {
+        EXPECT_TRUE(json::accept(line)) << seed;
+      }
+      EXPECT_TRUE(option != std::string("--json") || json::accept(result.out)) << seed;
+      EXPECT_TRUE(std::ranges::none_of(result.out, [](char character) {
+        return (character >= 0 && character < ' ' && character != '\n' && character != '\t') ||
+               character == '\x7F';
+      })) << seed;
+    }
+    run({"smbios", "--from-dump", dump_.c_str()});
+    run({"--from-dump", dump_.c_str()});
+  }
+}
+
+}  // namespace
