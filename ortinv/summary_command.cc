@@ -270,7 +270,7 @@ std::string table_screen(const Request& request, const Json& summary, const Repo
 
 std::string host_screen(const Json& summary, const Report& report) {
   Screen screen;
-  const Json& bmc = summary["bmc_address"]["address"];
+  const Json& bmc = summary["bmc_address"];
   const std::string address = bmc.is_null() ? "" : joined(bmc, {"ipv4", "ipv6"});
   screen.add("BMC", address.empty() ? reason(report, "BMC") : address);
   const std::string host = text_of(summary["host_version"]);
@@ -298,6 +298,8 @@ void report_summary(const Request& request, Report& report) {
   add_section(report_all_pci, request, "pci", "pci", report);
   if (!request.is_about_dump()) {
     add_section(report_bmc_address, request, "bmc", "bmc_address", report);
+    Json& address = report.document["summary"]["bmc_address"];
+    address = Json(address["address"]);
     add_section(report_host_version, request, "host", "host_version", report);
   }
   if (request.wants_text()) {
