@@ -107,8 +107,9 @@ inline constexpr SmbStandardField kHostInterfaceFields[] = {
     enumeration("interface_type", "Interface Type", 0x04, 0x06, kHostInterfaces),
     field(kSmbKindInterfaceData, "interface_specific_data", "Interface Type Specific Data", 0x05, 1,
           0x06),
-    behind_list(
-        field(kSmbKindProtocolRecords, "protocol_records", "Protocol Records", 0x06, 1, 0x07)),
+    behind_list(with_words(
+        field(kSmbKindProtocolRecords, "protocol_records", "Protocol Records", 0x06, 1, 0x07),
+        kProtocols)),
 };
 
 inline constexpr SmbWord kTpmCharacteristics[] = {
