@@ -23,15 +23,21 @@ failures = []
 
 
 def compare(what, table, version=(3, 6)):
+    table.end()
+    compare_dump(what, tables.dump64(bytes(table.bytes), version), "", table.count)
+
+
+def compare_dump(what, content, problems, count):
+    """Holds a dump's structures, as many as count, and its problems."""
     with tempfile.NamedTemporaryFile(suffix=".bin") as dump:
-        dump.write(tables.dump64(bytes(table.end().bytes), version))
+        dump.write(content)
         dump.flush()
         status, ours = readers.ours(program, dump.name)
         theirs = readers.theirs(dump.name)
-    if status:
-        failures.append(f"{what}: a sound table is said to have: {status}")
-    if len(ours) != table.count:
-        failures.append(f"{what}: {len(ours)} structures of {table.count}")
+    if status != problems:
+        failures.append(f"{what}: the table is said to have: {status!r}, not {problems!r}")
+    if len(ours) != count:
+        failures.append(f"{what}: {len(ours)} structures of {count}")
     if [(one.handle, one.type, one.length) for one in ours] != \
             [(one.handle, one.type, one.length) for one in theirs]:
         failures.append(f"{what}: not the same structures")
@@ -64,6 +70,24 @@ def compare_groups(what, table):
                 failures.append(f"{what}: key word {word}: not the same structures")
 
 
+def compare_broken():
+    """A server whose firmware announces a structure too many, has one behind the
+    end, and then bytes in which none can begin."""
+    table = tables.two_socket_server()
+    table.add(39, bytes(12), ("behind the end",))
+    content = bytes(table.bytes)
+    compare_dump("a broken server",
+                 tables.dump32(content + b"\x01\x02\x03\x04\0\0", table.count + 1, (3, 6)),
+                 f"{table.count + 1} structures are announced, {table.count} are there; "
+                 "1 structures lie behind the end-of-table structure", table.count)
+    cut = tables.blade().bytes[:-3 - len(tables.END)]
+    count = tables.blade().count
+    compare_dump("a table that is cut off", tables.dump32(bytes(cut), count),
+                 f"the last structure runs over the table's end; {count} structures are "
+                 f"announced, {count - 1} are there; there is no end-of-table structure",
+                 count - 1)
+
+
 def every_type():
     table = tables.Builder()
     for kind in range(127):
@@ -73,6 +97,7 @@ def every_type():
 
 compare("two sockets", tables.two_socket_server())
 compare("a blade", tables.blade())
+compare_broken()
 compare("all values", tables.sweep(rows, 20261121))
 compare("processor families", tables.processor_families(rows))
 compare("all lengths", tables.generated(rows, 20261121, 3))
