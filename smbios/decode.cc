@@ -13,6 +13,18 @@
 
 namespace {
 
+// As bits: asked for each field.
+constexpr uint64_t kTextKinds = [] {
+  uint64_t kinds = 0;
+  for (const SmbValueKind kind :
+       {kSmbKindText, kSmbKindBytes, kSmbKindUuid, kSmbKindRevision, kSmbKindPackedRevision,
+        kSmbKindPackedDate, kSmbKindPciAddress, kSmbKindVendorId, kSmbKindTpmFirmware}) {
+    kinds |= uint64_t{1} << kind;
+  }
+  return kinds;
+}();
+static_assert(kSmbKindProtocolRecords < 64);
+
 std::string_view as_text(std::span<const uint8_t> bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
@@ -60,13 +72,7 @@ SmbValueShape SmbKindShape(SmbValueKind kind) {
   if (kind == kSmbKindBits || kind >= kSmbKindStrings) {
     return kSmbShapeList;
   }
-  constexpr SmbValueKind kTexts[] = {
-      kSmbKindText,       kSmbKindBytes,          kSmbKindUuid,
-      kSmbKindRevision,   kSmbKindPackedRevision, kSmbKindPackedDate,
-      kSmbKindPciAddress, kSmbKindVendorId,       kSmbKindTpmFirmware,
-  };
-  const bool text = std::ranges::find(kTexts, kind) != std::end(kTexts);
-  return text ? kSmbShapeText : kSmbShapeNumber;
+  return (kTextKinds >> kind & 1) != 0 ? kSmbShapeText : kSmbShapeNumber;
 }
 
 int SmbDecode(const SmbStructure* structure, SmbDecoded** decoded) {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 #include "smbios/loaded_table.h"
 #include "smbios/table.h"
@@ -18,6 +19,23 @@ uint32_t count_strings(std::span<const uint8_t> set) {
     set = set.subspan(set.empty() ? 0 : 1);
   }
   return count;
+}
+
+// Where two zeros in a row begin; the set's size without them.
+size_t end_of_strings(std::span<const uint8_t> set) {
+  size_t end = 0;
+  while (end + 1 < set.size()) {
+    const void* zero = memchr(&set[end], 0, set.size() - end);
+    if (zero == nullptr) {
+      break;
+    }
+    end = static_cast<size_t>(static_cast<const uint8_t*>(zero) - set.data());
+    if (end + 1 < set.size() && set[end + 1] == 0) {
+      return end;
+    }
+    ++end;
+  }
+  return set.size();
 }
 
 uint32_t count_structures() {
@@ -39,13 +57,12 @@ bool next_structure(StructureWalk& walk, SmbStructure& structure) {
     return false;
   }
   const auto set = rest.subspan(std::min(length, rest.size()));
-  const auto end = std::search_n(set.begin(), set.end(), 2, uint8_t{0});
-  const bool cut = end == set.end();
+  const size_t end = end_of_strings(set);
+  const bool cut = end == set.size();
   if (cut && walk.behind_end) {
     return false;
   }
-  const size_t size =
-      cut ? rest.size() : rest.size() - set.size() + static_cast<size_t>(end - set.begin()) + 2;
+  const size_t size = cut ? rest.size() : rest.size() - set.size() + end + 2;
   structure.bytes = rest.data();
   structure.offset = static_cast<uint32_t>(walk.position);
   structure.size = static_cast<uint32_t>(size);

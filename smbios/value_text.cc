@@ -418,7 +418,9 @@ void decode_single(const StructureView& structure, const SmbStandardField& field
     return;
   }
   Draft& value = begin_value(drafts, field, raw.number);
-  const char* word = field.kind == kSmbKindEnumeration ? nullptr : word_for(field, raw.number);
+  // The words of a number are for the place that it is extended from, but for 0.
+  const bool has_words = field.kind != kSmbKindEnumeration && (!raw.extended || raw.number == 0);
+  const char* word = has_words ? word_for(field, raw.number) : nullptr;
   if (word != nullptr) {
     special(value, drafts.characters, word);
   } else {

@@ -76,6 +76,7 @@ inline constexpr SmbStandardField kIpmiFields[] = {
                kNotPresentFF),
     field(kSmbKindIpmiAddress, "base_address", "Base Address", 0x08, 8, 0x10),
     part(enumeration("register_spacing", "Register Spacing", 0x10, 0x12, kRegisterSpacings), 6, 2),
+    part(field(kSmbKindYesNo, "interrupt_info", "Interrupt Info Specified", 0x10, 1, 0x12), 3, 1),
     part(enumeration("interrupt_polarity", "Interrupt Polarity", 0x10, 0x12, kInterruptPolarities),
          1, 1),
     part(enumeration("interrupt_trigger_mode", "Interrupt Trigger Mode", 0x10, 0x12,
@@ -97,12 +98,18 @@ inline constexpr SmbWord kHostInterfaces[] = {
     {0xF0, "OEM"},
 };
 
+inline constexpr SmbWord kProtocols[] = {
+    {0x00, "Reserved"}, {0x01, "Reserved"},        {0x02, "IPMI"},
+    {0x03, "MCTP"},     {0x04, "Redfish over IP"}, {0xF0, "OEM-defined"},
+};
+
 inline constexpr SmbStandardField kHostInterfaceFields[] = {
     enumeration("interface_type", "Interface Type", 0x04, 0x06, kHostInterfaces),
     field(kSmbKindInterfaceData, "interface_specific_data", "Interface Type Specific Data", 0x05, 1,
           0x06),
-    behind_list(
-        field(kSmbKindProtocolRecords, "protocol_records", "Protocol Records", 0x06, 1, 0x07)),
+    behind_list(with_words(
+        field(kSmbKindProtocolRecords, "protocol_records", "Protocol Records", 0x06, 1, 0x07),
+        kProtocols)),
 };
 
 inline constexpr SmbWord kTpmCharacteristics[] = {
@@ -113,11 +120,11 @@ inline constexpr SmbWord kTpmCharacteristics[] = {
 };
 
 inline constexpr SmbStandardField kTpmFields[] = {
-    field(kSmbKindVendorId, "vendor_id", "Vendor ID", 0x04, 4, 0x1F),
-    field(kSmbKindRevision, "specification_version", "Specification Version", 0x08, 2, 0x1F),
-    field(kSmbKindTpmFirmware, "firmware_revision", "Firmware Revision", 0x0A, 4, 0x1F),
-    text("description", "Description", 0x12, 0x1F),
-    bits("characteristics", "Characteristics", 0x13, 8, 0x1F, kTpmCharacteristics),
+    field(kSmbKindVendorId, "vendor_id", "Vendor ID", 0x04, 4, 0x1B),
+    field(kSmbKindRevision, "specification_version", "Specification Version", 0x08, 2, 0x1B),
+    field(kSmbKindTpmFirmware, "firmware_revision", "Firmware Revision", 0x0A, 4, 0x1B),
+    text("description", "Description", 0x12, 0x1B),
+    bits("characteristics", "Characteristics", 0x13, 8, 0x1B, kTpmCharacteristics),
     hex("oem_defined", "OEM-defined", 0x1B, 4, 0x1F),
 };
 

@@ -56,14 +56,41 @@ inline constexpr SmbWord kFormFactors[] = {
 };
 
 inline constexpr SmbWord kMemoryTypes[] = {
-    {0x01, "Other"},  {0x02, "Unknown"}, {0x03, "DRAM"},   {0x04, "EDRAM"},
-    {0x05, "VRAM"},   {0x06, "SRAM"},    {0x07, "RAM"},    {0x08, "ROM"},
-    {0x09, "FLASH"},  {0x0A, "EEPROM"},  {0x0B, "FEPROM"}, {0x0C, "EPROM"},
-    {0x0D, "CDRAM"},  {0x0E, "3DRAM"},   {0x0F, "SDRAM"},  {0x10, "SGRAM"},
-    {0x11, "RDRAM"},  {0x12, "DDR"},     {0x13, "DDR2"},   {0x14, "DDR2 FB-DIMM"},
-    {0x18, "DDR3"},   {0x19, "FBD2"},    {0x1A, "DDR4"},   {0x1B, "LPDDR"},
-    {0x1C, "LPDDR2"}, {0x1D, "LPDDR3"},  {0x1E, "LPDDR4"}, {0x1F, "Logical non-volatile device"},
-    {0x20, "HBM"},    {0x21, "HBM2"},    {0x22, "DDR5"},   {0x23, "LPDDR5"},
+    {0x01, "Other"},
+    {0x02, "Unknown"},
+    {0x03, "DRAM"},
+    {0x04, "EDRAM"},
+    {0x05, "VRAM"},
+    {0x06, "SRAM"},
+    {0x07, "RAM"},
+    {0x08, "ROM"},
+    {0x09, "FLASH"},
+    {0x0A, "EEPROM"},
+    {0x0B, "FEPROM"},
+    {0x0C, "EPROM"},
+    {0x0D, "CDRAM"},
+    {0x0E, "3DRAM"},
+    {0x0F, "SDRAM"},
+    {0x10, "SGRAM"},
+    {0x11, "RDRAM"},
+    {0x12, "DDR"},
+    {0x13, "DDR2"},
+    {0x14, "DDR2 FB-DIMM"},
+    {0x15, "Reserved"},
+    {0x16, "Reserved"},
+    {0x17, "Reserved"},
+    {0x18, "DDR3"},
+    {0x19, "FBD2"},
+    {0x1A, "DDR4"},
+    {0x1B, "LPDDR"},
+    {0x1C, "LPDDR2"},
+    {0x1D, "LPDDR3"},
+    {0x1E, "LPDDR4"},
+    {0x1F, "Logical non-volatile device"},
+    {0x20, "HBM"},
+    {0x21, "HBM2"},
+    {0x22, "DDR5"},
+    {0x23, "LPDDR5"},
     {0x24, "HBM3"},
 };
 
@@ -105,7 +132,8 @@ inline constexpr SmbWord kOperatingModes[] = {
 
 inline constexpr SmbWord kDeviceSets[] = {{0, "None"}, {0xFF, "Unknown"}};
 inline constexpr SmbWord kMemorySizes[] = {{0, "No Module Installed"}, {0xFFFF, "Unknown"}};
-inline constexpr SmbWord kSpeeds[] = {{0, "Unknown"}, {0xFFFF, "Reserved"}};
+// The greater one is that of an extended speed, which a short structure has not.
+inline constexpr SmbWord kSpeeds[] = {{0, "Unknown"}, {0xFFFF, "Unknown"}};
 
 inline constexpr SmbStandardField kDeviceFields[] = {
     handle("array_handle", "Physical Memory Array Handle", 0x04, 0x15),
@@ -122,8 +150,7 @@ inline constexpr SmbStandardField kDeviceFields[] = {
     text("bank_locator", "Bank Locator", 0x11, 0x15),
     enumeration("memory_type", "Memory Type", 0x12, 0x15, kMemoryTypes),
     bits("type_detail", "Type Detail", 0x13, 2, 0x15, kMemoryDetails),
-    extended(with_words(number("speed", "Speed", 0x15, 2, 0x17, "MT/s"), kUnknownZero), 0xFFFF,
-             0x54, 4),
+    extended(with_words(number("speed", "Speed", 0x15, 2, 0x17, "MT/s"), kSpeeds), 0xFFFF, 0x54, 4),
     text("manufacturer", "Manufacturer", 0x17, 0x1B),
     text("serial_number", "Serial Number", 0x18, 0x1B),
     text("asset_tag", "Asset Tag", 0x19, 0x1B),
@@ -131,7 +158,7 @@ inline constexpr SmbStandardField kDeviceFields[] = {
     part(with_words(number("rank", "Rank", 0x1B, 1, 0x1C), kUnknownZero), 0, 4),
     extended(
         with_words(number("configured_speed", "Configured Memory Speed", 0x20, 2, 0x22, "MT/s"),
-                   kUnknownZero),
+                   kSpeeds),
         0xFFFF, 0x58, 4),
     with_words(field(kSmbKindVolts, "minimum_voltage", "Minimum Voltage", 0x22, 2, 0x28, "mV"),
                kUnknownZero),

@@ -92,7 +92,7 @@ inline constexpr SmbWord kProcessorFamilies[] = {
     {0x53, "microSPARC IIep"},
     {0x54, "UltraSPARC"},
     {0x55, "UltraSPARC II"},
-    {0x56, "UltraSPARC Iii"},
+    {0x56, "UltraSPARC IIi"},
     {0x57, "UltraSPARC III"},
     {0x58, "UltraSPARC IIIi"},
     {0x60, "68040 Family"},
