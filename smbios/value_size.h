@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+// Sizes and addresses of memory as values: numbers in bytes, texts in the unit
+// that tells them exactly.
+#ifndef TVUREV_SMBIOS_VALUE_SIZE_H_
+#define TVUREV_SMBIOS_VALUE_SIZE_H_
+
+#include "smbios/drafts.h"
+
+// A field's number: as it stands, or from where it is extended to.
+struct Raw {
+  uint64_t number;
+  bool extended;
+};
+
+// Appends a text that says of the value what no number could.
+inline void special(Draft& value, std::string& characters, std::string_view text) {
+  value.state = kSmbValueSpecial;
+  characters += text;
+}
+
+// Each appends the text of a field's value and puts its number in bytes.
+void append_rom_size(bool extended, Draft& value, std::string& characters);
+void append_cache_size(bool extended, Draft& value, std::string& characters);
+void append_memory_size(bool extended, Draft& value, std::string& characters);
+void append_array_capacity(const Raw& raw, Draft& value, std::string& characters);
+void append_byte_size(Draft& value, std::string& characters);
+
+// Of the first or the last byte.
+void append_address(const Raw& raw, bool last, Draft& value, std::string& characters);
+
+#endif  // TVUREV_SMBIOS_VALUE_SIZE_H_
