@@ -4,10 +4,13 @@
 #include <ortinv/smbios_load.h>
 #include <ortinv/smbios_standard.h>
 
+#include <algorithm>
+#include <initializer_list>
 #include <span>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "ortinv/bmc_commands.h"
 #include "ortinv/device_commands.h"
@@ -153,7 +156,7 @@ class Screen {
       add(label, otherwise);
     }
     for (const std::string& line : lines) {
-      add(&line == &lines.front() ? label : "", line);
+      add(&line == &lines.front() ? label : "", line.empty() ? "not told" : line);
     }
   }
 
@@ -178,13 +181,36 @@ std::string joined(const Json& object, std::initializer_list<const char*> keys,
   return text;
 }
 
-std::vector<std::string> lines_of(const Json& list, std::initializer_list<const char*> keys) {
-  std::vector<std::string> lines;
-  for (const Json& object : list) {
-    std::string line = joined(object, keys);
-    lines.push_back(line.empty() ? "nothing is known of it" : std::move(line));
+using Row = std::vector<std::string>;
+
+// The rows in aligned columns, without columns in which nothing stands.
+std::vector<std::string> aligned(const std::vector<Row>& rows) {
+  std::vector<std::string> lines(rows.size());
+  for (size_t column = 0; !rows.empty() && column < rows.front().size(); ++column) {
+    size_t width = 0;
+    for (const Row& row : rows) {
+      width = std::max(width, terminal_columns(terminal_text(row[column])));
+    }
+    for (size_t i = 0; i < rows.size() && width != 0; ++i) {
+      const std::string text = terminal_text(rows[i][column]);
+      lines[i] += text + std::string(width + 2 - terminal_columns(text), ' ');
+    }
+  }
+  for (std::string& line : lines) {
+    line.erase(line.find_last_not_of(' ') + 1);
   }
   return lines;
+}
+
+std::vector<std::string> lines_of(const Json& list, std::initializer_list<const char*> keys) {
+  std::vector<Row> rows;
+  for (const Json& object : list) {
+    Row& row = rows.emplace_back();
+    for (const char* key : keys) {
+      row.push_back(text_of(object.value(key, Json())));
+    }
+  }
+  return aligned(rows);
 }
 
 // Without those of which there is but the address: slots that are empty.
@@ -199,36 +225,39 @@ std::vector<std::string> device_lines(const Json& devices) {
 }
 
 std::vector<std::string> processor_lines(const Json& processors) {
-  std::vector<std::string> lines;
+  std::vector<Row> rows;
   for (const Json& processor : processors) {
     const std::string cores = text_of(processor["cores"]);
     const bool is_there = text_of(processor["status"]) != "Unpopulated";
-    lines.push_back(
-        joined(processor, {"socket"}) + "  " +
-        (is_there ? joined(processor, {"model"}) + (cores.empty() ? "" : ", " + cores + " cores")
-                  : std::string("not populated")));
+    rows.push_back({text_of(processor["socket"]),
+                    is_there ? text_of(processor["model"]) : "not populated",
+                    is_there && !cores.empty() ? cores + " cores" : ""});
   }
-  return lines;
+  return aligned(rows);
+}
+
+// The total in the largest unit that has it whole.
+std::string size_text(uint64_t bytes) {
+  constexpr uint64_t kMegabyte = 1024 * 1024;
+  constexpr uint64_t kGigabyte = 1024 * kMegabyte;
+  return bytes % kGigabyte == 0 ? std::to_string(bytes / kGigabyte) + " GB"
+                                : std::to_string(bytes / kMegabyte) + " MB";
 }
 
 std::vector<std::string> memory_lines(const Json& modules) {
-  std::vector<std::string> lines;
+  Json filled = Json::array();
   uint64_t bytes = 0;
-  size_t empty = 0;
   for (const Json& module : modules) {
-    if (!module["bytes"].is_number() && text_of(module["size"]) == "No Module Installed") {
-      ++empty;
-      continue;
+    if (module["bytes"].is_number() || text_of(module["size"]) != "No Module Installed") {
+      bytes += module["bytes"].is_number() ? module["bytes"].get<uint64_t>() : 0;
+      filled.push_back(module);
     }
-    bytes += module["bytes"].is_number() ? module["bytes"].get<uint64_t>() : 0;
-    lines.push_back(joined(
-        module, {"slot", "size", "kind", "speed", "manufacturer", "part_number", "serial_number"}));
   }
+  std::vector<std::string> lines = lines_of(
+      filled, {"slot", "size", "kind", "speed", "manufacturer", "part_number", "serial_number"});
   if (!modules.empty()) {
-    constexpr uint64_t kMegabyte = 1024 * 1024;
-    lines.insert(lines.begin(), std::to_string(bytes / kMegabyte) + " MB in " +
-                                    std::to_string(lines.size()) + " modules, " +
-                                    std::to_string(empty) + " slots empty");
+    lines.insert(lines.begin(), size_text(bytes) + ", " + std::to_string(filled.size()) + " of " +
+                                    std::to_string(modules.size()) + " slots filled");
   }
   return lines;
 }

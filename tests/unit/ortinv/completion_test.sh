@@ -31,7 +31,7 @@ expect "address" bmc a
 expect "--type" smbios --ty
 expect "memory" smbios --type m
 expect "memory" smbios --json -t m
-expect "system-serial-number" smbios --string system-s
+expect "system-serial-number" smbios --string system-se
 expect "on off" bmc mode o
 expect "8" bmc interval 8
 expect "8 9 10 --json --jsonl --timeout --help" bmc interval ""

@@ -198,7 +198,7 @@ TEST_F(SmbiosCommandTest, ADumpIsNotMixedWithThisHost) {
   const std::string screen = run_on(small_server(), {}).out;
   EXPECT_EQ(screen.find("BMC"), std::string::npos);
   EXPECT_NE(screen.find("CPUs      CPU 1"), std::string::npos) << screen;
-  EXPECT_NE(screen.find("Memory    16384 MB in 1 modules, 1 slots empty\n"
+  EXPECT_NE(screen.find("Memory    16 GB, 1 of 2 slots filled\n"
                         "          DIMM 1  16 GB  DDR4"),
             std::string::npos)
       << screen;
