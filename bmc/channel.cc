@@ -39,7 +39,7 @@ int sweep_channels(const char* name) {
     std::array<char, 256> path = {};
     snprintf(path.data(), path.size(), "/vmfs/devices/char/vmkdriver/zemox-d0ccb%d", channel);
     // O_EXCL makes a channel its opener's alone: hence the walk to a free one.
-    const int fd = open(path.data(), O_RDWR | O_EXCL);
+    const int fd = open(path.data(), O_RDWR | O_EXCL | O_CLOEXEC);
     if (fd != -1) {
       if (name != nullptr) {
         UtilLog("[%s]: BMC device is %s\n", name, path.data());

@@ -15,7 +15,7 @@
 #include <cstdint>
 #include <span>
 
-// Opens a free channel, O_EXCL, searching from the first channel down to 0:
+// Opens a free channel, O_EXCL and close-on-exec, searching from the first channel down to 0:
 // from 15, from 9 when the name holds "vbqd", from 4 when name is null.
 // Sweeps at most five times, 100 ms apart. Returns the descriptor, or -1 after
 // a log line. Logs the device opened when a name was given.

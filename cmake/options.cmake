@@ -27,10 +27,14 @@ endif()
 if(TVUREV_SANITIZER STREQUAL "address")
   set(TVUREV_INSTRUMENTS -fsanitize=address,undefined -fno-sanitize-recover=all
     -fno-omit-frame-pointer)
+elseif(TVUREV_SANITIZER STREQUAL "fuzzer")
+  # Counts what is covered, everywhere; tests/fuzz links the driver.
+  set(TVUREV_INSTRUMENTS -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all
+    -fno-omit-frame-pointer -D_GLIBCXX_ASSERTIONS)
 elseif(TVUREV_SANITIZER STREQUAL "thread")
   set(TVUREV_INSTRUMENTS -fsanitize=thread -fno-omit-frame-pointer)
 elseif(TVUREV_SANITIZER)
-  message(FATAL_ERROR "TVUREV_SANITIZER is '${TVUREV_SANITIZER}': use address, thread or nothing")
+  message(FATAL_ERROR "TVUREV_SANITIZER is '${TVUREV_SANITIZER}': use address, fuzzer, thread or nothing")
 endif()
 if(TVUREV_COVERAGE)
   list(APPEND TVUREV_INSTRUMENTS --coverage -fprofile-update=atomic)

@@ -4,22 +4,25 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <syslog.h>
 #include <unistd.h>
 
 #include <array>
-#include <cstddef>
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 #include <span>
-#include <string_view>
 
 #include "daemon/agent_framing.h"
+#include "daemon/agent_listener.h"
+#include "daemon/children.h"
 #include "daemon/control_files.h"
+#include "daemon/pacing.h"
 #include "daemon/packet_dump.h"
 #include "daemon/reverse_proxy.h"
+#include "daemon/signals.h"
 #include "log/complaints.h"
 #include "log/debug_flags.h"
 #include "log/log.h"
@@ -29,11 +32,11 @@
 
 namespace {
 
-constexpr std::string_view kSocketPath = "/opt/ortdv/sockets/agentx/tvud";
-constexpr int kBacklog = 5;
 constexpr int kPollTimeoutMs = 1'000;
 constexpr unsigned kHangupPauseSeconds = 30;
 constexpr int kExit = 1;
+constexpr int kExitSignalled = 0;
+constexpr int kExitReplaced = 0;
 
 void detach() {
   setsid();
@@ -43,53 +46,71 @@ void detach() {
   open("/dev/null", O_RDWR);  // becomes descriptor 0
 }
 
-int bind_socket(int listener) {
-  sockaddr_un address = {};
-  static_assert(kSocketPath.size() < sizeof address.sun_path);
-  address.sun_family = AF_UNIX;
-  kSocketPath.copy(address.sun_path, kSocketPath.size());
-  unlink(kSocketPath.data());  // an earlier run's: bind would refuse it
-  // Without the terminating zero, which a path needs not.
-  constexpr auto kAddressLength =
-      static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + kSocketPath.size());
-  return bind(listener, reinterpret_cast<const sockaddr*>(&address), kAddressLength);
+// Also called in a signal handler.
+void forget_running_file() {
+  if (listener_is_reachable()) {
+    remove_running_file();
+  }
+}
+
+constexpr int kNoClient = -1;
+
+void leave_if_signalled(int client) {
+  if (!end_signalled()) {
+    return;
+  }
+  log_signalled_end("agent socket's relay");
+  if (client != kNoClient) {
+    close(client);
+  }
+  forget_running_file();
+  exit(kExitSignalled);
+}
+
+// Nobody can reach this process any more, and what it does to the marker files
+// would be done to those of the process that took its place.
+void leave_if_replaced() {
+  if (listener_is_reachable()) {
+    return;
+  }
+  Log(LOG_INFO, "tvurev: the agent socket is another process's now. This relay leaves.\n");
+  exit(kExitReplaced);
+}
+
+void find_host_address() {
+  const OpenToSignals open;  // it asks a command
+  get_host_ipaddress();
+}
+
+// The stop file is not looked at meanwhile (docs/oddities.md:
+// stop-unseen-without-a-client).
+void wait_for_client(int listener) {
+  Retries retries;
+  while (true) {
+    leave_if_signalled(kNoClient);
+    pollfd entry = {.fd = listener, .events = POLLIN, .revents = 0};
+    const int ready = wait_for(entry, kPollTimeoutMs);
+    if (ready > 0) {
+      return;
+    }
+    const int error = ready < 0 && errno != EINTR ? errno : 0;
+    leave_if_replaced();
+    pace_retry(retries, "poll() of the agent socket", error);
+  }
 }
 
 // Exits the process on failure.
-int open_listener() {
-  const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
-  if (listener == -1) {
-    DaemonDebug("reverse_mode open socket failed.\n");
-    exit(kExit);
-  }
-  if (bind_socket(listener) != 0) {
-    DaemonDebug("reverse_mode socket bind failed.\n");
-    close(listener);
-    exit(kExit);
-  }
-  if (listen(listener, kBacklog) != 0) {
-    DaemonDebug("reverse_mode socket listen failed.\n");
-    close(listener);
-    exit(kExit);
-  }
-  return listener;
-}
-
-// Exits the process on failure. The stop file is not looked at meanwhile
-// (docs/oddities.md: stop-unseen-without-a-client).
 int accept_client(int listener) {
   DaemonDebug(" main TVUD reverse_mode loop\n");
-  create_running_file();
+  if (!create_running_file()) {
+    Log(LOG_ERR,
+        "tvurev: %s could not be made. Host agents that look for it send no notifications.\n",
+        g_running_file);
+  }
   numfds = 0;
   DaemonDebug(" reverse mode:  Waiting for a connection with forward mode ORT...\n");
-  sockaddr_un address = {};
-  socklen_t address_length = sizeof address;  // 110
-  const int client = accept(listener, reinterpret_cast<sockaddr*>(&address), &address_length);
-  if (client == -1) {
-    DaemonDebug("reverse_mode socket accept failed.\n");
-    close(listener);
-    exit(kExit);
-  }
+  wait_for_client(listener);
+  const int client = accept_from(listener);
   Log(LOG_INFO, "[tvud]: TVU Reverse Proxy Connected.\n");
   add_poll_entry(client, POLLIN);
   DaemonDebug("tvud: TVU Reverse Proxy: numfds [%d].\n", numfds);
@@ -118,37 +139,63 @@ int receive_notification(int client) {
   }
 }
 
-// Relays what the client sends until it hangs up.
-void serve(int client) {
-  pollfd& entry = poll_fds[0];
-  while (true) {
-    entry.revents = 0;  // a failing poll may leave them alone, and its result is not looked at
-    poll(&entry, 1, kPollTimeoutMs);
-    if ((entry.revents & POLLIN) != 0 && receive_notification(client) == -1) {
+// What one round came to: 0, or the errno of what failed and would fail again at
+// once.
+int serve_round(int client, pollfd& entry) {
+  entry.revents = 0;  // a failing poll may leave them alone, and its result is not looked at
+  const int ready = wait_for(entry, kPollTimeoutMs);
+  int error = ready < 0 && errno != EINTR ? errno : 0;
+  if ((entry.revents & POLLIN) != 0) {
+    if (receive_notification(client) == -1) {
+      error = errno;
       DaemonDebug("reverse mode: proxy_ortd_trap exit\n");
     }
+  } else if (ready > 0) {
+    error = EIO;  // nothing to receive, and yet no poll waits
+  }
+  return error;
+}
+
+// Relays what the client sends until it hangs up.
+void serve(int client) {
+  Retries retries;
+  pollfd& entry = poll_fds[0];
+  while (true) {
+    const int error = serve_round(client, entry);
     // POLLERR alone does not say that the agent has gone.
     if ((entry.revents & POLLHUP) != 0) {
       return;
     }
     stop_if_requested();
+    leave_if_signalled(client);
+    pace_retry(retries, "receiving from the host agent", error);
   }
 }
 
+// Agents look for the running file before they connect: it comes back with the
+// next accept, after the pause.
+void pause_after_client() {
+  leave_if_replaced();
+  remove_running_file();
+  pause_seconds(kHangupPauseSeconds);
+  leave_if_signalled(kNoClient);
+  leave_if_replaced();
+  stop_if_requested();
+}
+
 [[noreturn]] void run_socket_proxy() {
+  socket_proxy_pid = 0;
   detach();
   const int listener = open_listener();
-  get_host_ipaddress();
+  set_last_act(forget_running_file);
+  find_host_address();
   while (proxy_running != 0) {
+    leave_if_signalled(kNoClient);
     const int client = accept_client(listener);
     serve(client);
     DaemonDebug("reverse mode: tvu_rev_proxy_ort: HUP exit. socket exit\n");
     close(client);
-    // Agents look for the file before they connect: it comes back with the next
-    // accept, after the pause.
-    remove_running_file();
-    sleep(kHangupPauseSeconds);
-    stop_if_requested();
+    pause_after_client();
   }
   close(listener);
   exit(0);
@@ -157,9 +204,19 @@ void serve(int client) {
 }  // namespace
 
 void start_socket_proxy() {
-  if (fork() == 0) {
+  const pid_t pid = fork();
+  if (pid == 0) {
     run_socket_proxy();
   }
+  if (pid == -1) {
+    Log(LOG_ERR,
+        "tvurev: no process for the agent socket: %s. Notifications of host agents are lost until "
+        "tvurev is started again.\n",
+        strerror(errno));
+    return;
+  }
+  socket_proxy_pid = pid;
+  set_last_act(end_socket_proxy);
 }
 
 int proxy_ortd_trap(int client) {

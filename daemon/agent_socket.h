@@ -8,9 +8,14 @@
 #ifndef TVUREV_DAEMON_AGENT_SOCKET_H_
 #define TVUREV_DAEMON_AGENT_SOCKET_H_
 
-// Forks the socket proxy and returns at once in the parent. The child exits
-// with status 1 when the socket cannot be set up, accept fails, or the
-// host-agent stop file appears.
+// Forks the socket proxy and returns at once in the parent, which keeps its
+// number (children.h); without a process for it, after a line at priority 3. The
+// child exits
+//   1  when the socket cannot be set up, accept fails, or the host-agent stop file
+//      appears;
+//   0  on SIGTERM or SIGINT, within a second, after removing the running file;
+//   0  once the socket's path leads to another process's socket and no client is
+//      left: seen within a second. The running file is the other's then.
 void start_socket_proxy();
 
 // Receives at most 4080 bytes from the client and relays them as one

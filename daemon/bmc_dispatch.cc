@@ -2,7 +2,6 @@
 #include "daemon/bmc_dispatch.h"
 
 #include <syslog.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -12,18 +11,24 @@
 
 #include "base/heap_buffer.h"
 #include "bmc/channel.h"
+#include "daemon/control_files.h"
 #include "daemon/packet_dump.h"
 #include "daemon/reverse_proxy.h"
 #include "daemon/shutdown_action.h"
+#include "daemon/signals.h"
 #include "log/debug_flags.h"
 #include "log/log.h"
 #include "trap/trap_sender.h"
 #include "wire/agentx.h"
 #include "wire/chif.h"
 
+int32_t bmc_read_error = 0;
+
 namespace {
 
-constexpr useconds_t kBusyPauseUs = 1'000;
+constexpr unsigned kBusyPauseUs = 1'000;
+// How many tries pass between two looks at the stop file.
+constexpr int kLookEvery = 250;
 
 // A packet as it was read. Zeros follow what was received, and one zero follows
 // the whole buffer, so that a text that fills it still ends.
@@ -36,11 +41,17 @@ const char* text_at(const Packet& packet, size_t offset) {
   return reinterpret_cast<const char*>(packet.bytes.data() + offset);
 }
 
-// Without an end while the device is busy, and given up in silence on any other
-// error (docs/oddities.md: acknowledgement-without-end, acknowledgement-lost).
+// Without an end while the device is busy, but for that of the daemon, and given
+// up in silence on any other error (docs/oddities.md: acknowledgement-without-end,
+// acknowledgement-lost).
 void acknowledge(int fd, std::span<const uint8_t> packet) {
+  int tries = 0;
   while (write_channel(fd, packet) < 0 && errno == EBUSY) {
-    usleep(kBusyPauseUs);
+    tries = (tries + 1) % kLookEvery;
+    // What ends the wait is left for the loop to see again.
+    if ((tries == 0 && bmcstop_requested() != 0) || !pause_microseconds(kBusyPauseUs)) {
+      break;
+    }
   }
   errno = 0;
 }
@@ -230,6 +241,7 @@ int bmc_recv(int fd) {
   DaemonDebug("rev mode: proxy_bmc_trap\n");
   DaemonDebug("bmc_recv: start.  fd [%d] errno [%d]\n", fd, errno);
   errno = 0;
+  bmc_read_error = 0;
   if (fd < 0) {
     return return_success(0);
   }
@@ -237,11 +249,13 @@ int bmc_recv(int fd) {
   const HeapBuffer buffer = allocate_zeroed(chif::kPacketMax + 1);
   if (buffer == nullptr) {
     Log(LOG_ERR, "bmc_recv(): Failed: malloc for recv_pkt.\n");
+    bmc_read_error = ENOMEM;
     return 0;
   }
   const std::span<uint8_t> bytes(buffer.get(), chif::kPacketMax);
   const Packet packet = {.bytes = bytes, .received = read_packet(fd, bytes.data())};
   if (packet.received < 1) {
+    bmc_read_error = packet.received < 0 ? errno : ENODATA;
     DaemonDebug("bmc_recv ERROR: readMP() returns rc [%d]", packet.received);
     return 0;
   }

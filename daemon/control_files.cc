@@ -9,6 +9,7 @@
 #include <cstdlib>
 
 #include "base/file.h"
+#include "daemon/signals.h"
 #include "log/log.h"
 
 const char* g_running_file = "/opt/ortdv/tmp/tvurevrunning.text";
@@ -21,12 +22,12 @@ constexpr const char* kRestartFile = "/opt/ortdv/tmp/tvurevrestart.text";
 constexpr unsigned kRestartCheckSeconds = 120;
 
 // Through the shell: the file comes out as an operator's own touch would make it.
-void touch(const char* path) {
+// Whether the command succeeded.
+bool touch(const char* path) {
+  const OpenToSignals open;
   std::array<char, 256> command = {};
   snprintf(command.data(), command.size(), "touch %s", path);
-  if (system(command.data()) != 0) {
-    return;  // a file that cannot be made simply is not there
-  }
+  return system(command.data()) == 0;
 }
 
 }  // namespace
@@ -35,10 +36,8 @@ int running_file_exists() {
   return exists(g_running_file) ? 1 : 0;
 }
 
-void create_running_file() {
-  if (running_file_exists() == 0) {
-    touch(g_running_file);
-  }
+bool create_running_file() {
+  return running_file_exists() != 0 || touch(g_running_file);
 }
 
 void remove_running_file() {
@@ -80,7 +79,9 @@ int restart_requested() {
 int wait_for_restart() {
   int requested = restart_requested();
   while (requested == 0) {
-    sleep(kRestartCheckSeconds);
+    if (!pause_seconds(kRestartCheckSeconds)) {
+      return 0;
+    }
     requested = restart_requested();
   }
   return requested;

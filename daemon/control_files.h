@@ -2,7 +2,7 @@
 // The empty marker files under "/opt/ortdv/tmp" through which the daemon's
 // processes and the tools around it talk. A file's existence, tested with stat,
 // is the whole message; tvurev(8) lists who makes and removes each.
-// No function here reports a failure.
+// No function here logs a failure: a file that cannot be made simply is not there.
 #ifndef TVUREV_DAEMON_CONTROL_FILES_H_
 #define TVUREV_DAEMON_CONTROL_FILES_H_
 
@@ -14,8 +14,9 @@ extern const char* g_ort_stop_file;  // the socket proxy is to stop
 // Returns 1 when the running file exists, else 0.
 int running_file_exists();
 
-// Makes the running file through the shell, unless it exists.
-void create_running_file();
+// Makes the running file through the shell, unless it exists. Returns whether it
+// is there now.
+bool create_running_file();
 
 // Removes the running file.
 void remove_running_file();
@@ -36,7 +37,8 @@ void clear_bmcstop();
 int restart_requested();
 
 // Waits until a restart is requested, looking every 120 seconds, the first time
-// at once. Returns 1. May never return.
+// at once. Returns 1, or 0 when a signal ended the wait (signals.h). May never
+// return.
 int wait_for_restart();
 
 #endif  // TVUREV_DAEMON_CONTROL_FILES_H_

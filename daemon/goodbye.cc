@@ -14,6 +14,7 @@
 #include "daemon/handshake.h"
 #include "daemon/reverse_proxy.h"
 #include "daemon/session_request.h"
+#include "daemon/signals.h"
 #include "log/log.h"
 #include "wire/chif.h"
 
@@ -23,6 +24,8 @@ constexpr useconds_t kWritePauseUs = 1'000;
 // A silent BMC holds a stop, or the next session, back for this long
 // (docs/oddities.md: goodbye-waits-1000-seconds).
 constexpr int kReplyTimeoutMs = 1'000'000;
+// What is left of it when a signal is ending the daemon.
+constexpr int kLastReplyTimeoutMs = 400;
 constexpr uint16_t kShortByeValue = 4;  // only the BMC knows its meaning
 
 std::span<uint8_t> build_bye(uint8_t* packet, bool long_form) {
@@ -53,7 +56,7 @@ int send_bye(int fd, std::span<const uint8_t> request) {
 // Waits for the reply and checks it. No reply is a success.
 int receive_bye(int fd, std::span<uint8_t> reply) {
   pollfd entry = {.fd = fd, .events = POLLIN, .revents = 0};
-  const int ready = poll(&entry, 1, kReplyTimeoutMs);
+  const int ready = wait_for(entry, end_signalled() ? kLastReplyTimeoutMs : kReplyTimeoutMs);
   if (ready < 0 && errno != EINTR) {
     Log(LOG_ERR, "go_bye(): poll() errno=%d\n", errno);
     return -1;

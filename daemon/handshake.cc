@@ -13,6 +13,7 @@
 #include "daemon/packet_dump.h"
 #include "daemon/reverse_proxy.h"
 #include "daemon/session_request.h"
+#include "daemon/signals.h"
 #include "log/debug_flags.h"
 #include "log/log.h"
 #include "wire/chif.h"
@@ -105,7 +106,7 @@ Wait wait_for_reply(int fd, Greeting greeting, Reply& reply) {
     fputs(waiting_text(greeting), stderr);
   }
   pollfd entry = {.fd = fd, .events = POLLIN, .revents = 0};
-  const int ready = poll(&entry, 1, kReplyTimeoutMs);
+  const int ready = wait_for(entry, kReplyTimeoutMs);
   if (ready == 0 || (ready < 0 && errno == EINTR)) {
     return Wait::kNothing;
   }
@@ -153,7 +154,7 @@ bool answers(const Reply& reply, uint32_t seqno) {
 int receive_reply(int fd, Greeting greeting, uint32_t seqno) {
   bool more = false;
   int polls_left = chif_retry_count;
-  while (true) {
+  while (!end_signalled()) {
     if (polls_left == 0) {
       // A BMC that keeps silent counts as greeted: it may send all the same
       // (docs/oddities.md: silent-bmc-is-greeted).
@@ -179,6 +180,7 @@ int receive_reply(int fd, Greeting greeting, uint32_t seqno) {
       polls_left = chif_retry_count;
     }
   }
+  return -1;
 }
 
 int greet(int fd, Greeting greeting, const Request& request, uint32_t seqno) {

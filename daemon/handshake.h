@@ -15,15 +15,17 @@ void bmc_init();
 // 0 when a reply with this number or one of the next two came, and also when
 // none came within a cycle of chif_retry_count polls of 10 seconds, since a
 // silent BMC may still send (docs/oddities.md: silent-bmc-is-greeted). Returns -1
-// when the write keeps failing, on a poll or read error, a reply of fewer than 17 bytes, or an
-// error code in it. A reply that says there is more starts a fresh cycle.
+// when the write keeps failing, on a poll or read error, a reply of fewer than 17
+// bytes, or an error code in it, and when a signal ends the daemon (signals.h). A reply that says
+// there is more starts a fresh cycle.
 int do_hello_rev(int fd);
 
 // Connects: as do_hello_rev, but with sequence number 0, param in the request,
 // and a reply of 16 bytes is enough.
 int do_connect_rev(int fd, uint32_t param);
 
-// Says goodbye, waits up to 1,000 seconds for the reply and closes fd, unless
+// Says goodbye, waits up to 1,000 seconds for the reply (400 ms when a signal is
+// ending the daemon; one that comes meanwhile ends the wait) and closes fd, unless
 // it is -1, in every case; the caller forgets its number. long_form chooses the
 // 16-byte request and a 4084-byte reply instead of 12 and 12. Returns 0, also
 // when no reply came; the write's result when it was short (0 too, and no reply

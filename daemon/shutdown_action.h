@@ -14,7 +14,8 @@ extern int32_t shutdown_timer_pid;
 // 1 when the BMC's last request was an abort. Set by the dispatcher.
 extern int32_t shutdown_aborted;
 
-// Starts a timer process and returns 0 in the daemon. The timer waits for the
+// Starts a timer process and returns 0 in the daemon. The timer closes the BMC
+// channel that it inherited and dies of SIGTERM as any program does. It waits for the
 // delay, rounded up to a multiple of 5 seconds (none for 0 or below), then runs
 // "reboot" through the shell for any action but 0, "poweroff" for 0, and exits
 // with 0. reason is a terminated text for the log. A timer that was started
@@ -22,7 +23,7 @@ extern int32_t shutdown_aborted;
 // (docs/oddities.md: first-of-two-timers).
 int do_shutdown(uint32_t action, int32_t delay_seconds, const char* reason);
 
-// Kills the timer with SIGKILL and forgets it; logs that there is none
+// Kills the timer with SIGKILL, reaps it (children.h) and forgets it; logs that there is none
 // otherwise.
 void abort_shutdown();
 

@@ -12,6 +12,7 @@
 #include "base/file.h"
 #include "daemon/control_files.h"
 #include "daemon/reverse_proxy.h"
+#include "daemon/signals.h"
 #include "log/debug_flags.h"
 #include "log/log.h"
 #include "ortinv/rev_mode.h"
@@ -26,7 +27,10 @@ constexpr const char* kSocketDirectory = "/opt/ortdv/sockets/agentx";
 constexpr const char* kListInterfaces =
     "/sbin/localcli network ip interface ipv4 get > /opt/ortdv/tmp/ipv4.txt 2>/dev/null";
 constexpr mode_t kOwnerOnly = 0700;
+constexpr mode_t kWritableByOwnerOnly = 022;
+constexpr const char* kSystemPath = "/sbin:/usr/sbin:/bin:/usr/bin";
 constexpr int kFirstInherited = 3;
+constexpr int kExitSignalled = 0;
 constexpr int kExitCannotRun = 0;  // a supervisor restarts on 1: nothing would change here
 
 // Prints a line now: the process may wait for long, and a forked child must not
@@ -36,7 +40,29 @@ void print_line(const char* text) {
   fflush(stdout);
 }
 
+void list_interfaces() {
+  const OpenToSignals open;
+  if (system(kListInterfaces) == -1) {
+    DaemonDebug("localcli cmd to get network ipv4 address failed.\n");
+  }
+}
+
+// A gate's query of the BMC, which a signal need not wait for.
+int ask(int (*query)()) {
+  const OpenToSignals open;
+  return query();
+}
+
 }  // namespace
+
+void prepare_process() {
+  umask(kWritableByOwnerOnly);
+  const char* path = getenv("PATH");
+  if (path == nullptr || *path == '\0') {
+    setenv("PATH", kSystemPath, 1);
+  }
+  watch_signals();
+}
 
 std::optional<int> check_gates() {
   if (!exists(kDriverNode)) {
@@ -45,14 +71,22 @@ std::optional<int> check_gates() {
   }
   InitDebugFlag();
   // One failed query ends the daemon (docs/oddities.md: one-failed-query-ends-it).
-  if (SystemSupported() == 0) {
+  const int supported = ask(SystemSupported);
+  if (end_signalled()) {
+    return kExitSignalled;
+  }
+  if (supported == 0) {
     Log(LOG_INFO, "ryn11 tvurev: Server not supported.\n");
     // Two blanks here, one in the log (docs/oddities.md: blanks-of-not-supported).
     print_line("ryn11 tvurev:  Server not supported.");
     return kExitCannotRun;
   }
   Log(LOG_INFO, "tvurev:  Supported Ryn11 server detected.\n");
-  if (getRevModeConfig() == 0) {
+  const int rev_mode = ask(getRevModeConfig);
+  if (end_signalled()) {
+    return kExitSignalled;
+  }
+  if (rev_mode == 0) {
     Log(LOG_INFO, "tvurev:  Reverse TVU disabled.\n");
     return wait_for_restart();
   }
@@ -72,9 +106,7 @@ void prepare_host() {
   close_inherited_descriptors();
   clear_ortstop();
   clear_bmcstop();
-  if (system(kListInterfaces) == -1) {
-    DaemonDebug("localcli cmd to get network ipv4 address failed.\n");
-  }
+  list_interfaces();
   proxy_running = 1;
   ensure_socket_directory();
 }

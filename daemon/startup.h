@@ -6,12 +6,19 @@
 
 #include <optional>
 
+// Makes the process what it is on every host, whoever started it: file mode
+// creation mask 022, since a marker file that anybody may write is a switch for
+// anybody; PATH set to the system's directories where it is unset or empty;
+// signals watched (signals.h). Before anything else.
+void prepare_process();
+
 // Checks, in this order: the BMC driver's node, the server's generation, the
 // BMC's reverse-mode variable, the host's SNMP agent. Logs what it finds; two
 // refusals are also printed on standard output. Returns nothing when the daemon
 // may run. Otherwise returns the exit status: 0 at once when the driver or a
 // supported server is missing; 1 after a restart was requested while reverse
-// mode or host SNMP is off, which may take for ever (control_files.h). Sets
+// mode or host SNMP is off, which may take for ever (control_files.h); 0 without
+// a word when a signal ended it. Sets
 // the utilities debug flag, host_snmp_enabled and the trap destinations.
 std::optional<int> check_gates();
 

@@ -7,6 +7,8 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <new>
 #include <string_view>
 
 #include "base/file.h"
@@ -31,11 +33,25 @@ constexpr int32_t kTargetCountMax = 3;
 
 using Line = std::array<char, 4096>;
 
+// What a piece of the file passes through. Kept together, and given to the stream
+// as its buffer, so that nothing of a community is left when the process aborts:
+// a core file is not for everybody who may read it.
+struct Reading {
+  Line line = {};
+  std::array<char, BUFSIZ> stream_buffer = {};
+};
+
+void forget_communities(Reading& reading) {
+  explicit_bzero(&reading, sizeof reading);
+  for (std::string& community : trap_communities) {
+    explicit_bzero(community.data(), community.size());
+  }
+}
+
 // No XML parser: the text anywhere is enough, and no other line takes it back
 // (docs/oddities.md: enabled-anywhere).
-bool enabled_in(FILE* file) {
+bool enabled_in(FILE* file, Line& line) {
   bool enabled = false;
-  Line line = {};
   while (read_line(file, line)) {
     enabled = enabled || holds(line.data(), "<enable>true");
   }
@@ -44,12 +60,13 @@ bool enabled_in(FILE* file) {
 
 // Ends the process rather than cutting: a receiver's name cut short would lose
 // every trap, and nobody would know.
-void require_fits(std::string_view piece, size_t limit, const char* what) {
+void require_fits(Reading& reading, std::string_view piece, size_t limit, const char* what) {
   if (piece.size() > limit) {
     Log(LOG_ERR,
         "snmpEnabled(): %s: %s of %d characters is longer than %d. Mend the file and start "
         "again.\n",
         kConfigFile, what, static_cast<int>(piece.size()), static_cast<int>(limit));
+    forget_communities(reading);
     abort();
   }
 }
@@ -66,14 +83,14 @@ std::string_view targets_in(std::string_view line) {
 }
 
 // Loads the entries "destination@port community;..." of one targets text.
-void load_targets(std::string_view targets) {
+void load_targets(Reading& reading, std::string_view targets) {
   while (true) {
     const size_t at = targets.find('@');
     if (at == std::string_view::npos) {
       return;
     }
     const std::string_view destination = targets.substr(0, at);
-    require_fits(destination, kDestinationMax, "a trap destination");
+    require_fits(reading, destination, kDestinationMax, "a trap destination");
     // What stands between is the port (docs/oddities.md: target-port-ignored).
     const size_t blank = targets.find(' ', at);
     if (blank == std::string_view::npos) {
@@ -81,7 +98,7 @@ void load_targets(std::string_view targets) {
     }
     const std::string_view rest = targets.substr(blank + 1);
     const std::string_view community = rest.substr(0, rest.find(';'));
-    require_fits(community, kCommunityMax, "a community");
+    require_fits(reading, community, kCommunityMax, "a community");
     // Counted even so (docs/oddities.md: fourth-target).
     if (++trap_target_count > kTargetCountMax) {
       return;
@@ -108,25 +125,26 @@ void require_usable_target() {
   }
 }
 
-}  // namespace
-
-int snmpEnabled() {
+int read_settings() {
   DaemonDebug("snmpEnabled() start\n");
   snmp_enabled_flag = 0;
+  Reading reading;  // outlives the stream
   const File file = open_to_read(kConfigFile);
   if (file == nullptr) {
     return 0;
   }
   trap_target_count = 0;
-  if (!enabled_in(file.get()) || ferror(file.get()) != 0) {
+  setvbuf(file.get(), reading.stream_buffer.data(), _IOFBF, reading.stream_buffer.size());
+  if (!enabled_in(file.get(), reading.line) || ferror(file.get()) != 0) {
     return 0;
   }
   rewind(file.get());
-  Line line = {};
-  while (read_line(file.get(), line)) {
-    const std::string_view targets = targets_in(line.data());
-    require_fits(targets, kTargetsMax, "a targets text");
-    load_targets(targets);
+  // Short communities live in the vector's own memory, which must not move.
+  trap_communities.reserve(kTargetCountMax);
+  while (read_line(file.get(), reading.line)) {
+    const std::string_view targets = targets_in(reading.line.data());
+    require_fits(reading, targets, kTargetsMax, "a targets text");
+    load_targets(reading, targets);
   }
   if (ferror(file.get()) != 0) {
     return 0;
@@ -134,4 +152,17 @@ int snmpEnabled() {
   require_usable_target();
   snmp_enabled_flag = 1;
   return 1;
+}
+
+}  // namespace
+
+int snmpEnabled() {
+  try {
+    return read_settings();
+  } catch (const std::bad_alloc&) {
+    Log(LOG_ERR, "snmpEnabled(): %s: out of memory. Start again.\n", kConfigFile);
+    trap_destinations.clear();
+    trap_communities.clear();
+    return 0;
+  }
 }

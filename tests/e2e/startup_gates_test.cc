@@ -1,10 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 // What is checked before the daemon runs, in this order: the driver's node, the
 // server, the BMC's mode variable, the host's SNMP agent.
+#include <sys/ptrace.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <string>
 
 #include "tests/e2e/host.h"
 
@@ -230,5 +238,63 @@ TEST_F(StartupGates, SocketDirectoryLinkWithASlashAtItsEndGetsItsDirectory) {
   EXPECT_EQ(mode_of("/opt/ortdv/sockets/real"), 0700U);
   EXPECT_TRUE(exists("/opt/ortdv/sockets/real/tvud"));
 }
+
+#ifndef TVUREV_SANITIZED  // whose memory is too much to look through
+
+// Whether a text is in the writable memory of a process, which is what a core
+// file of it would hold.
+bool is_in_memory(pid_t pid, const std::string& text) {
+  std::ifstream maps("/proc/" + std::to_string(pid) + "/maps");
+  std::ifstream memory("/proc/" + std::to_string(pid) + "/mem", std::ios::binary);
+  for (std::string line; std::getline(maps, line);) {
+    unsigned long start = 0;
+    unsigned long end = 0;
+    char writable = 0;
+    if (sscanf(line.c_str(), "%lx-%lx r%c", &start, &end, &writable) != 3 || writable != 'w') {
+      continue;
+    }
+    std::string bytes(std::min(end - start, 16UL << 20), '\0');
+    memory.clear();
+    memory.seekg(static_cast<std::streamoff>(start));
+    memory.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    if (bytes.find(text) != std::string::npos) {
+      return true;
+    }
+  }
+  return false;
+}
+
+TEST_F(StartupGates, AbortLeavesNoCommunityInMemory) {
+  write_targets("192.0.2.7@162 s3cretOne;192.0.2.8@162 s3cretTwo-and-longer-than-a-short-text;" +
+                std::string(33, 'h') + "@162 s3cretThree");
+  const pid_t pid = fork();
+  if (pid == 0) {
+    ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+    setenv("LD_PRELOAD", "/run/lab/libmoxshim.so", 1);
+    execl("/sbin/tvurev", "tvurev", nullptr);
+    _exit(1);
+  }
+  bool aborting = false;
+  ASSERT_TRUE(run_until([&] {
+    int status = 0;
+    if (waitpid(pid, &status, WNOHANG) != pid) {
+      return false;
+    }
+    aborting = WIFSTOPPED(status) && WSTOPSIG(status) == SIGABRT;
+    if (!aborting && WIFSTOPPED(status)) {
+      ptrace(PTRACE_CONT, pid, nullptr, WSTOPSIG(status) == SIGTRAP ? 0 : WSTOPSIG(status));
+      return false;
+    }
+    return true;
+  }));
+  ASSERT_TRUE(aborting);
+  EXPECT_TRUE(is_in_memory(pid, "192.0.2.8"));  // it can be looked through
+  for (const char* community : {"s3cretOne", "s3cretTwo", "s3cretThree"}) {
+    EXPECT_FALSE(is_in_memory(pid, community)) << community;
+  }
+  kill(pid, SIGKILL);
+}
+
+#endif
 
 }  // namespace

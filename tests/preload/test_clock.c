@@ -8,7 +8,10 @@
  *   <6>clock[PID]: nanosleep 1.500000000
  *   <6>clock[PID]: poll 1000 -> 0
  *
- * (The number after the arrow is poll's result.) Environment:
+ * (The number after the arrow is poll's result.) A ppoll is written as poll, and
+ * one of no descriptor as sleep, or usleep where it is not whole seconds: how a
+ * program waits so that a signal can end it is its own affair. Such a wait ends
+ * with EINTR when a signal comes that its mask lets in. Environment:
  *
  *   TESTCLOCK_RECORD        which waits are written: a comma list of sleep,
  *                           usleep, nanosleep, poll. "sleep,usleep" if unset.
@@ -28,6 +31,7 @@
 #include <errno.h>
 #include <poll.h>
 #include <sched.h>
+#include <signal.h>
 #include <stdarg.h>
 #include <stdbool.h>
 #include <stdio.h>
@@ -38,8 +42,10 @@
 #include <time.h>
 #include <unistd.h>
 
-/* The fortified alias; the C library declares it only for its own headers. */
+/* The fortified aliases; the C library declares them only for its own headers. */
 int __poll_chk(struct pollfd* fds, nfds_t count, int timeout_ms, size_t fds_size);
+int __ppoll_chk(struct pollfd* fds, nfds_t count, const struct timespec* timeout,
+                const sigset_t* mask, size_t fds_size);
 
 /* Long enough for others to run, too short to be noticed. */
 static const struct timespec kPause = {0, 100000};
@@ -47,6 +53,7 @@ static const struct timespec kPause = {0, 100000};
 typedef int (*nanosleep_function)(const struct timespec*, struct timespec*);
 typedef int (*clock_nanosleep_function)(clockid_t, int, const struct timespec*, struct timespec*);
 typedef int (*poll_function)(struct pollfd*, nfds_t, int);
+typedef int (*ppoll_function)(struct pollfd*, nfds_t, const struct timespec*, const sigset_t*);
 typedef unsigned (*sleep_function)(unsigned);
 typedef int (*usleep_function)(useconds_t);
 
@@ -117,13 +124,18 @@ static void pause_shortly(void) {
 }
 
 /* Keeps errno. */
-static void stay_while_held(void) {
+static bool is_held(void) {
   const int error = errno;
   const char* file = getenv("TESTCLOCK_HOLD");
-  while (file != NULL && access(file, F_OK) == 0) {
+  const bool held = file != NULL && access(file, F_OK) == 0;
+  errno = error;
+  return held;
+}
+
+static void stay_while_held(void) {
+  while (is_held()) {
     pause_shortly();
   }
-  errno = error;
 }
 
 unsigned sleep(unsigned seconds) {
@@ -199,4 +211,56 @@ int __poll_chk(struct pollfd* fds, nfds_t count, int timeout_ms, size_t fds_size
     abort();
   }
   return poll(fds, count, timeout_ms);
+}
+
+/* A ppoll of no descriptor. */
+static int pause_until_signal(const struct timespec* timeout, const sigset_t* mask) {
+  REAL(ppoll_function, "ppoll")
+  /* One wait to the program: no signal comes between its pieces. */
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  sigprocmask(SIG_SETMASK, &all, &before);
+  const bool whole_seconds = timeout->tv_nsec == 0;
+  if (whole_seconds) {
+    record("sleep", "%lld", (long long)timeout->tv_sec);
+  } else {
+    record("usleep", "%lld", (long long)timeout->tv_sec * 1000000 + timeout->tv_nsec / 1000);
+  }
+  sched_yield();
+  int result = 0;
+  do {
+    result = real(NULL, 0, &kPause, mask);
+  } while (result == 0 && timeout->tv_sec > 0 && is_held());
+  const int error = errno;
+  sigprocmask(SIG_SETMASK, &before, NULL);
+  errno = error;
+  return result;
+}
+
+int ppoll(struct pollfd* fds, nfds_t count, const struct timespec* timeout, const sigset_t* mask) {
+  REAL(ppoll_function, "ppoll")
+  if (!is_our_program() || timeout == NULL) {
+    return real(fds, count, timeout, mask);
+  }
+  if (count == 0) {
+    return pause_until_signal(timeout, mask);
+  }
+  const int timeout_ms = (int)(timeout->tv_sec * 1000 + timeout->tv_nsec / 1000000);
+  const int short_ms = shortened(timeout_ms);
+  const struct timespec short_time = {short_ms / 1000, short_ms % 1000 * 1000000L};
+  const int result = real(fds, count, &short_time, mask);
+  record("poll", "%d -> %d", timeout_ms, result);
+  if (result == 0 && short_ms == 0) {
+    pause_shortly();
+  }
+  return result;
+}
+
+int __ppoll_chk(struct pollfd* fds, nfds_t count, const struct timespec* timeout,
+                const sigset_t* mask, size_t fds_size) {
+  if (fds_size / sizeof *fds < count) {
+    abort();
+  }
+  return ppoll(fds, count, timeout, mask);
 }

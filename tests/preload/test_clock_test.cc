@@ -99,6 +99,10 @@ TEST_F(Clock, EndsWaitsAtOnceAndLeavesErrnoAndDescriptorsAlone) {
             "nanosleep 0 errno 1\n"
             "clock_nanosleep 0 errno 1\n"
             "poll 0 errno 1\n"
+            "pause 0 errno 1\n"
+            "short pause 0 errno 1\n"
+            "ppoll 0 errno 1\n"
+            "pause with a signal -1 errno 1\n"
             "bad poll -1 errno 1\n"
             "descriptors kept 0\n");
 }
@@ -106,27 +110,28 @@ TEST_F(Clock, EndsWaitsAtOnceAndLeavesErrnoAndDescriptorsAlone) {
 TEST_F(Clock, WritesDownEveryKindThatIsAskedFor) {
   set("TESTCLOCK_RECORD", "poll,nanosleep,usleep,sleep");
   run_probe();
-  EXPECT_EQ(recorded(),
-            Lines({"sleep 86400", "usleep 900000000", "nanosleep 7200.500000000",
-                   "nanosleep 7200.500000000", "poll 1000000000 -> 0", "poll 0 -> -1"}));
+  EXPECT_EQ(recorded(), Lines({"sleep 86400", "usleep 900000000", "nanosleep 7200.500000000",
+                               "nanosleep 7200.500000000", "poll 1000000000 -> 0", "sleep 30",
+                               "usleep 1500", "poll 1500 -> 0", "sleep 86400", "poll 0 -> -1"}));
 }
 
 TEST_F(Clock, WritesDownSleepAndUsleepUnlessAskedForMore) {
   run_probe();
-  EXPECT_EQ(recorded(), Lines({"sleep 86400", "usleep 900000000"}));
+  EXPECT_EQ(recorded(),
+            Lines({"sleep 86400", "usleep 900000000", "sleep 30", "usleep 1500", "sleep 86400"}));
 }
 
 TEST_F(Clock, WritesDownOneKindAlone) {
   set("TESTCLOCK_RECORD", "usleep");
   run_probe();
-  EXPECT_EQ(recorded(), Lines({"usleep 900000000"}));
+  EXPECT_EQ(recorded(), Lines({"usleep 900000000", "usleep 1500"}));
 }
 
 TEST_F(Clock, DividesPollTimeouts) {
   set("TESTCLOCK_POLL_DIVISOR", "1000000000");
   set("TESTCLOCK_RECORD", "poll");
   run_probe();
-  EXPECT_EQ(recorded(), Lines({"poll 1000000000 -> 0", "poll 0 -> -1"}));
+  EXPECT_EQ(recorded(), Lines({"poll 1000000000 -> 0", "poll 1500 -> 0", "poll 0 -> -1"}));
 }
 
 TEST_F(Clock, HoldsASleepWhileTheFileExists) {
@@ -144,7 +149,7 @@ TEST_F(Clock, HoldsASleepWhileTheFileExists) {
   run_probe();
   release.join();
   EXPECT_EQ(while_held, Lines({"sleep 86400"}));
-  EXPECT_EQ(recorded(), Lines({"usleep 900000000"}));
+  EXPECT_EQ(recorded(), Lines({"usleep 900000000", "sleep 30", "usleep 1500", "sleep 86400"}));
 }
 
 TEST_F(Clock, IsHarmlessWithoutALogSocket) {

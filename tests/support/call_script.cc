@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 
@@ -112,7 +113,15 @@ CallStep& CallStep::times(int count) {
   return *this;
 }
 
+CallStep& CallStep::raises(int signal) {
+  signal_ = signal;
+  return *this;
+}
+
 long CallStep::answer(long default_result) const {
+  if (signal_ != 0) {
+    raise(signal_);
+  }
   if (error_.has_value()) {
     errno = *error_;
   }
@@ -231,8 +240,8 @@ CallStep& CallScript::bind(int fd, std::string_view address, unsigned address_le
 CallStep& CallScript::listen(int fd, int backlog) {
   return add(call_text("listen", fd, backlog));
 }
-CallStep& CallScript::accept(int fd, unsigned address_length) {
-  return add(call_text("accept", fd, address_length));
+CallStep& CallScript::accept4(int fd, unsigned address_length, int flags) {
+  return add(call_text("accept4", fd, address_length, flags));
 }
 CallStep& CallScript::recv(int fd, size_t size, int flags) {
   return add(call_text("recv", fd, size, flags));
@@ -355,7 +364,7 @@ std::optional<uid_t> CallScript::meet_stat(const char* path, const CallStep** st
   return entry == files_.end() ? std::nullopt : std::optional<uid_t>(entry->second);
 }
 
-void CallScript::meet_wait(std::string_view function, unsigned length) {
+int CallScript::meet_wait(std::string_view function, unsigned length) {
   waits_.push_back(std::string(function) + " " + std::to_string(length));
   constexpr int64_t kMsPerSecond = 1'000;
   constexpr int64_t kUsPerMs = 1'000;
@@ -363,9 +372,9 @@ void CallScript::meet_wait(std::string_view function, unsigned length) {
   const std::string call = call_text(function, length);
   if (collecting_waits_) {
     timeline_.push_back(call);
-  } else {
-    meet(call).answer(0);
+    return 0;
   }
+  return static_cast<int>(meet(call).answer(0));
 }
 
 void CallScript::note_poll(int timeout_ms) {

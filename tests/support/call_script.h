@@ -69,16 +69,18 @@ class CallStep {
   // What the command prints, or the file holds.
   CallStep& prints(std::string_view text) { return gives(text); }
   // What poll puts into revents as far as it was asked for (and 1 as its
-  // result), or waitpid into status.
+  // result), waitpid into status, or stat into the inode's number.
   CallStep& reports(int value);
   // Reading behind the last byte of the file fails with this errno, after it was
   // read to its end so many times.
   CallStep& breaks_off(int error, int whole_reads = 0);
   CallStep& times(int count);
+  // A signal comes while the call is under way.
+  CallStep& raises(int signal);
 
   // For the wrapped functions.
   const std::string& call() const { return call_; }
-  // Stores errno, and returns the result.
+  // Raises the signal, stores errno, and returns the result.
   long answer(long default_result) const;
   bool failing() const { return failing_; }
   const std::vector<uint8_t>& bytes() const { return bytes_; }
@@ -98,6 +100,7 @@ class CallStep {
   std::vector<uint8_t> bytes_;
   int reported_ = 0;
   std::optional<BrokenRead> broken_read_;
+  int signal_ = 0;
   int times_ = 1;
 };
 
@@ -136,7 +139,7 @@ class CallScript {
   // The path of a local socket; "address:port" of an IPv4 one.
   CallStep& bind(int fd, std::string_view address, unsigned address_length);
   CallStep& listen(int fd, int backlog);
-  CallStep& accept(int fd, unsigned address_length);
+  CallStep& accept4(int fd, unsigned address_length, int flags);
   CallStep& recv(int fd, size_t size, int flags);
   CallStep& sendto(int fd, std::string_view address);      // datagrams() has the bytes
   CallStep& message(int priority, std::string_view text);  // only where its place matters
@@ -193,7 +196,7 @@ class CallScript {
   std::optional<uid_t> meet_stat(const char* path, const CallStep** step);
   std::optional<uid_t> link_owner(const char* path) const;
   int64_t monotonic_ms() const;
-  void meet_wait(std::string_view function, unsigned length);
+  int meet_wait(std::string_view function, unsigned length);
   void note_poll(int timeout_ms);
   const CallStep& meet_write(int fd, std::span<const uint8_t> bytes);
   void note_datagram(std::span<const uint8_t> bytes);

@@ -165,16 +165,16 @@ TEST(CallScript, LeavesTheBufferOfAFailingCallAlone) {
 
 TEST(CallScript, TellsTheFamilyOfAnAcceptedClientOnly) {
   CallScript script;
-  script.accept(3, sizeof(sockaddr_un)).returns(4);
-  script.accept(3, sizeof(sockaddr_un)).fails(EMFILE);
+  script.accept4(3, sizeof(sockaddr_un), SOCK_CLOEXEC).returns(4);
+  script.accept4(3, sizeof(sockaddr_un), SOCK_CLOEXEC).fails(EMFILE);
   sockaddr_un address = {};
   socklen_t length = sizeof address;
-  EXPECT_EQ(accept(3, reinterpret_cast<sockaddr*>(&address), &length), 4);
+  EXPECT_EQ(accept4(3, reinterpret_cast<sockaddr*>(&address), &length, SOCK_CLOEXEC), 4);
   EXPECT_EQ(address.sun_family, AF_UNIX);
   EXPECT_EQ(length, sizeof address.sun_family);
   address = {};
   length = sizeof address;
-  EXPECT_EQ(accept(3, reinterpret_cast<sockaddr*>(&address), &length), -1);
+  EXPECT_EQ(accept4(3, reinterpret_cast<sockaddr*>(&address), &length, SOCK_CLOEXEC), -1);
   EXPECT_EQ(address.sun_family, AF_UNSPEC);
   EXPECT_EQ(length, sizeof address);
 }

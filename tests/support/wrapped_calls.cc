@@ -74,13 +74,47 @@ int wrapped_poll(pollfd* fds, nfds_t count, int timeout_ms) {
   return static_cast<int>(step.answer(fds->revents != 0 ? 1 : 0));
 }
 
-// The client's socket has no name: what comes back of its address is the family.
-int wrapped_accept(int fd, sockaddr* address, socklen_t* length) {
+// Lets in the signals that the mask does; true when there was one.
+bool signal_came(const sigset_t* mask) {
+  const timespec now = {};
+  return __real_ppoll(nullptr, 0, &now, mask) == -1 && errno == EINTR;
+}
+
+// The same steps as poll and, of no descriptor, sleep (whole seconds) and usleep:
+// who waits is not to care whether a signal could end it.
+int wrapped_ppoll(pollfd* fds, nfds_t count, const timespec* timeout, const sigset_t* mask) {
   CallScript* script = CallScript::active();
   if (script == nullptr) {
-    return __real_accept(fd, address, length);
+    return __real_ppoll(fds, count, timeout, mask);
   }
-  const CallStep& step = script->meet(call_text("accept", fd, length == nullptr ? 0U : *length));
+  int result = 0;
+  if (count > 0) {
+    result = wrapped_poll(fds, count,
+                          static_cast<int>(timeout->tv_sec * 1'000 + timeout->tv_nsec / 1'000'000));
+  } else if (timeout->tv_nsec == 0) {
+    result = script->meet_wait("sleep", static_cast<unsigned>(timeout->tv_sec));
+  } else {
+    result = script->meet_wait(
+        "usleep", static_cast<unsigned>(timeout->tv_sec * 1'000'000 + timeout->tv_nsec / 1'000));
+  }
+  if (result <= 0 && signal_came(mask)) {
+    for (nfds_t i = 0; i < count; ++i) {
+      fds[i].revents = 0;
+    }
+    errno = EINTR;
+    return -1;
+  }
+  return result;
+}
+
+// The client's socket has no name: what comes back of its address is the family.
+int wrapped_accept4(int fd, sockaddr* address, socklen_t* length, int flags) {
+  CallScript* script = CallScript::active();
+  if (script == nullptr) {
+    return __real_accept4(fd, address, length, flags);
+  }
+  const CallStep& step =
+      script->meet(call_text("accept4", fd, length == nullptr ? 0U : *length, flags));
   const auto client = static_cast<int>(step.answer(0));
   if (client != -1 && address != nullptr && length != nullptr) {
     if (*length >= sizeof address->sa_family) {
@@ -121,6 +155,7 @@ int wrapped_stat(const char* path, struct stat* status) {
     return step == nullptr ? -1 : static_cast<int>(step->answer(-1));
   }
   *status = {};
+  status->st_ino = step == nullptr ? 0 : static_cast<ino_t>(step->reported());
   status->st_mode = S_IFREG | 0644;
   status->st_uid = *owner;
   return 0;
@@ -152,7 +187,7 @@ extern "C" {
 
 // Declared here because --wrap alone makes them callable.
 [[noreturn]] void __wrap_abort();
-int __wrap_accept(int fd, sockaddr* address, socklen_t* length);
+int __wrap_accept4(int fd, sockaddr* address, socklen_t* length, int flags);
 int __wrap_bind(int fd, const sockaddr* address, socklen_t length);
 void* __wrap_calloc(size_t count, size_t size);
 int __wrap_close(int fd);
@@ -176,6 +211,9 @@ int __wrap___open64_2(const char* path, int flags);
 int __wrap_pclose(FILE* stream);
 int __wrap_poll(pollfd* fds, nfds_t count, int timeout_ms);
 int __wrap___poll_chk(pollfd* fds, nfds_t count, int timeout_ms, size_t fds_size);
+int __wrap_ppoll(pollfd* fds, nfds_t count, const timespec* timeout, const sigset_t* mask);
+int __wrap___ppoll_chk(pollfd* fds, nfds_t count, const timespec* timeout, const sigset_t* mask,
+                       size_t fds_size);
 FILE* __wrap_popen(const char* command, const char* mode);
 ssize_t __wrap_readlink(const char* path, char* target, size_t size);
 ssize_t __wrap___readlink_chk(const char* path, char* target, size_t size, size_t target_size);
@@ -263,6 +301,14 @@ int __wrap_poll(pollfd* fds, nfds_t count, int timeout_ms) {
 }
 int __wrap___poll_chk(pollfd* fds, nfds_t count, int timeout_ms, size_t) {
   return wrapped_poll(fds, count, timeout_ms);
+}
+
+int __wrap_ppoll(pollfd* fds, nfds_t count, const timespec* timeout, const sigset_t* mask) {
+  return wrapped_ppoll(fds, count, timeout, mask);
+}
+int __wrap___ppoll_chk(pollfd* fds, nfds_t count, const timespec* timeout, const sigset_t* mask,
+                       size_t) {
+  return wrapped_ppoll(fds, count, timeout, mask);
 }
 
 // Time.
@@ -432,8 +478,8 @@ int __wrap_listen(int fd, int backlog) {
                                          : answer(call_text("listen", fd, backlog));
 }
 
-int __wrap_accept(int fd, sockaddr* address, socklen_t* length) {
-  return wrapped_accept(fd, address, length);
+int __wrap_accept4(int fd, sockaddr* address, socklen_t* length, int flags) {
+  return wrapped_accept4(fd, address, length, flags);
 }
 
 ssize_t __wrap_recv(int fd, void* buffer, size_t size, int flags) {

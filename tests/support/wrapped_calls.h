@@ -10,6 +10,7 @@
 #include <sys/time.h>
 #include <sys/types.h>
 
+#include <csignal>
 #include <cstddef>
 #include <cstdio>
 #include <ctime>
@@ -19,7 +20,7 @@
 
 extern "C" {
 [[noreturn]] void __real_abort();
-int __real_accept(int fd, sockaddr* address, socklen_t* length);
+int __real_accept4(int fd, sockaddr* address, socklen_t* length, int flags);
 int __real_bind(int fd, const sockaddr* address, socklen_t length);
 void* __real_calloc(size_t count, size_t size);
 int __real_clock_gettime(clockid_t clock, timespec* now);
@@ -40,6 +41,7 @@ int __real_mkdir(const char* path, mode_t mode);
 int __real_open(const char* path, int flags, ...);
 int __real_pclose(FILE* stream);
 int __real_poll(pollfd* fds, nfds_t count, int timeout_ms);
+int __real_ppoll(pollfd* fds, nfds_t count, const timespec* timeout, const sigset_t* mask);
 FILE* __real_popen(const char* command, const char* mode);
 ssize_t __real_readlink(const char* path, char* target, size_t size);
 ssize_t __real_recv(int fd, void* buffer, size_t size, int flags);

@@ -14,7 +14,7 @@
 #include "tests/support/call_script.h"
 #include "tests/support/packets.h"
 
-inline constexpr int kChannelFlags = O_RDWR | O_EXCL;
+inline constexpr int kChannelFlags = O_RDWR | O_EXCL | O_CLOEXEC;
 
 std::string channel_path(int channel);
 

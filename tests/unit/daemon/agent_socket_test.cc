@@ -8,6 +8,7 @@
 
 #include <string>
 
+#include "daemon/signals.h"
 #include "tests/unit/daemon/daemon_fixture.h"
 
 namespace {
@@ -42,7 +43,7 @@ void expect_detaching(CallScript& script) {
 
 void expect_listening(CallScript& script) {
   expect_detaching(script);
-  script.socket(AF_UNIX, SOCK_STREAM, 0).returns(kListener);
+  script.socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0).returns(kListener);
   script.unlink(kSocketPath).fails(ENOENT);
   script.bind(kListener, kSocketPath, 32);  // 30 characters and 2
   script.listen(kListener, 5);
@@ -50,11 +51,16 @@ void expect_listening(CallScript& script) {
   script.pclose(kAddresses);
 }
 
+void expect_ready_listener(CallScript& script) {
+  script.poll(kListener, POLLIN, 1'000).reports(POLLIN);
+}
+
 void expect_client(CallScript& script, int client = kClient) {
   script.message(LOG_INFO, " main TVUD reverse_mode loop\n");
   script.system(kTouch);
   script.message(LOG_INFO, " reverse mode:  Waiting for a connection with forward mode ORT...\n");
-  script.accept(kListener, 110).returns(client);
+  expect_ready_listener(script);
+  script.accept4(kListener, 110, SOCK_CLOEXEC).returns(client);
   script.message(LOG_INFO, "[tvud]: TVU Reverse Proxy Connected.\n");
   script.message(LOG_INFO, "tvud: TVU Reverse Proxy: numfds [1].\n");
 }
@@ -89,12 +95,106 @@ TEST_F(SocketProxy, ForksAndReturnsInTheParent) {
   start_socket_proxy();
 }
 
+TEST_F(SocketProxy, WithoutAProcessForItIsAnErrorInTheLog) {
+  CallScript script;
+  script.fork().fails(EAGAIN);
+  start_socket_proxy();
+  EXPECT_EQ(script.logs(),
+            Lines({"3 tvurev: no process for the agent socket: Resource temporarily unavailable. "
+                   "Notifications of host agents are lost until tvurev is started again.\n"}));
+}
+
+TEST_F(SocketProxy, LeavesWithStatus0OnceItsSocketWasReplacedAndKeepsTheRunningFile) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_detaching(script);
+        script.socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0).returns(kListener);
+        script.unlink(kSocketPath);
+        script.bind(kListener, kSocketPath, 32);
+        script.stat(kSocketPath).reports(7);
+        script.listen(kListener, 5);
+        script.popen(kAddresses);
+        script.pclose(kAddresses);
+        script.system(kTouch);
+        script.poll(kListener, POLLIN, 1'000).returns(0);
+        script.stat(kSocketPath).reports(7);
+        script.poll(kListener, POLLIN, 1'000).returns(0);
+        script.stat(kSocketPath).reports(8);
+        run();
+      },
+      ExitedWithCode(0),
+      "6 tvurev: the agent socket is another process's now. This relay leaves.\n");
+}
+
+TEST_F(SocketProxy, ServesItsClientBeforeItLeavesAReplacedSocket) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_detaching(script);
+        script.socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0).returns(kListener);
+        script.unlink(kSocketPath);
+        script.bind(kListener, kSocketPath, 32);
+        script.stat(kSocketPath).reports(7);
+        script.listen(kListener, 5);
+        script.popen(kAddresses);
+        script.pclose(kAddresses);
+        expect_client(script);
+        script.poll(kClient, POLLIN, 1'000).returns(0);
+        script.stat(kStop).fails(ENOENT);
+        script.poll(kClient, POLLIN, 1'000).reports(POLLHUP);
+        script.close(kClient);
+        script.stat(kSocketPath).reports(8);
+        run();
+      },
+      ExitedWithCode(0), "");
+}
+
+TEST_F(SocketProxy, IsPacedWhileReceivingKeepsFailing) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_listening(script);
+        expect_client(script);
+        for (int round = 1; round <= 11; ++round) {
+          script.poll(kClient, POLLIN, 1'000).reports(POLLIN);
+          script.recv(kClient, 4080, 0).fails(EIO);
+          script.stat(kStop).fails(ENOENT);
+          if (round >= 10) {
+            script.sleep(1);
+          }
+        }
+        script.poll(kClient, POLLIN, 1'000).returns(0);
+        expect_stop(script);
+        run();
+      },
+      ExitedWithCode(1),
+      "3 tvurev: receiving from the host agent keeps failing \\(Input/output error\\)");
+}
+
+TEST_F(SocketProxy, EndsBySigtermWithStatus0AndTakesItsRunningFileAlong) {
+  EXPECT_EXIT(
+      {
+        watch_signals();
+        CallScript script;
+        expect_listening(script);
+        expect_client(script);
+        script.poll(kClient, POLLIN, 1'000).raises(SIGTERM);
+        script.stat(kStop).fails(ENOENT);
+        script.message(LOG_INFO, "tvurev: signal 15 ends the agent socket's relay.\n");
+        script.close(kClient);
+        script.unlink(kRunning);
+        run();
+      },
+      ExitedWithCode(0), "");
+}
+
 TEST_F(SocketProxy, EndsWhenThereIsNoSocket) {
   EXPECT_EXIT(
       {
         CallScript script;
         expect_detaching(script);
-        script.socket(AF_UNIX, SOCK_STREAM, 0).fails(EMFILE);
+        script.socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0).fails(EMFILE);
         run();
       },
       ExitedWithCode(1), "6 reverse_mode open socket failed.\n");
@@ -105,13 +205,16 @@ TEST_F(SocketProxy, EndsWhenItCannotBind) {
       {
         CallScript script;
         expect_detaching(script);
-        script.socket(AF_UNIX, SOCK_STREAM, 0).returns(kListener);
+        script.socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0).returns(kListener);
         script.unlink(kSocketPath);
         script.bind(kListener, kSocketPath, 32).fails(ENOENT);
         script.close(kListener);
         run();
       },
-      ExitedWithCode(1), "6 reverse_mode socket bind failed.\n");
+      ExitedWithCode(1),
+      "6 reverse_mode socket bind failed.\n+3 tvurev: bind\\(\\) of the agent socket "
+      "/opt/ortdv/sockets/agentx/tvud failed: No such file or directory. Notifications of host "
+      "agents are lost until tvurev is started again.\n");
 }
 
 TEST_F(SocketProxy, EndsWhenItCannotListen) {
@@ -119,7 +222,7 @@ TEST_F(SocketProxy, EndsWhenItCannotListen) {
       {
         CallScript script;
         expect_detaching(script);
-        script.socket(AF_UNIX, SOCK_STREAM, 0).returns(kListener);
+        script.socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0).returns(kListener);
         script.unlink(kSocketPath);
         script.bind(kListener, kSocketPath, 32);
         script.listen(kListener, 5).fails(EADDRINUSE);
@@ -129,13 +232,54 @@ TEST_F(SocketProxy, EndsWhenItCannotListen) {
       ExitedWithCode(1), "6 reverse_mode socket listen failed.\n");
 }
 
+TEST_F(SocketProxy, SaysThatTheRunningFileCouldNotBeMade) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_listening(script);
+        script.system(kTouch).fails(EAGAIN);
+        expect_ready_listener(script);
+        script.accept4(kListener, 110, SOCK_CLOEXEC).fails(EMFILE);
+        script.close(kListener);
+        run();
+      },
+      ExitedWithCode(1),
+      "3 tvurev: /opt/ortdv/tmp/tvurevrunning.text could not be made. Host agents that look for "
+      "it send no notifications.\n");
+}
+
+TEST_F(SocketProxy, TakesAFailingLookAtItsPathForNoProofThatItWasReplaced) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_detaching(script);
+        script.socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0).returns(kListener);
+        script.unlink(kSocketPath).fails(ENOENT);
+        script.bind(kListener, kSocketPath, 32);
+        script.stat(kSocketPath).fails(EIO);
+        script.listen(kListener, 5);
+        script.popen(kAddresses).prints("title\nrule\nvmk0 192.0.2.1\n");
+        script.pclose(kAddresses);
+        script.system(kTouch);
+        script.poll(kListener, POLLIN, 1'000).returns(0);
+        script.stat(kSocketPath).reports(4711);
+        script.poll(kListener, POLLIN, 1'000).returns(0);
+        script.stat(kSocketPath).fails(EIO);
+        script.poll(kListener, POLLIN, 1'000).returns(0);
+        script.stat(kSocketPath).reports(4712);
+        run();
+      },
+      ExitedWithCode(0), "6 tvurev: the agent socket is another process's now.");
+}
+
 TEST_F(SocketProxy, EndsWhenAcceptFails) {
   EXPECT_EXIT(
       {
         CallScript script;
         expect_listening(script);
         script.system(kTouch);
-        script.accept(kListener, 110).fails(EMFILE);
+        expect_ready_listener(script);
+        script.accept4(kListener, 110, SOCK_CLOEXEC).fails(EMFILE);
         script.close(kListener);
         run();
       },
@@ -345,7 +489,8 @@ TEST_F(ReceivedPiece, IsReportedTenTimesASecondAndTheRestCountedWhenTheLoopComes
         CallScript script;
         expect_listening(script);
         script.system(kTouch);
-        script.accept(kListener, 110).returns(kClient);
+        expect_ready_listener(script);
+        script.accept4(kListener, 110, SOCK_CLOEXEC).returns(kClient);
         for (int i = 0; i < 14; ++i) {
           script.poll(kClient, POLLIN, 1'000).reports(POLLIN);
           script.recv(kClient, 4080, 0).gives(Bytes(1, 0));

@@ -216,6 +216,7 @@ TEST_F(Shutdown, AbortedKillsTheTimer) {
   shutdown_timer_pid = 77;
   script.ioctl(kFd).gives(request(4, 2, 0, "heat"));
   script.kill(77, SIGKILL);
+  script.waitpid(77, WNOHANG).returns(77);
   expect_ack("0500");
   EXPECT_EQ(bmc_recv(kFd), 0);
   EXPECT_EQ(shutdown_timer_pid, 0);

@@ -4,10 +4,14 @@
 // runs in a process of its own; messages come out on standard error.
 #include "daemon/bmc_loop.h"
 
+#include <sys/wait.h>
 #include <syslog.h>
 
+#include <csignal>
 #include <string>
 
+#include "daemon/children.h"
+#include "daemon/signals.h"
 #include "tests/unit/daemon/daemon_fixture.h"
 
 namespace {
@@ -29,7 +33,7 @@ class BmcLoop : public Daemon {
 };
 
 void expect_open(CallScript& script, int fd = kFd) {
-  script.open(kChannel, O_RDWR | O_EXCL).returns(fd);
+  script.open(kChannel, O_RDWR | O_EXCL | O_CLOEXEC).returns(fd);
   script.usleep(10'000);
 }
 
@@ -144,7 +148,7 @@ TEST_F(BmcLoop, RetriesAFailedOpenEvery10Seconds) {
           for (int channel = 15; channel >= 0; --channel) {
             script
                 .open("/vmfs/devices/char/vmkdriver/zemox-d0ccb" + std::to_string(channel),
-                      O_RDWR | O_EXCL)
+                      O_RDWR | O_EXCL | O_CLOEXEC)
                 .fails(EBUSY);
           }
           script.usleep(100'000);
@@ -335,6 +339,105 @@ TEST_F(BmcLoop, DoesNotReadAgainOnTheEventsOfAFailedPoll) {
         run();
       },
       ExitedWithCode(1), "");
+}
+
+TEST_F(BmcLoop, EndsBySigtermWithAGoodbyeAndStatus0) {
+  EXPECT_EXIT(
+      {
+        watch_signals();
+        socket_proxy_pid = 40;
+        CallScript script;
+        script.waitpid(40, WNOHANG).returns(0);
+        expect_connection(script, 0);
+        script.poll(kFd, kLoopEvents, 1'000).raises(SIGTERM);
+        expect_no_stop(script);
+        script.message(LOG_INFO, "tvurev: signal 15 ends the BMC loop.\n");
+        script.kill(40, SIGTERM);
+        script.write(kFd, ChifBuilder(0x0193).svc(13).u16_at(8, 2).sized(16).bytes());
+        script.usleep(1'000);
+        script.poll(kFd, POLLIN, 400).returns(0);
+        script.close(kFd);
+        script.waitpid(40, WNOHANG).returns(40);
+        run();
+      },
+      ExitedWithCode(0), "");
+}
+
+TEST_F(BmcLoop, EndsBySigtermInAPauseWithoutAGoodbye) {
+  EXPECT_EXIT(
+      {
+        watch_signals();
+        CallScript script;
+        expect_open(script);
+        expect_hello_write(script, 0);
+        expect_reply(script, 0);
+        expect_connect_write(script);
+        script.poll(kFd, POLLIN, 10'000).fails(EIO);
+        script.close(kFd);
+        script.sleep(15).raises(SIGTERM);
+        run();
+      },
+      ExitedWithCode(0), "6 tvurev: signal 15 ends the BMC loop.\n");
+}
+
+TEST_F(BmcLoop, IsPacedWhilePollKeepsFailing) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_connection(script, 0);
+        for (int round = 1; round <= 11; ++round) {
+          script.poll(kFd, kLoopEvents, 1'000).fails(ENOMEM);
+          expect_no_stop(script);
+          if (round >= 10) {
+            script.sleep(1);
+          }
+        }
+        expect_poll(script, 0);
+        expect_stop(script);
+        run();
+      },
+      ExitedWithCode(1),
+      "3 tvurev: reading from the BMC channel keeps failing \\(Cannot allocate memory\\). It is "
+      "tried once a second from now on.\n");
+}
+
+TEST_F(BmcLoop, IsPacedWhileReadingKeepsFailingOrComesBackEmpty) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_connection(script, 0);
+        for (int round = 1; round <= 10; ++round) {
+          expect_poll(script, POLLIN);
+          script.ioctl(kFd).returns(round % 2 == 0 ? 0 : -1).leaves_errno(EIO);
+          expect_no_stop(script);
+        }
+        script.sleep(1);
+        expect_poll(script, 0);
+        expect_stop(script);
+        run();
+      },
+      ExitedWithCode(1), "reading from the BMC channel keeps failing \\(No data available\\)");
+}
+
+TEST_F(BmcLoop, LeavesABmcThatHangsUpOnEverySessionAloneForTenSeconds) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        for (uint16_t session = 0; session < 4; ++session) {
+          expect_connection(script, session);
+          expect_poll(script, POLLHUP);
+          expect_goodbye(script);
+          expect_no_stop(script);
+          if (session >= 2) {
+            script.sleep(10);
+          }
+        }
+        expect_connection(script, 4);
+        expect_poll(script, 0);
+        expect_stop(script);
+        run();
+      },
+      ExitedWithCode(1), "3 tvurev: the BMC hung up on three sessions in a row.");
 }
 
 TEST_F(BmcLoop, ReturnsZeroWhenItMayNotRun) {

@@ -32,19 +32,19 @@ TEST_F(ControlFiles, AFileIsARequestWhoeverOwnsIt) {
 TEST_F(ControlFiles, AMissingRunningFileIsMadeThroughTheShell) {
   CallScript script;
   script.system("touch /opt/ortdv/tmp/tvurevrunning.text");
-  create_running_file();
+  EXPECT_TRUE(create_running_file());
 }
 
 TEST_F(ControlFiles, AnExistingRunningFileStartsNoShell) {
   CallScript script;
   script.file(kRunning);
-  create_running_file();
+  EXPECT_TRUE(create_running_file());
 }
 
-TEST_F(ControlFiles, AFailingTouchIsNotReported) {
+TEST_F(ControlFiles, AFailingTouchIsNotLogged) {
   CallScript script;
   script.system("touch /opt/ortdv/tmp/tvurevrunning.text").returns(-1);
-  create_running_file();
+  EXPECT_FALSE(create_running_file());
   EXPECT_EQ(script.logs(), Lines());
 }
 

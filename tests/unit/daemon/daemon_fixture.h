@@ -9,6 +9,7 @@
 
 #include <cerrno>
 
+#include "daemon/children.h"
 #include "daemon/reverse_proxy.h"
 #include "daemon/shutdown_action.h"
 #include "log/debug_flags.h"
@@ -33,6 +34,7 @@ class Daemon : public testing::Test {
     chif_seqno = 0;
     shutdown_timer_pid = 0;
     shutdown_aborted = 0;
+    socket_proxy_pid = 0;
     g_utilities_debug_flag = 0;
     g_daemon_debug_flag = 0;
     g_chif_dump_flag = 0;

@@ -48,7 +48,8 @@ TEST_F(FailingSender, IsReportedToTheBmcLoop) {
   const Bytes reply = ChifBuilder(0x8193).sized(17).bytes();
   CallScript script;
   script.collect_waits();
-  script.open("/vmfs/devices/char/vmkdriver/zemox-d0ccb15", O_RDWR | O_EXCL).returns(kFd);
+  script.open("/vmfs/devices/char/vmkdriver/zemox-d0ccb15", O_RDWR | O_EXCL | O_CLOEXEC)
+      .returns(kFd);
   for (int request = 0; request < 2; ++request) {
     script.write(kFd);
     script.poll(kFd, POLLIN, 10'000).reports(POLLIN);
@@ -93,14 +94,15 @@ TEST_F(FailingSender, WithoutMemoryCostsTheSocketProxyOneNotification) {
         script.close(1);
         script.close(2);
         script.open("/dev/null", O_RDWR).returns(0);
-        script.socket(AF_UNIX, SOCK_STREAM, 0).returns(kListener);
+        script.socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0).returns(kListener);
         script.unlink("/opt/ortdv/sockets/agentx/tvud");
         script.bind(kListener, "/opt/ortdv/sockets/agentx/tvud", 32);
         script.listen(kListener, 5);
         script.popen("localcli network ip interface ipv4 get");
         script.pclose("localcli network ip interface ipv4 get");
         script.system("touch /opt/ortdv/tmp/tvurevrunning.text");
-        script.accept(kListener, 110).returns(kFd);
+        script.poll(kListener, POLLIN, 1'000).reports(POLLIN);
+        script.accept4(kListener, 110, SOCK_CLOEXEC).returns(kFd);
         script.poll(kFd, POLLIN, 1'000).reports(POLLIN);
         script.recv(kFd, 4080, 0).gives(fan_failure());
         script.message(LOG_ERR,

@@ -311,8 +311,9 @@ class Init : public Daemon {};
 
 TEST_F(Init, OpensTheFirstFreeChannelFrom15Down) {
   CallScript script;
-  script.open("/vmfs/devices/char/vmkdriver/zemox-d0ccb15", O_RDWR | O_EXCL).fails(EBUSY);
-  script.open("/vmfs/devices/char/vmkdriver/zemox-d0ccb14", O_RDWR | O_EXCL).returns(6);
+  script.open("/vmfs/devices/char/vmkdriver/zemox-d0ccb15", O_RDWR | O_EXCL | O_CLOEXEC)
+      .fails(EBUSY);
+  script.open("/vmfs/devices/char/vmkdriver/zemox-d0ccb14", O_RDWR | O_EXCL | O_CLOEXEC).returns(6);
   script.usleep(10'000);
   bmc_init();
   EXPECT_EQ(bmc_fd, 6);

@@ -9,6 +9,7 @@
 
 #include <csignal>
 
+#include "daemon/children.h"
 #include "tests/unit/daemon/daemon_fixture.h"
 
 namespace {
@@ -32,6 +33,8 @@ TEST_F(ShutdownAction, KeepsTheResultOfAFailedForkUnchecked) {
   script.fork().fails(EAGAIN);
   EXPECT_EQ(do_shutdown(1, 30, "fans"), 0);
   EXPECT_EQ(shutdown_timer_pid, -1);
+  EXPECT_EQ(script.logs(), Lines({"3 tvurev: no process for the shutdown timer: Resource "
+                                  "temporarily unavailable. The host runs on.\n"}));
 }
 
 TEST_F(ShutdownAction, ReapsFinishedTimersOnlyWhenItReplacesTheKeptPid) {
@@ -44,15 +47,27 @@ TEST_F(ShutdownAction, ReapsFinishedTimersOnlyWhenItReplacesTheKeptPid) {
   EXPECT_EQ(shutdown_timer_pid, 11);
 }
 
+TEST_F(ShutdownAction, AProxyThatIsReapedWithTheTimersIsMissed) {
+  socket_proxy_pid = 12;
+  CallScript script;
+  script.waitpid(-1, WNOHANG).returns(12).reports(SIGKILL);
+  script.waitpid(-1, WNOHANG).fails(ECHILD);
+  script.fork().returns(11);
+  do_shutdown(1, 30, "fans");
+  EXPECT_EQ(socket_proxy_pid, 0);
+  EXPECT_EQ(script.logs().size(), 1U);
+}
+
 TEST_F(ShutdownAction, AnAbortKillsTheTimerAndForgetsIt) {
   shutdown_timer_pid = 4711;
   CallScript script;
   script.kill(4711, SIGKILL);
+  script.waitpid(4711, WNOHANG).returns(4711);
   abort_shutdown();
   EXPECT_EQ(shutdown_timer_pid, 0);
   EXPECT_EQ(script.log_calls(), Lines({"program 6 Terminating Shutdown timer ( PID [4711])...\n"}));
-  EXPECT_EQ(script.timeline(),
-            Lines({"6 Terminating Shutdown timer ( PID [4711])...\n", "kill(4711, 9)"}));
+  EXPECT_EQ(script.timeline(), Lines({"6 Terminating Shutdown timer ( PID [4711])...\n",
+                                      "kill(4711, 9)", "waitpid(4711, 1)"}));
 }
 
 TEST_F(ShutdownAction, AnAbortAfterTwoRequestsKillsTheSecondTimerOnly) {
@@ -63,6 +78,7 @@ TEST_F(ShutdownAction, AnAbortAfterTwoRequestsKillsTheSecondTimerOnly) {
     do_shutdown(1, 30, "fans");
   }
   script.kill(11, SIGKILL);
+  script.waitpid(11, WNOHANG).returns(11);
   abort_shutdown();
   abort_shutdown();
 }
@@ -71,6 +87,7 @@ TEST_F(ShutdownAction, AnAbortAfterTheTimerEndedIgnoresTheFailingKill) {
   shutdown_timer_pid = 4711;
   CallScript script;
   script.kill(4711, SIGKILL).fails(ESRCH);
+  script.waitpid(4711, WNOHANG).fails(ECHILD);
   abort_shutdown();
   EXPECT_EQ(shutdown_timer_pid, 0);
 }
@@ -92,7 +109,8 @@ TEST_F(ShutdownAction, AnAbortWithoutATimerOnlyLogs) {
 
 // Runs the timer's side of do_shutdown: fork returns 0 and a session is made,
 // which is logged, then come the given number of 5-second steps and the command.
-[[noreturn]] void run_timer(uint32_t action, int32_t delay, int steps, const char* command) {
+[[noreturn]] void run_timer(uint32_t action, int32_t delay, int steps, const char* command,
+                            int status = 0) {
   CallScript script;
   script.waitpid(-1, WNOHANG).fails(ECHILD);
   script.fork().returns(0);
@@ -101,7 +119,7 @@ TEST_F(ShutdownAction, AnAbortWithoutATimerOnlyLogs) {
   if (steps > 0) {
     script.sleep(5).returns(0).times(steps);
   }
-  script.system(command).returns(0);
+  script.system(command).returns(status);
   do_shutdown(action, delay, "fan %n lost");
   _exit(1);
 }
@@ -111,6 +129,22 @@ using ShutdownTimer = ShutdownAction;
 TEST_F(ShutdownTimer, WithDelay7Waits10SecondsAndReboots) {
   EXPECT_EXIT(run_timer(1, 7, 2, "reboot"), ExitedWithCode(0),
               "6 Shutdown timer started.\n+.*1 The host is being rebooted due to fan %n lost.\n");
+}
+
+TEST_F(ShutdownTimer, GivesUpTheChannelThatItInheritedFirst) {
+  EXPECT_EXIT(
+      {
+        bmc_fd = 5;
+        CallScript script;
+        script.waitpid(-1, WNOHANG).fails(ECHILD);
+        script.fork().returns(0);
+        script.close(5);
+        script.setsid().returns(1);
+        script.system("reboot");
+        do_shutdown(1, 0, "fans");
+        _exit(1);
+      },
+      ExitedWithCode(0), "");
 }
 
 TEST_F(ShutdownTimer, WithDelay0ActsAtOnce) {
@@ -134,6 +168,13 @@ TEST_F(ShutdownTimer, LogsTheCommandsStatusForDebugging) {
   g_daemon_debug_flag = 1;
   EXPECT_EXIT(run_timer(0, 0, 0, "poweroff"), ExitedWithCode(0),
               "6 do_shutdown: system command returns \\[0\\]\n");
+}
+
+TEST_F(ShutdownTimer, SaysWhenTheCommandFailed) {
+  EXPECT_EXIT(run_timer(0, 0, 0, "poweroff", 127 << 8), ExitedWithCode(0),
+              "3 tvurev: the shutdown command ended with status 127. The host may run on.\n");
+  EXPECT_EXIT(run_timer(0, 0, 0, "poweroff", -1), ExitedWithCode(0),
+              "3 tvurev: no shell for the shutdown command: .*The host runs on.\n");
 }
 
 }  // namespace

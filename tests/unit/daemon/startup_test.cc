@@ -29,7 +29,7 @@ class Gates : public Daemon {
       for (int channel = 4; channel >= 0; --channel) {
         script
             .open("/vmfs/devices/char/vmkdriver/zemox-d0ccb" + std::to_string(channel),
-                  O_RDWR | O_EXCL)
+                  O_RDWR | O_EXCL | O_CLOEXEC)
             .fails(EBUSY);
       }
     }
@@ -37,7 +37,8 @@ class Gates : public Daemon {
   void expect_reverse_mode(uint8_t value) {
     ++message_id_;
     const auto id = static_cast<uint16_t>(message_id_);
-    script.open("/vmfs/devices/char/vmkdriver/zemox-d0ccb4", O_RDWR | O_EXCL).returns(9);
+    script.open("/vmfs/devices/char/vmkdriver/zemox-d0ccb4", O_RDWR | O_EXCL | O_CLOEXEC)
+        .returns(9);
     script.write(9, ChifBuilder(0)
                         .pktsize(20)
                         .seqno(id)

@@ -38,7 +38,7 @@ class NetworkAddressTest : public testing::Test {
   ~NetworkAddressTest() override { g_utilities_debug_flag = 0; }
 
   void expect_query(const Bytes& request, const Bytes& response) {
-    script_.open(kChannel4, O_RDWR | O_EXCL).returns(kFd);
+    script_.open(kChannel4, O_RDWR | O_EXCL | O_CLOEXEC).returns(kFd);
     script_.write(kFd, request);
     script_.ioctl(kFd).gives(response);
     script_.close(kFd);
@@ -47,13 +47,14 @@ class NetworkAddressTest : public testing::Test {
   void expect_no_channel() {
     for (int sweep = 0; sweep < 5; ++sweep) {
       for (int channel = 4; channel >= 0; --channel) {
-        script_.open(kChannelBase + std::to_string(channel), O_RDWR | O_EXCL).fails(EBUSY);
+        script_.open(kChannelBase + std::to_string(channel), O_RDWR | O_EXCL | O_CLOEXEC)
+            .fails(EBUSY);
       }
     }
   }
 
   void expect_failed_write(const Bytes& request) {
-    script_.open(kChannel4, O_RDWR | O_EXCL).returns(kFd);
+    script_.open(kChannel4, O_RDWR | O_EXCL | O_CLOEXEC).returns(kFd);
     script_.write(kFd, request).fails(EIO);
     script_.close(kFd);
   }
