@@ -6,8 +6,6 @@ namespace {
 constexpr uint64_t kKib = 1024;
 constexpr uint64_t kMib = 1024 * kKib;
 
-}  // namespace
-
 void append_rom_size(bool extended, Draft& value, std::string& characters) {
   if (!extended) {
     value.number = (value.number + 1) * 64 * kKib;
@@ -69,4 +67,32 @@ void append_address(const Raw& raw, bool last, Draft& value, std::string& charac
   }
   characters += "0x";
   append_hex(characters, value.number, raw.extended ? 16 : 11);
+}
+
+}  // namespace
+
+bool append_size_field(const Raw& raw, Draft& value, std::string& characters) {
+  switch (static_cast<unsigned>(value.field->kind)) {
+    case kSmbKindRomSize:
+      append_rom_size(raw.extended, value, characters);
+      return true;
+    case kSmbKindCacheSize:
+      append_cache_size(raw.extended, value, characters);
+      return true;
+    case kSmbKindMemorySize:
+      append_memory_size(raw.extended, value, characters);
+      return true;
+    case kSmbKindArrayCapacity:
+      append_array_capacity(raw, value, characters);
+      return true;
+    case kSmbKindByteSize:
+      append_byte_size(value, characters);
+      return true;
+    case kSmbKindStartAddress:
+    case kSmbKindEndAddress:
+      append_address(raw, value.field->kind == kSmbKindEndAddress, value, characters);
+      return true;
+    default:
+      return false;
+  }
 }

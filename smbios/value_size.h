@@ -18,14 +18,8 @@ inline void special(Draft& value, std::string& characters, std::string_view text
   characters += text;
 }
 
-// Each appends the text of a field's value and puts its number in bytes.
-void append_rom_size(bool extended, Draft& value, std::string& characters);
-void append_cache_size(bool extended, Draft& value, std::string& characters);
-void append_memory_size(bool extended, Draft& value, std::string& characters);
-void append_array_capacity(const Raw& raw, Draft& value, std::string& characters);
-void append_byte_size(Draft& value, std::string& characters);
-
-// Of the first or the last byte.
-void append_address(const Raw& raw, bool last, Draft& value, std::string& characters);
+// Appends the text of a size or an address and puts its number in bytes. False,
+// with nothing done, when the field's kind is neither.
+bool append_size_field(const Raw& raw, Draft& value, std::string& characters);
 
 #endif  // TVUREV_SMBIOS_VALUE_SIZE_H_

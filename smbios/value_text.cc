@@ -37,10 +37,35 @@ void append_fraction_with(std::string& characters, int64_t number, unsigned digi
   characters += unit;
 }
 
-void append_signed(Draft& value, unsigned digits, const char* unit, std::string& characters) {
-  const auto number = static_cast<int16_t>(value.number);
-  value.number = static_cast<uint64_t>(int64_t{number});
-  append_fraction_with(characters, number, digits, unit);
+// Numbers of 16 bits that count a part of what they are shown in.
+struct Fraction {
+  SmbValueKind kind;
+  unsigned digits;
+  const char* unit;
+  bool is_signed;
+};
+constexpr Fraction kFractions[] = {
+    {kSmbKindMillivolts, 3, " V", true},
+    {kSmbKindMilliamperes, 3, " A", true},
+    {kSmbKindTenthsOfDegree, 1, " deg C", true},
+    {kSmbKindTenthsOfMillivolt, 1, " mV", false},
+    {kSmbKindTenthsOfMilliampere, 1, " mA", false},
+    {kSmbKindThousandthsOfDegree, 3, " deg C", false},
+    {kSmbKindHundredthsOfPercent, 2, "%", false},
+    {kSmbKindHundredthsOfMillimetre, 2, " mm", false},
+};
+
+// False when the kind is no such number.
+bool append_fraction_field(Draft& value, std::string& characters) {
+  const auto* found = std::ranges::find(kFractions, value.field->kind, &Fraction::kind);
+  if (found == std::end(kFractions)) {
+    return false;
+  }
+  const auto number = found->is_signed ? int64_t{static_cast<int16_t>(value.number)}
+                                       : static_cast<int64_t>(value.number);
+  value.number = static_cast<uint64_t>(number);
+  append_fraction_with(characters, number, found->digits, found->unit);
+  return true;
 }
 
 void append_text_field(const StructureView& structure, Draft& value, std::string& characters) {
@@ -251,40 +276,10 @@ void append_quantity(const StructureView& structure, size_t offset, const Raw& r
       value.number = number << 4;
       characters += "0x";
       return append_hex(characters, value.number, 5);
-    case kSmbKindRomSize:
-      return append_rom_size(raw.extended, value, characters);
-    case kSmbKindCacheSize:
-      return append_cache_size(raw.extended, value, characters);
-    case kSmbKindMemorySize:
-      return append_memory_size(raw.extended, value, characters);
-    case kSmbKindArrayCapacity:
-      return append_array_capacity(raw, value, characters);
-    case kSmbKindByteSize:
-      return append_byte_size(value, characters);
-    case kSmbKindStartAddress:
-      return append_address(raw, false, value, characters);
-    case kSmbKindEndAddress:
-      return append_address(raw, true, value, characters);
     case kSmbKindProcessorVoltage:
       return append_processor_voltage(value, characters);
     case kSmbKindVolts:
       return append_volts(number, characters);
-    case kSmbKindMillivolts:
-      return append_signed(value, 3, " V", characters);
-    case kSmbKindMilliamperes:
-      return append_signed(value, 3, " A", characters);
-    case kSmbKindTenthsOfMillivolt:
-      return append_fraction_with(characters, static_cast<int64_t>(number), 1, " mV");
-    case kSmbKindTenthsOfMilliampere:
-      return append_fraction_with(characters, static_cast<int64_t>(number), 1, " mA");
-    case kSmbKindTenthsOfDegree:
-      return append_signed(value, 1, " deg C", characters);
-    case kSmbKindThousandthsOfDegree:
-      return append_fraction_with(characters, static_cast<int64_t>(number), 3, " deg C");
-    case kSmbKindHundredthsOfPercent:
-      return append_fraction_with(characters, static_cast<int64_t>(number), 2, "%");
-    case kSmbKindHundredthsOfMillimetre:
-      return append_fraction_with(characters, static_cast<int64_t>(number), 2, " mm");
     case kSmbKindScaledCapacity:
       return append_scaled_capacity(structure, value, characters);
     case kSmbKindIpmiAddress:
@@ -296,7 +291,9 @@ void append_quantity(const StructureView& structure, size_t offset, const Raw& r
     case kSmbKindJedecId:
       return append_jedec_id(value, characters);
     default:
-      return append_with(characters, number, field.unit);
+      if (!append_fraction_field(value, characters) && !append_size_field(raw, value, characters)) {
+        append_with(characters, number, field.unit);
+      }
   }
 }
 

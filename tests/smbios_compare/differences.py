@@ -36,6 +36,7 @@ Lines are "rule | type | ...", "because: reason" above them; a type of "*" is an
   silent  | type | our name | regular expression | our names  which they do not show
                                                 when the first has such a text
 """
+import functools
 import re
 
 
@@ -56,22 +57,22 @@ class Rules:
                     key = (kind, of_type.strip(), parts[0])
                     self.rules.setdefault(key, []).append((parts[1:], place))
 
+    @functools.lru_cache(maxsize=None)
     def find(self, kind, of_type, name):
         of_type = str(of_type)
-        for key in ((kind, of_type, name), (kind, of_type, "*"), (kind, "*", name),
-                    (kind, "*", "*")):
-            for parts, place in self.rules.get(key, ()):
-                yield parts, place
+        keys = dict.fromkeys(((kind, of_type, name), (kind, of_type, "*"), (kind, "*", name),
+                              (kind, "*", "*")))
+        return [rule for key in keys for rule in self.rules.get(key, ())]
 
     def use(self, place):
         self.unused.discard(place)
 
+    @functools.lru_cache(maxsize=None)
     def named(self, kind, of_type):
         """The rules of a kind for a type: name, parts, place."""
-        for (rule, rule_type, name), found in self.rules.items():
-            if rule == kind and rule_type in (str(of_type), "*"):
-                for parts, place in found:
-                    yield name, parts, place
+        return [(name, parts, place) for (rule, rule_type, name), found in self.rules.items()
+                if rule == kind and rule_type in (str(of_type), "*")
+                for parts, place in found]
 
     def first(self, kind, of_type, name):
         for parts, place in self.find(kind, of_type, name):
