@@ -5,7 +5,6 @@
 #include <ortinv/library.h>
 #include <CLI/CLI.hpp>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <span>
@@ -16,6 +15,7 @@
 #include "ortinv/help.h"
 #include "ortinv/json_format.h"
 #include "ortinv/number.h"
+#include "ortinv/output.h"
 #include "ortinv/report.h"
 #include "ortinv/request.h"
 #include "ortinv/terminal_text.h"
@@ -32,19 +32,20 @@ int complain_of_usage(const std::string& mistake) {
   return kExitUsage;
 }
 
-// Returns whether all of the text was taken, after a complaint when not.
-bool print_text(const std::string& text) {
-  fwrite(text.data(), 1, text.size(), stdout);
-  if (fflush(stdout) != 0 || ferror(stdout) != 0) {
-    complain(std::string("standard output: ") + strerror(errno));
-    return false;
+// Returns whether standard output took everything, after a complaint when not.
+bool finish(Output& output) {
+  const int error = output.finish();
+  if (error != 0) {
+    complain(std::string("standard output: ") + strerror(error));
   }
-  return true;
+  return error == 0;
 }
 
-// The same, for what no source is needed for.
+// For what no source is needed for.
 int print_and_end(const std::string& text) {
-  return print_text(text) ? kExitFound : kExitNoSource;
+  Output output;
+  output.text() = text;
+  return finish(output) ? kExitFound : kExitNoSource;
 }
 
 void add_option(CLI::App& app, Request& request, const Option& option) {
@@ -135,16 +136,21 @@ std::string mistake_of(const Line& line) {
   return "";
 }
 
-std::string output_of(const Request& request, Report& report) {
+bool print_document(const Request& request, Report& report) {
+  Output output;
   if (request.json_lines) {
-    return json_lines_text(report);
+    print_json_lines(report, output);
+  } else if (request.json) {
+    print_json(report, output);
+  } else {
+    print_text(report, output);
   }
-  return request.json ? json_text(report) : human_text(report);
+  return finish(output);
 }
 
 int print(const Request& request, Report& report) {
   const int status = report.exit_status();
-  if (status != kExitUsage && !print_text(output_of(request, report))) {
+  if (status != kExitUsage && !print_document(request, report)) {
     return kExitNoSource;
   }
   for (const std::string& warning : report.warnings) {

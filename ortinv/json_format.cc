@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ortinv/json_format.h"
 
+#include <optional>
 #include <string_view>
 #include <utility>
 
 #include "ortinv/json_writer.h"
+#include "ortinv/structure_json.h"
 
 namespace {
 
@@ -28,39 +30,59 @@ std::string line(const std::string& section, const Json& value) {
   return dump({{"schema", kSchema}, {"section", section}, {"value", value}}, -1) + "\n";
 }
 
+void print_structures(const Report& report, Output& output) {
+  constexpr size_t kDepth = 2;
+  for (const SmbStructure& structure : report.structures) {
+    output.text() += &structure == &report.structures.front() ? "\n    " : ",\n    ";
+    append_structure_json(output.text(), structure, report.detail, kDepth);
+    output.write_if_long();
+  }
+  output.text() += report.structures.empty() ? "" : "\n  ";
+}
+
+void print_structure_lines(const Report& report, Output& output) {
+  for (const SmbStructure& structure : report.structures) {
+    output.text() += R"({"schema":"ortinv/1","section":"smbios","value":)";
+    append_structure_json(output.text(), structure, report.detail, std::nullopt);
+    output.text() += "}\n";
+    output.write_if_long();
+  }
+}
+
 }  // namespace
 
-std::string json_text(Report& report) {
+void print_json(Report& report, Output& output) {
   Json document = {{"schema", kSchema}, {"revision", kSchemaRevision}};
   for (auto& [key, value] : report.document.items()) {
     document[key] = std::move(value);
   }
   report.document = Json::object();
   add_outcome(document, report);
-  std::string text = dump(document, 2) + "\n";
-  // The structures are JSON already. Nothing else can look like their place: a
-  // text holds no line end.
-  constexpr std::string_view kPlace = "\n  \"smbios\": []";
-  if (const size_t at = text.find(kPlace); !report.structures.empty() && at != std::string::npos) {
-    text.insert(at + kPlace.size() - 1, report.structures + "\n  ");
-  }
-  return text;
+  const std::string text = dump(document, 2) + "\n";
+  // Where the structures go. Nothing else can look like their place: a text holds
+  // no line end.
+  constexpr std::string_view kPlace = "\n  \"smbios\": [";
+  const size_t at = text.find(kPlace);
+  const size_t place = at == std::string::npos ? text.size() : at + kPlace.size();
+  output.text().append(text, 0, place);
+  print_structures(report, output);
+  output.text().append(text, place);
 }
 
-std::string json_lines_text(const Report& report) {
-  std::string lines;
+void print_json_lines(const Report& report, Output& output) {
   for (const auto& [section, value] : report.document.items()) {
     if (section == "smbios") {
-      lines += report.structures;
+      print_structure_lines(report, output);
     } else if (value.is_array()) {
       for (const Json& element : value) {
-        lines += line(section, element);
+        output.text() += line(section, element);
+        output.write_if_long();
       }
     } else {
-      lines += line(section, value);
+      output.text() += line(section, value);
     }
   }
   Json end = {{"schema", kSchema}, {"section", "end"}, {"revision", kSchemaRevision}};
   add_outcome(end, report);
-  return lines + dump(end, -1) + "\n";
+  output.text() += dump(end, -1) + "\n";
 }

@@ -10,8 +10,12 @@
 
 namespace {
 
-bool needs_no_escape(char character) {
-  return character >= ' ' && character <= '~' && character != '"' && character != '\\';
+// How many bytes there are before the first that may need an escape.
+size_t plain_length(std::string_view text) {
+  const auto* const end = std::find_if(text.begin(), text.end(), [](char character) {
+    return character < ' ' || character > '~' || character == '"' || character == '\\';
+  });
+  return static_cast<size_t>(end - text.begin());
 }
 
 void append_escape(std::string& out, char32_t character) {
@@ -47,8 +51,7 @@ size_t append_character(std::string& out, std::string_view text) {
 void append_json_text(std::string& out, std::string_view text) {
   out += '"';
   while (!text.empty()) {
-    const auto* const end = std::find_if_not(text.begin(), text.end(), needs_no_escape);
-    const auto plain = static_cast<size_t>(end - text.begin());
+    const size_t plain = plain_length(text);
     out += text.substr(0, plain);
     text.remove_prefix(plain);
     if (!text.empty()) {

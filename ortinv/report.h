@@ -5,6 +5,8 @@
 #ifndef TVUREV_ORTINV_REPORT_H_
 #define TVUREV_ORTINV_REPORT_H_
 
+#include <ortinv/smbios_load.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <nlohmann/json.hpp>
@@ -33,6 +35,9 @@ struct Problem {
   bool operator==(const Problem&) const = default;
 };
 
+// How much of a structure is shown: a line, its fields, or its bytes.
+enum class Detail { kList, kFields, kBytes };
+
 struct Report {
   Json document = Json::object();
   std::vector<Problem> problems;
@@ -41,11 +46,12 @@ struct Report {
   std::string missing;
   // What is odd about what was found, one line each.
   std::vector<std::string> warnings;
-  // What the command has printed itself, for people: comes before the sections.
+  // What the command says itself, for people: comes before the sections.
   std::string text;
-  // The elements of the section "smbios", as JSON: with thousands of them the
-  // document would cost more than everything else.
-  std::string structures;
+  // The elements of the section "smbios", which the document has empty: with
+  // thousands of them it would cost more than everything else.
+  std::vector<SmbStructure> structures;
+  Detail detail = Detail::kFields;
   // The command's own answer, where it is not whether something was found.
   std::optional<int> own_status;
   // How long a source may take to answer, in seconds; 0: for ever.

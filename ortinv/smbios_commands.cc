@@ -18,8 +18,6 @@
 #include "ortinv/library_array.h"
 #include "ortinv/number.h"
 #include "ortinv/structure.h"
-#include "ortinv/structure_json.h"
-#include "ortinv/structure_text.h"
 #include "ortinv/table_source.h"
 #include "ortinv/terminal_text.h"
 
@@ -104,20 +102,6 @@ Detail detail_of(const Request& request) {
   return request.raw ? Detail::kBytes : Detail::kFields;
 }
 
-void print_structures(const Request& request, const Structures& structures, Report& report) {
-  if (!request.wants_text()) {
-    report.structures = structures_json(structures, detail_of(request), request.json_lines);
-  } else if (structures.empty()) {
-    return;
-  } else if (request.list) {
-    report.text = structures_list(structures);
-  } else if (request.raw) {
-    report.text = structures_bytes(structures);
-  } else {
-    report.text = structures_text(structures);
-  }
-}
-
 // The key word's field of every structure of its type that has it.
 Words texts_of(const SmbStringKeyword& keyword) {
   Words texts;
@@ -156,9 +140,9 @@ void report_structures(const Request& request, Report& report) {
   if (!open_table(request, report)) {
     return;
   }
-  const Structures structures = wanted_structures(request);
-  print_structures(request, structures, report);
-  if (structures.empty()) {
+  report.structures = wanted_structures(request);
+  report.detail = detail_of(request);
+  if (report.structures.empty()) {
     report.missing = missing_text(request);
   }
 }

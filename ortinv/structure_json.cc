@@ -10,9 +10,6 @@
 
 namespace {
 
-// How deep the elements lie in the document.
-constexpr size_t kDepth = 2;
-
 struct Style {
   bool pretty;
   size_t depth;
@@ -139,9 +136,13 @@ void append_fields(JsonScope& object, std::string& out, const SmbStructure& stru
   fields.close();
 }
 
-void append_structure(std::string& out, const SmbStructure& structure, Detail detail, Style style) {
-  JsonScope object(out, "{}", style.depth, style.pretty);
+}  // namespace
+
+void append_structure_json(std::string& out, const SmbStructure& structure, Detail detail,
+                           std::optional<size_t> depth) {
+  const Style style = {depth.has_value(), depth.value_or(0)};
   const Style inner = {style.pretty, style.depth + 1};
+  JsonScope object(out, "{}", style.depth, style.pretty);
   append_header(object, out, structure);
   if (detail != Detail::kList) {
     object.member("strings");
@@ -160,21 +161,4 @@ void append_structure(std::string& out, const SmbStructure& structure, Detail de
     }
   }
   object.close();
-}
-
-}  // namespace
-
-std::string structures_json(std::span<const SmbStructure> structures, Detail detail, bool lines) {
-  std::string out;
-  for (const SmbStructure& structure : structures) {
-    if (lines) {
-      out += R"({"schema":"ortinv/1","section":"smbios","value":)";
-      append_structure(out, structure, detail, {false, 0});
-      out += "}\n";
-    } else {
-      out += out.empty() ? "\n    " : ",\n    ";
-      append_structure(out, structure, detail, {true, kDepth});
-    }
-  }
-  return out;
 }

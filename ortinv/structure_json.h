@@ -7,14 +7,15 @@
 
 #include <ortinv/smbios_load.h>
 
-#include <span>
+#include <cstddef>
+#include <optional>
 #include <string>
 
-enum class Detail { kList, kFields, kBytes };
+#include "ortinv/report.h"
 
-// Returns the elements of the document's list "smbios", separated, as the
-// document prints them; or one a line, each in an object of its own, for JSON
-// Lines.
-std::string structures_json(std::span<const SmbStructure> structures, Detail detail, bool lines);
+// Appends a structure as an object: indented as at this depth of a document, or
+// on one line without a depth.
+void append_structure_json(std::string& out, const SmbStructure& structure, Detail detail,
+                           std::optional<size_t> depth);
 
 #endif  // TVUREV_ORTINV_STRUCTURE_JSON_H_

@@ -18,7 +18,6 @@ void append_heading(std::string& out, const SmbStructure& structure) {
   std::array<char, 80> line = {};
   snprintf(line.data(), line.size(), "Handle 0x%04X, type %u, %u bytes", structure.handle,
            structure.type, structure.length);
-  out += out.empty() ? "" : "\n";
   out += line.data();
   out += structure.behind_end != 0 ? ", behind the end of the table" : "";
   out += structure.cut != 0 ? ", cut off by the end of the table" : "";
@@ -113,8 +112,7 @@ void append_bytes(std::string& out, const SmbStructure& structure) {
   append_strings(out, structure);
 }
 
-void append_structure(std::string& out, const SmbStructure& structure) {
-  append_heading(out, structure);
+void append_fields(std::string& out, const SmbStructure& structure) {
   const DecodedStructure decoded = decode(structure);
   if (decoded != nullptr && decoded->type != nullptr) {
     for (const SmbValue& value : std::span(decoded->values, decoded->value_count)) {
@@ -143,38 +141,33 @@ std::string distinction(const SmbStructure& structure) {
   return "";
 }
 
+void append_list_line(std::string& out, const SmbStructure& structure) {
+  std::array<char, 40> numbers = {};
+  snprintf(numbers.data(), numbers.size(), "0x%04X  %4u  %6u  ", structure.handle, structure.type,
+           structure.length);
+  const std::string what = distinction(structure);
+  out += numbers.data();
+  out += structure_name(structure.type);
+  out += what.empty() ? "" : ": ";
+  append_terminal_text(out, what);
+  out += structure.behind_end != 0 ? " (behind the end of the table)" : "";
+  out += '\n';
+}
+
 }  // namespace
 
-std::string structures_text(std::span<const SmbStructure> structures) {
-  std::string out;
-  for (const SmbStructure& structure : structures) {
-    append_structure(out, structure);
+void append_structure_text(std::string& out, const SmbStructure& structure, Detail detail,
+                           bool is_first) {
+  if (detail == Detail::kList) {
+    out += is_first ? "Handle  Type  Length  Name\n" : "";
+    append_list_line(out, structure);
+    return;
   }
-  return out;
-}
-
-std::string structures_bytes(std::span<const SmbStructure> structures) {
-  std::string out;
-  for (const SmbStructure& structure : structures) {
-    append_heading(out, structure);
+  out += is_first ? "" : "\n";
+  append_heading(out, structure);
+  if (detail == Detail::kBytes) {
     append_bytes(out, structure);
+  } else {
+    append_fields(out, structure);
   }
-  return out;
-}
-
-std::string structures_list(std::span<const SmbStructure> structures) {
-  std::string out = "Handle  Type  Length  Name\n";
-  for (const SmbStructure& structure : structures) {
-    std::array<char, 40> numbers = {};
-    snprintf(numbers.data(), numbers.size(), "0x%04X  %4u  %6u  ", structure.handle, structure.type,
-             structure.length);
-    const std::string what = distinction(structure);
-    out += numbers.data();
-    out += structure_name(structure.type);
-    out += what.empty() ? "" : ": ";
-    append_terminal_text(out, what);
-    out += structure.behind_end != 0 ? " (behind the end of the table)" : "";
-    out += '\n';
-  }
-  return out;
 }

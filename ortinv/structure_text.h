@@ -5,14 +5,14 @@
 
 #include <ortinv/smbios_load.h>
 
-#include <span>
 #include <string>
 
-// Return the structures as text that may go to a terminal: with their fields -
-// those of types that nobody knows with their bytes and strings; with bytes and
-// strings only; or one line each.
-std::string structures_text(std::span<const SmbStructure> structures);
-std::string structures_bytes(std::span<const SmbStructure> structures);
-std::string structures_list(std::span<const SmbStructure> structures);
+#include "ortinv/report.h"
+
+// Appends a structure as text that may go to a terminal: with its fields - one of
+// a type that nobody knows with its bytes and strings; with bytes and strings
+// only; or on one line. is_first: of those that are printed.
+void append_structure_text(std::string& out, const SmbStructure& structure, Detail detail,
+                           bool is_first);
 
 #endif  // TVUREV_ORTINV_STRUCTURE_TEXT_H_

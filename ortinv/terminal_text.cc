@@ -11,8 +11,11 @@
 
 namespace {
 
-bool is_plain(char character) {
-  return character >= ' ' && character <= '~';
+// How many bytes there are before the first that is not plain ASCII.
+size_t plain_length(std::string_view text) {
+  const auto* const end = std::find_if(
+      text.begin(), text.end(), [](char character) { return character < ' ' || character > '~'; });
+  return static_cast<size_t>(end - text.begin());
 }
 
 bool misleads(char32_t character) {
@@ -30,10 +33,8 @@ void append_escape(std::string& out, unsigned number) {
 }  // namespace
 
 void append_terminal_text(std::string& out, std::string_view text) {
-  const auto end_of_plain = [&] {
-    return static_cast<size_t>(std::find_if_not(text.begin(), text.end(), is_plain) - text.begin());
-  };
-  for (size_t plain = end_of_plain(); !text.empty(); plain = end_of_plain()) {
+  while (!text.empty()) {
+    const size_t plain = plain_length(text);
     out += text.substr(0, plain);
     text.remove_prefix(plain);
     if (text.empty()) {

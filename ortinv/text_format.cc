@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "ortinv/structure_text.h"
 #include "ortinv/terminal_text.h"
 
 namespace {
@@ -160,13 +161,11 @@ void append_changes(std::string& out, const Json& changes) {
   }
 }
 
-}  // namespace
-
-std::string human_text(const Report& report) {
+std::string sections_text(const Report& report) {
   const Json& document = report.document;
   const Json& host = content_of(document, "host");
   const Json& bmc = content_of(document, "bmc");
-  std::string out = report.text;
+  std::string out;
   append_section(out, "PCI devices", content_of(document, "pci"), kPciFields);
   append_section(out, "Drives", content_of(document, "drives"), kDriveFields);
   append_section(out, "Host", host, kHostFields);
@@ -179,4 +178,19 @@ std::string human_text(const Report& report) {
                  kEntityMibFields);
   append_changes(out, content_of(document, "changes"));
   return out;
+}
+
+}  // namespace
+
+void print_text(const Report& report, Output& output) {
+  output.text() += report.text;
+  for (const SmbStructure& structure : report.structures) {
+    append_structure_text(output.text(), structure, report.detail,
+                          &structure == &report.structures.front());
+    output.write_if_long();
+  }
+  const std::string sections = sections_text(report);
+  const bool is_first = report.structures.empty() && report.text.empty();
+  output.text() += is_first || sections.empty() ? "" : "\n";
+  output.text() += sections;
 }
