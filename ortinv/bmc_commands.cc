@@ -214,7 +214,7 @@ void write_registration(Report& report) {
   const Json after = registered_address();
   if (after.is_null()) {
     report.add_problem(path, "could not be written; check the free space");
-  } else if (after != before) {
+  } else {
     report.add_change(path, before, after);
   }
 }

@@ -27,11 +27,6 @@ void complain(const std::string& line) {
   fprintf(stderr, "ortinv: %s\n", terminal_text(line).c_str());
 }
 
-int complain_of_usage(const std::string& mistake) {
-  complain(mistake + "; see \"ortinv --help\"");
-  return kExitUsage;
-}
-
 // Returns whether standard output took everything, after a complaint when not.
 bool finish(Output& output) {
   const int error = output.finish();
@@ -136,6 +131,26 @@ std::string mistake_of(const Line& line) {
   return "";
 }
 
+int complain_of_usage(const std::string& mistake, const Command& command) {
+  complain(mistake + "; see \"" + words_of(command) + " --help\"");
+  return kExitUsage;
+}
+
+// A word was not expected. Where it is an option of another command, says of which.
+int complain_of_extra_word(const std::string& mistake, const Command& command,
+                           std::span<const char* const> words) {
+  for (const std::string_view word : words) {
+    const std::string_view name = word.substr(0, word.find('='));
+    for (const Command& other : all_commands()) {
+      if (find_option(command, name) == nullptr && find_option(other, name) != nullptr) {
+        return complain_of_usage(
+            "\"" + std::string(name) + "\" is an option of \"" + words_of(other) + "\"", other);
+      }
+    }
+  }
+  return complain_of_usage(mistake, command);
+}
+
 bool print_document(const Request& request, Report& report) {
   Output output;
   if (request.json_lines) {
@@ -195,9 +210,11 @@ int run_ortinv(int argc, const char* const* argv) {
     return print_and_end(std::string(version.what()) + "\n");
   } catch (const CLI::Success&) {
     return print_help(line);
+  } catch (const CLI::ExtrasError& error) {
+    return complain_of_extra_word(error.what(), *line.command, words.subspan(1));
   } catch (const CLI::ParseError& error) {
-    return complain_of_usage(error.what());
+    return complain_of_usage(error.what(), *line.command);
   }
   const std::string mistake = mistake_of(line);
-  return mistake.empty() ? carry_out(line) : complain_of_usage(mistake);
+  return mistake.empty() ? carry_out(line) : complain_of_usage(mistake, *line.command);
 }

@@ -216,6 +216,23 @@ std::vector<const Option*> options_of(const Command& command) {
   return options;
 }
 
+const Option* find_option(const Command& command, std::string_view name) {
+  for (const Option* option : options_of(command)) {
+    if (name == option->name || (*option->alias != '\0' && name == option->alias)) {
+      return option;
+    }
+  }
+  return nullptr;
+}
+
+std::string words_of(const Command& command) {
+  std::string words = "ortinv";
+  for (const std::string_view word : {command.group, command.name}) {
+    words += word.empty() ? "" : " " + std::string(word);
+  }
+  return words;
+}
+
 std::span<const Group> command_groups() {
   return kGroups;
 }

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "ortinv/choices.h"
@@ -62,6 +63,12 @@ const Option& dump_option();
 // Returns the options of a command: its own, --from-dump if it knows it, and the
 // common ones.
 std::vector<const Option*> options_of(const Command& command);
+
+// Returns the option of a command by its name or alias; null for none.
+const Option* find_option(const Command& command, std::string_view name);
+
+// Returns what is typed for a command: "ortinv bmc mode".
+std::string words_of(const Command& command);
 
 // The words that precede others ("bmc"), with what the help says of them.
 struct Group {

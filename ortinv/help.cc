@@ -39,10 +39,6 @@ std::vector<Line> ending_lines() {
   return {{"-h, --help", "print this"}};
 }
 
-std::string full_name(const Command& command) {
-  return (*command.group == '\0' ? "" : std::string(command.group) + " ") + command.name;
-}
-
 bool is_alone(const Command& command) {
   return *command.group == '\0' && *command.name != '\0';
 }
@@ -85,15 +81,6 @@ void append_words(std::string& out, const Words& words) {
   }
 }
 
-const Option* option_called(const Command& command, std::string_view word) {
-  for (const Option* option : options_of(command)) {
-    if (word == option->name || (*option->alias != '\0' && word == option->alias)) {
-      return option;
-    }
-  }
-  return nullptr;
-}
-
 // Where a command line stands.
 struct Position {
   const Command* command = &all_commands().front();
@@ -108,7 +95,7 @@ Position position_behind(std::span<const char* const> words) {
     if (at.option != nullptr) {
       at.option = nullptr;
     } else if (word.starts_with("-")) {
-      const Option* option = option_called(*at.command, word);
+      const Option* option = find_option(*at.command, word);
       at.option = option != nullptr && option->value != nullptr ? option : nullptr;
     } else if (*at.command->name != '\0') {
       ++at.arguments;
@@ -173,7 +160,7 @@ std::string help_text(const Group& group) {
 }
 
 std::string help_text(const Command& command) {
-  std::string usage = "Usage: ortinv " + full_name(command);
+  std::string usage = "Usage: " + words_of(command);
   std::vector<Line> arguments;
   for (const Argument& argument : command.arguments) {
     usage += argument.required ? std::string(" ") + argument.name

@@ -80,11 +80,11 @@ constexpr Figure kVirtual[] = {
 // The number in kilobytes that a line of vsish ends in, where it is one that the
 // library's record cannot hold.
 std::string_view number_too_large(std::string_view line, std::string_view name) {
-  const size_t at = line.find(name);
-  if (at == std::string_view::npos) {
+  line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
+  if (!line.starts_with(name)) {
     return {};
   }
-  std::string_view number = line.substr(at + name.size());
+  std::string_view number = line.substr(name.size());
   number.remove_prefix(std::min(number.find_first_not_of(' '), number.size()));
   number = number.substr(0, number.find_first_not_of("0123456789"));
   int32_t fits = 0;
@@ -106,9 +106,9 @@ void take_back(Json& memory, const char* command, std::span<const Figure> figure
       const std::string printed = std::string(figure.printed_as) + std::string(number) + " KB";
       memory[figure.key] = nullptr;
       memory["printed"][figure.key] = printed;
-      report.add_problem("vsish", "prints \"" + printed +
-                                      "\", which does not fit the 32 bits of the record; the "
-                                      "figure cannot be told");
+      report.warnings.push_back("vsish prints \"" + printed +
+                                "\", which does not fit the 32 bits of the record; the figure "
+                                "cannot be told");
     }
   }
 }

@@ -65,10 +65,13 @@ struct Report {
     }
   }
 
-  // Notes a change of something outside; either value may be null.
+  // Notes a change of something outside, unless it was the same before; either
+  // value may be null.
   void add_change(const std::string& what, Json from, Json to) {
-    document["changes"].push_back(
-        {{"what", what}, {"from", std::move(from)}, {"to", std::move(to)}});
+    if (from != to) {
+      document["changes"].push_back(
+          {{"what", what}, {"from", std::move(from)}, {"to", std::move(to)}});
+    }
   }
 
   int exit_status() const {

@@ -30,14 +30,24 @@ constexpr std::array kTypeKeywords = {"bios",   "system", "baseboard", "chassis"
 
 using Types = std::bitset<256>;
 
+// Key words may be written in capital letters too, as for dmidecode.
+std::string in_lower_case(std::string_view word) {
+  std::string lower(word);
+  std::transform(lower.begin(), lower.end(), lower.begin(), [](char character) {
+    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a')
+                                                : character;
+  });
+  return lower;
+}
+
 // Adds the types that a number or a key word stands for; false when it is none.
-bool add_types(const std::string& word, Types& types) {
+bool add_types(std::string_view word, Types& types) {
   if (const auto number = decimal_or_hexadecimal(word, 255); number.has_value()) {
     types.set(*number);
     return true;
   }
   uint32_t count = 0;
-  const uint8_t* first = SmbKeywordTypes(word.c_str(), &count);
+  const uint8_t* first = SmbKeywordTypes(in_lower_case(word).c_str(), &count);
   for (const uint8_t type : std::span(first, count)) {
     types.set(type);
   }
@@ -50,7 +60,7 @@ std::optional<Types> parse_types(std::string_view text) {
   Types types;
   while (true) {
     const size_t comma = text.find_first_of(",\n");
-    if (!add_types(std::string(text.substr(0, comma)), types)) {
+    if (!add_types(text.substr(0, comma), types)) {
       return {};
     }
     if (comma == std::string_view::npos) {
@@ -61,8 +71,9 @@ std::optional<Types> parse_types(std::string_view text) {
 }
 
 const SmbStringKeyword* find_keyword(std::string_view word) {
+  const std::string wanted = in_lower_case(word);
   for (uint32_t i = 0; SmbStringKeywordAt(i) != nullptr; ++i) {
-    if (word == SmbStringKeywordAt(i)->keyword) {
+    if (wanted == SmbStringKeywordAt(i)->keyword) {
       return SmbStringKeywordAt(i);
     }
   }
@@ -121,12 +132,13 @@ Words texts_of(const SmbStringKeyword& keyword) {
 }
 
 void report_keyword(const Request& request, Report& report) {
-  const Words texts = texts_of(*find_keyword(request.keyword));
+  const SmbStringKeyword& keyword = *find_keyword(request.keyword);
+  const Words texts = texts_of(keyword);
   if (texts.empty()) {
-    report.missing = "the SMBIOS table has no " + request.keyword;
+    report.missing = std::string("the SMBIOS table has no ") + keyword.keyword;
   }
   if (!request.wants_text()) {
-    report.document["strings"] = {{"keyword", request.keyword}, {"values", texts}};
+    report.document["strings"] = {{"keyword", keyword.keyword}, {"values", texts}};
     return;
   }
   for (const std::string& text : texts) {

@@ -5,24 +5,30 @@
 #include <ortinv/smbios_standard.h>
 
 #include <algorithm>
-#include <initializer_list>
+#include <array>
+#include <cstdint>
 #include <span>
-#include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "ortinv/bmc_commands.h"
 #include "ortinv/device_commands.h"
 #include "ortinv/host_commands.h"
 #include "ortinv/library_array.h"
 #include "ortinv/structure.h"
+#include "ortinv/summary_screen.h"
 #include "ortinv/table_source.h"
-#include "ortinv/terminal_text.h"
 
 namespace {
 
-enum Type : uint8_t { kBios = 0, kSystem = 1, kProcessor = 4, kMemoryDevice = 17 };
+enum Type : uint8_t {
+  kBios = 0,
+  kSystem = 1,
+  kProcessor = 4,
+  kSlot = 9,
+  kMemoryDevice = 17,
+  kOnboardDevice = 41
+};
 
 // The field as text; null when the structure does not have it, and for an empty
 // one.
@@ -64,10 +70,8 @@ constexpr Essential kOfSystem[] = {{"manufacturer", "manufacturer"},
                                    {"serial_number", "serial_number"}};
 constexpr Essential kOfBios[] = {
     {"vendor", "vendor"}, {"version", "version"}, {"release_date", "release_date"}};
-constexpr Essential kOfProcessor[] = {{"socket", "socket_designation"},
-                                      {"model", "version"},
-                                      {"cores", "core_count"},
-                                      {"status", "socket_status"}};
+constexpr Essential kOfProcessor[] = {
+    {"socket", "socket_designation"}, {"model", "version"}, {"status", "socket_status"}};
 constexpr Essential kOfMemory[] = {{"slot", "device_locator"},
                                    {"bank", "bank_locator"},
                                    {"size", "size"},
@@ -76,35 +80,55 @@ constexpr Essential kOfMemory[] = {{"slot", "device_locator"},
                                    {"manufacturer", "manufacturer"},
                                    {"part_number", "part_number"},
                                    {"serial_number", "serial_number"}};
+constexpr Essential kOfSlot[] = {{"designation", "designation"},
+                                 {"kind", "slot_type"},
+                                 {"usage", "current_usage"},
+                                 {"address", "pci_address"}};
+constexpr Essential kOfOnboardDevice[] = {{"designation", "reference_designation"},
+                                          {"kind", "device_type"},
+                                          {"usage", "device_status"},
+                                          {"address", "pci_address"}};
 
-void add_structure(Json& summary, const SmbStructure& structure) {
-  const DecodedStructure decoded = decode(structure);
-  if (decoded == nullptr) {
-    return;
+// The first of its kind is the one that counts.
+void set_first(Json& place, Json essentials) {
+  if (place.is_null()) {
+    place = std::move(essentials);
   }
-  switch (structure.type) {
-    case kSystem:
-      if (summary["system"].is_null()) {
-        summary["system"] = essentials_of(*decoded, kOfSystem);
-      }
-      break;
+}
+
+void add_structure(Json& summary, Type type, const SmbDecoded& decoded) {
+  switch (type) {
     case kBios:
-      if (summary["bios"].is_null()) {
-        summary["bios"] = essentials_of(*decoded, kOfBios);
-      }
+      set_first(summary["bios"], essentials_of(decoded, kOfBios));
       break;
-    case kProcessor:
-      summary["processors"].push_back(essentials_of(*decoded, kOfProcessor));
+    case kSystem:
+      set_first(summary["system"], essentials_of(decoded, kOfSystem));
       break;
+    case kProcessor: {
+      Json processor = essentials_of(decoded, kOfProcessor);
+      processor["cores"] = field_number(decoded, "core_count");
+      summary["processors"].push_back(std::move(processor));
+      break;
+    }
     case kMemoryDevice: {
-      Json module = essentials_of(*decoded, kOfMemory);
-      module["bytes"] = field_number(*decoded, "size");
+      Json module = essentials_of(decoded, kOfMemory);
+      module["bytes"] = field_number(decoded, "size");
       summary["memory"].push_back(std::move(module));
       break;
     }
-    default:
+    case kSlot:
+      summary["slots"].push_back(essentials_of(decoded, kOfSlot));
+      break;
+    case kOnboardDevice:
+      summary["onboard"].push_back(essentials_of(decoded, kOfOnboardDevice));
       break;
   }
+}
+
+bool is_essential(const SmbStructure& structure) {
+  constexpr std::array kTypes = {kBios, kSystem, kProcessor, kSlot, kMemoryDevice, kOnboardDevice};
+  return structure.behind_end == 0 &&
+         std::find(kTypes.begin(), kTypes.end(), structure.type) != kTypes.end();
 }
 
 void add_table(const Request& request, Report& report) {
@@ -113,13 +137,17 @@ void add_table(const Request& request, Report& report) {
   summary["bios"] = nullptr;
   summary["processors"] = Json::array();
   summary["memory"] = Json::array();
+  summary["slots"] = Json::array();
+  summary["onboard"] = Json::array();
   if (!open_table(request, report)) {
     return;
   }
   const LibraryArray<SmbStructure> all = list_of<SmbStructure>(SmbListStructures);
   for (const SmbStructure& structure : all.rows()) {
-    if (structure.behind_end == 0) {
-      add_structure(summary, structure);
+    const DecodedStructure decoded =
+        is_essential(structure) ? decode(structure) : DecodedStructure();
+    if (decoded != nullptr) {
+      add_structure(summary, static_cast<Type>(structure.type), *decoded);
     }
   }
 }
@@ -136,189 +164,6 @@ void add_section(void (*command)(const Request&, Report&), const Request& reques
   report.document["summary"][key] = std::move(part.document[section]);
 }
 
-// --- the screen ---
-
-class Screen {
- public:
-  // One line of the summary; what has no label goes on with the one before.
-  void add(std::string_view label, std::string_view text) {
-    constexpr size_t kWidth = 10;
-    out_ += label;
-    out_.append(kWidth - label.size(), ' ');
-    append_terminal_text(out_, text);
-    out_ += '\n';
-  }
-
-  // One line for each, or what there is instead.
-  void add_all(std::string_view label, const std::vector<std::string>& lines,
-               std::string_view otherwise) {
-    if (lines.empty()) {
-      add(label, otherwise);
-    }
-    for (const std::string& line : lines) {
-      add(&line == &lines.front() ? label : "", line.empty() ? "not told" : line);
-    }
-  }
-
-  std::string take() { return std::move(out_); }
-
- private:
-  std::string out_;
-};
-
-std::string text_of(const Json& value) {
-  return value.is_string() ? value.get<std::string>() : std::string();
-}
-
-// The texts of an object, those that are there.
-std::string joined(const Json& object, std::initializer_list<const char*> keys,
-                   const char* separator = "  ") {
-  std::string text;
-  for (const char* key : keys) {
-    const std::string part = text_of(object.value(key, Json()));
-    text += part.empty() ? "" : (text.empty() ? "" : separator) + part;
-  }
-  return text;
-}
-
-using Row = std::vector<std::string>;
-
-// The rows in aligned columns, without columns in which nothing stands.
-std::vector<std::string> aligned(const std::vector<Row>& rows) {
-  std::vector<std::string> lines(rows.size());
-  for (size_t column = 0; !rows.empty() && column < rows.front().size(); ++column) {
-    size_t width = 0;
-    for (const Row& row : rows) {
-      width = std::max(width, terminal_columns(terminal_text(row[column])));
-    }
-    for (size_t i = 0; i < rows.size() && width != 0; ++i) {
-      const std::string text = terminal_text(rows[i][column]);
-      lines[i] += text + std::string(width + 2 - terminal_columns(text), ' ');
-    }
-  }
-  for (std::string& line : lines) {
-    line.erase(line.find_last_not_of(' ') + 1);
-  }
-  return lines;
-}
-
-std::vector<std::string> lines_of(const Json& list, std::initializer_list<const char*> keys) {
-  std::vector<Row> rows;
-  for (const Json& object : list) {
-    Row& row = rows.emplace_back();
-    for (const char* key : keys) {
-      row.push_back(text_of(object.value(key, Json())));
-    }
-  }
-  return aligned(rows);
-}
-
-// Without those of which there is but the address: slots that are empty.
-std::vector<std::string> device_lines(const Json& devices) {
-  Json told = Json::array();
-  for (const Json& device : devices) {
-    if (!joined(device, {"location", "name", "part_number"}).empty()) {
-      told.push_back(device);
-    }
-  }
-  return lines_of(told, {"address", "location", "name", "part_number"});
-}
-
-std::vector<std::string> processor_lines(const Json& processors) {
-  std::vector<Row> rows;
-  for (const Json& processor : processors) {
-    const std::string cores = text_of(processor["cores"]);
-    const bool is_there = text_of(processor["status"]) != "Unpopulated";
-    rows.push_back({text_of(processor["socket"]),
-                    is_there ? text_of(processor["model"]) : "not populated",
-                    is_there && !cores.empty() ? cores + " cores" : ""});
-  }
-  return aligned(rows);
-}
-
-// The total in the largest unit that has it whole.
-std::string size_text(uint64_t bytes) {
-  constexpr uint64_t kMegabyte = 1024 * 1024;
-  constexpr uint64_t kGigabyte = 1024 * kMegabyte;
-  return bytes % kGigabyte == 0 ? std::to_string(bytes / kGigabyte) + " GB"
-                                : std::to_string(bytes / kMegabyte) + " MB";
-}
-
-std::vector<std::string> memory_lines(const Json& modules) {
-  Json filled = Json::array();
-  uint64_t bytes = 0;
-  for (const Json& module : modules) {
-    if (module["bytes"].is_number() || text_of(module["size"]) != "No Module Installed") {
-      bytes += module["bytes"].is_number() ? module["bytes"].get<uint64_t>() : 0;
-      filled.push_back(module);
-    }
-  }
-  std::vector<std::string> lines = lines_of(
-      filled, {"slot", "size", "kind", "speed", "manufacturer", "part_number", "serial_number"});
-  if (!modules.empty()) {
-    lines.insert(lines.begin(), size_text(bytes) + ", " + std::to_string(filled.size()) + " of " +
-                                    std::to_string(modules.size()) + " slots filled");
-  }
-  return lines;
-}
-
-// The reason why a source gave nothing: its problem, or that it told nothing.
-std::string reason(const Report& report, std::string_view source) {
-  for (const Problem& problem : report.problems) {
-    if (source.empty() ? problem.source.starts_with('/') : problem.source == source) {
-      return "unknown: " + problem.source + ": " + problem.message;
-    }
-  }
-  return "not told";
-}
-
-std::string table_screen(const Request& request, const Json& summary, const Report& report) {
-  Screen screen;
-  const std::string nothing = request.is_about_dump() && !report.problems.empty()
-                                  ? reason(report, request.dump)
-                                  : reason(report, "");
-  if (summary["system"].is_null() && summary["bios"].is_null() && !report.problems.empty() &&
-      nothing != "not told") {
-    screen.add("Firmware", nothing);
-    return screen.take();
-  }
-  const auto said = [](const std::string& text) { return text.empty() ? "not told" : text; };
-  const Json none = Json::object();
-  const Json& system = summary["system"].is_null() ? none : summary["system"];
-  const Json& bios = summary["bios"].is_null() ? none : summary["bios"];
-  screen.add("Product", said(joined(system, {"manufacturer", "product"}, " ")));
-  screen.add("Serial", said(joined(system, {"serial_number"})));
-  screen.add("BIOS", said(joined(bios, {"version", "release_date", "vendor"})));
-  screen.add_all("CPUs", processor_lines(summary["processors"]), "not told");
-  screen.add_all("Memory", memory_lines(summary["memory"]), "not told");
-  screen.add_all("Drives", lines_of(summary["drives"], {"location", "serial_number", "text"}),
-                 "none in the table");
-  screen.add_all("PCI", device_lines(summary["pci"]), "none in the table");
-  return screen.take();
-}
-
-std::string host_screen(const Json& summary, const Report& report) {
-  Screen screen;
-  const Json& bmc = summary["bmc_address"];
-  const std::string address = bmc.is_null() ? "" : joined(bmc, {"ipv4", "ipv6"});
-  screen.add("BMC", address.empty() ? reason(report, "BMC") : address);
-  const std::string host = text_of(summary["host_version"]);
-  screen.add("Host", host.empty() ? reason(report, "libvmkuser.so") : host);
-  return screen.take();
-}
-
-void show(const Request& request, Report& report) {
-  const Json summary = std::move(report.document["summary"]);
-  report.document.erase("summary");
-  report.text = table_screen(request, summary, report);
-  if (!request.is_about_dump()) {
-    report.text += host_screen(summary, report);
-  }
-  // The screen has said it.
-  report.own_status = report.exit_status();
-  report.problems.clear();
-}
-
 }  // namespace
 
 void report_summary(const Request& request, Report& report) {
@@ -332,6 +177,10 @@ void report_summary(const Request& request, Report& report) {
     add_section(report_host_version, request, "host", "host_version", report);
   }
   if (request.wants_text()) {
-    show(request, report);
+    report.text = summary_screen(report.document["summary"], request, report);
+    report.document.erase("summary");
+    // The screen has said it.
+    report.own_status = report.exit_status();
+    report.problems.clear();
   }
 }

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <string_view>
 
 #include "ortinv/sources.h"
 
@@ -29,6 +30,13 @@ std::string reason_of_device() {
                     kLinuxTables);
 }
 
+// The library's reason, without the file's name where that stands before it.
+std::string reason_of_dump(std::string_view reason, const std::string& dump) {
+  const std::string prefix = "Cannot read " + dump + ": ";
+  reason.remove_prefix(reason.starts_with(prefix) ? prefix.size() : 0);
+  return std::string(reason);
+}
+
 void add_warning(Report& report) {
   SmbTableStatus status = {};
   if (SmbGetTableStatus(&status) != 0 || status.text[0] == '\0') {
@@ -48,7 +56,7 @@ bool open_table(const Request& request, Report& report) {
   std::array<char, SMB_REASON_SIZE> reason = {};
   if (!is_open && request.is_about_dump() &&
       SmBiosLoadFile(request.dump.c_str(), reason.data(), reason.size()) != 0) {
-    report.add_problem(request.dump, reason.data());
+    report.add_problem(request.dump, reason_of_dump(reason.data(), request.dump));
     return false;
   }
   // The host's device as it always was, and what that does not take (a 64-bit

@@ -41,7 +41,10 @@ int main() {
     const int selector = ortinv_interval_selector(i);
     intervals.push_back({{"selector", selector}, {"name", ortinv_interval_variable(selector)}});
   }
-  const Json rows = {
-      {"types", types}, {"standard", standard}, {"keywords", keywords}, {"intervals", intervals}, {"mode", {{"name", ortinv_mode_variable()}}}};
+  const Json rows = {{"types", types},
+                     {"standard", standard},
+                     {"keywords", keywords},
+                     {"intervals", intervals},
+                     {"mode", {{"name", ortinv_mode_variable()}}}};
   puts(rows.dump(2).c_str());
 }

@@ -132,6 +132,8 @@ TEST_F(SmbiosCommandTest, TypesAreNumbersAndKeywordsJoinedByCommas) {
                 .document()["smbios"]
                 .size(),
             4U);
+  EXPECT_EQ(run_on(small_server(), {"smbios", "--type", "Memory,BIOS"}).out,
+            run_on(small_server(), {"smbios", "--type", "memory,bios"}).out);
   const Result none = run_on(small_server(), {"smbios", "--type", "cache"});
   EXPECT_EQ(none.status, 1);
   EXPECT_EQ(none.out, "");
@@ -166,6 +168,7 @@ TEST_F(SmbiosCommandTest, RawShowsBytesAndStrings) {
 
 TEST_F(SmbiosCommandTest, AKeywordPrintsOneTextForEachStructureThatHasIt) {
   EXPECT_EQ(run_on(small_server(), {"smbios", "--string", "system-serial-number"}).out, "SN-1\n");
+  EXPECT_EQ(run_on(small_server(), {"smbios", "--string", "System-Serial-Number"}).out, "SN-1\n");
   EXPECT_EQ(run_on(small_server(), {"smbios", "-s", "processor-manufacturer"}).out,
             "Maker\nMaker\n");
   const json strings =
@@ -202,6 +205,32 @@ TEST_F(SmbiosCommandTest, ADumpIsNotMixedWithThisHost) {
                         "          DIMM 1  16 GB  DDR4"),
             std::string::npos)
       << screen;
+}
+
+TEST_F(SmbiosCommandTest, OneScreenNamesUsedSlotsWithoutTheMakersStructures) {
+  constexpr uint8_t kAvailable = 3;
+  constexpr uint8_t kInUse = 4;
+  const auto slot = [](const char* name, uint8_t usage, uint8_t bus) {
+    return SmbiosStructure(9, bus, 17).string(4, name).u8(7, usage).u8(15, bus);
+  };
+  SmbiosTable table;
+  table.add(slot("Slot 1", kInUse, 1)).add(slot("Slot 2", kAvailable, 2));
+  table.add(SmbiosStructure(41, 3, 11).string(4, "NIC 1").u8(5, 0x85).u8(9, 3));
+  table.add(SmbiosStructure(41, 4, 11).string(4, "NIC 2").u8(5, 0x05).u8(9, 4));
+  table.add(SmbiosStructure(127, 5, 4));
+  g_host.pci = {
+      {"0000:01:00.0", {}}, {"0000:02:00.0", {}}, {"0000:03:00.0", {}}, {"0000:04:00.0", {}}};
+  const std::string screen = run_on(table, {}).out;
+  EXPECT_NE(screen.find("PCI       1 of 2 slots in use\n"
+                        "          0000:01:00.0  Slot 1\n"
+                        "          0000:03:00.0  NIC 1\n"),
+            std::string::npos)
+      << screen;
+  EXPECT_EQ(screen.find("Slot 2"), std::string::npos);
+  EXPECT_EQ(screen.find("NIC 2"), std::string::npos);
+  const json summary = run_on(table, {"--json"}).document()["summary"];
+  EXPECT_EQ(summary["slots"][1]["usage"], "Available");
+  EXPECT_EQ(summary["onboard"][0]["address"], "0000:03:00.0");
 }
 
 TEST_F(SmbiosCommandTest, WhatIsNoDumpIsNamed) {
