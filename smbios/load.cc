@@ -8,6 +8,7 @@
 #include <span>
 
 #include "base/text.h"
+#include "smbios/displaced_table.h"
 #include "smbios/load.h"
 #include "smbios/loaded_table.h"
 #include "smbios/structures.h"
@@ -54,7 +55,8 @@ Bytes table_at(Bytes dump, uint64_t offset, const EntryPoint& entry_point) {
   return rest.first(std::min<size_t>(rest.size(), entry_point.length));
 }
 
-// The table in a dump, at the places where one may be; empty without one.
+// The table in a dump: at the places where one may be, or wherever one lies that
+// is as announced; empty without one.
 Bytes find_table(Bytes dump, size_t anchor, const EntryPoint& entry_point) {
   const size_t behind = anchor + entry_point.size;
   const uint64_t places[] = {entry_point.address, behind, kDumpTableOffset};
@@ -63,6 +65,9 @@ Bytes find_table(Bytes dump, size_t anchor, const EntryPoint& entry_point) {
     if (is_sound(table, entry_point)) {
       return table;
     }
+  }
+  if (const Bytes table = find_displaced_table(dump.subspan(behind), entry_point); !table.empty()) {
+    return table;
   }
   // What is damaged is shown, but only where it is said to be.
   const Bytes table = table_at(dump, entry_point.address, entry_point);
@@ -101,7 +106,7 @@ int load_dump(Bytes dump, std::span<char> reason) {
   const EntryPoint entry_point = read_entry_point(entry_bytes);
   const Bytes table = find_table(dump, *anchor, entry_point);
   if (table.empty() && entry_point.length != 0) {
-    return refuse(reason, "The table is not where the entry point says, nor behind it");
+    return refuse(reason, "The table is not where the entry point says, nor elsewhere in the dump");
   }
   return load(entry_point, table, reason);
 }

@@ -33,10 +33,10 @@ extern "C" {
 #define SMB_REASON_SIZE 256
 
 /* Loads a dump: an entry point (_SM_, _SM3_, or _DMI_ alone) at its start or at a
- * multiple of 4, and the table in the same bytes, at the entry point's address
- * or, when it is not there, behind the entry point or at offset 32. So it reads
- * what "dmidecode --dump-bin" writes and what the host's SMBIOS device returns.
- * The bytes are copied.
+ * multiple of 4, and the table in the same bytes: at the entry point's address;
+ * when it is not there, behind the entry point or at offset 32; else wherever one
+ * of exactly the announced length lies. So it reads what "dmidecode --dump-bin"
+ * writes and what the host's SMBIOS device returns. The bytes are copied.
  *   reason  null, or where a refusal is said in one line for people, without a
  *           line end and always terminated; "" on success.
  * Returns 0; or -1 when a table is loaded already, without memory, and when the

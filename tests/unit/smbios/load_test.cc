@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
 #include <numeric>
 #include <string>
 
@@ -125,10 +126,29 @@ TEST_F(Load, ReadsATableBehindItsEntryPointWhateverItsAddress) {
   EXPECT_EQ(structures().size(), 3U);
 }
 
+// 0xA5 and 0x55 look like structures that go on into the table.
+TEST_F(Load, FindsATableThatLiesElsewhere) {
+  const Bytes whole = small_table().dmidecode_dump();
+  ASSERT_EQ(load(whole), "");
+  const size_t count = structures().size();
+  for (const uint8_t filler : std::array<uint8_t, 4>{0x00, 0x55, 0xA5, 0xFF}) {
+    for (const size_t gap : {1U, 64U, 100U, 1000U}) {
+      Bytes dump = whole;
+      dump.insert(dump.begin() + kDumpTable, gap, filler);
+      dump.insert(dump.end(), 50, filler);
+      SmBiosTerm();
+      ASSERT_EQ(load(dump), "") << int{filler} << ", " << gap;
+      EXPECT_EQ(structures().size(), count);
+      EXPECT_EQ(status().problems, 0U);
+    }
+  }
+}
+
 TEST_F(Load, RefusesADumpWhoseTableLiesElsewhere) {
   Bytes dump = small_table().dmidecode_dump();
   dump.insert(dump.begin() + kDumpTable, 100, 0xA5);
-  EXPECT_EQ(load(dump), "The table is not where the entry point says, nor behind it");
+  dump.pop_back();  // or it would be found
+  EXPECT_EQ(load(dump), "The table is not where the entry point says, nor elsewhere in the dump");
   SmbStructure* list = nullptr;
   uint32_t count = 7;
   EXPECT_EQ(SmbListStructures(&list, &count), -1);
