@@ -1,11 +1,13 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Compares the library's reading of SMBIOS tables with dmidecode's, field by field.
+"""Compares the library's reading of SMBIOS tables with dmidecode's, field by field,
+and what ortinv prints of it, as text and as JSON, with the library's.
 
-usage: compare_test.py SHOW_DECODED
+usage: compare_test.py SHOW_DECODED ORTINV SAMPLE_TABLE
 
-Whole servers, every value of the fields that have words, and every type at every
-length; what may differ, and why, is in differences.txt.
+Whole servers, the simulated host's table, every value of the fields that have
+words, and every type at every length; what may differ, and why, is in
+differences.txt.
 """
 import pathlib
 import sys
@@ -15,7 +17,7 @@ import differences
 import readers
 import tables
 
-program = sys.argv[1]
+program, tool, sample = sys.argv[1:]
 here = pathlib.Path(__file__).parent
 rules = differences.Rules(here / "differences.txt")
 rows = readers.rows(program)
@@ -34,6 +36,7 @@ def compare_dump(what, content, problems, count):
         dump.flush()
         status, ours = readers.ours(program, dump.name)
         theirs = readers.theirs(dump.name)
+        compare_tool(what, dump.name, ours)
     if status != problems:
         failures.append(f"{what}: the table is said to have: {status!r}, not {problems!r}")
     if len(ours) != count:
@@ -43,6 +46,26 @@ def compare_dump(what, content, problems, count):
         failures.append(f"{what}: not the same structures")
     for one, other in zip(ours, theirs):
         failures.extend(f"{what}: {line}" for line in rules.differences(one, other))
+
+
+def compare_tool(what, dump, ours):
+    """Holds ortinv's text and JSON against the library's values."""
+    text = readers.tool_text(tool, dump)
+    document = readers.tool_json(tool, dump)
+    if not len(text) == len(document) == len(ours):
+        failures.append(f"{what}: ortinv has {len(text)} and {len(document)} structures")
+    for one, shown, element in zip(ours, text, document):
+        place = f"{what}: handle {one.handle}, type {one.type}"
+        header = (one.handle, one.type, one.length)
+        if header != (shown.handle, shown.type, shown.length) or \
+                header != (element["handle"], element["type"], element["length"]):
+            failures.append(f"{place}: another one in ortinv")
+        if one.name and {name: value or "None" if isinstance(value, list) else value
+                         for name, value in one.fields.items()} != shown.fields:
+            failures.append(f"{place}: ortinv's text is {shown.fields}, not {one.fields}")
+        if {key: readers.json_value(one, name) for key, name in one.keys.items()} != \
+                element.get("fields", {}):
+            failures.append(f"{place}: ortinv's JSON is {element}, not {one.fields}")
 
 
 def compare_keywords(what, table):
@@ -57,6 +80,10 @@ def compare_keywords(what, table):
             theirs = readers.run_dmidecode("--from-dump", dump.name, "-s", word).splitlines()
             if mine != theirs:
                 failures.append(f"{what}: key word {word}: {mine}, dmidecode has {theirs}")
+            shown = readers.run_ortinv(tool, dump.name, "--string", word).splitlines()
+            if shown != [one.fields[name] for one, name in named]:
+                failures.append(f"{what}: key word {word}: ortinv has {shown}")
+
 
 def compare_groups(what, table):
     _, groups = readers.keywords(program)
@@ -68,6 +95,15 @@ def compare_groups(what, table):
             theirs = readers.theirs(dump.name, "-t", word)
             if [one.handle for one in ours if one.type in types] != [one.handle for one in theirs]:
                 failures.append(f"{what}: key word {word}: not the same structures")
+            listed = readers.run_ortinv(tool, dump.name, "--type", word, "--list").splitlines()[1:]
+            if [one.handle for one in theirs] != [int(line.split()[0], 16) for line in listed]:
+                failures.append(f"{what}: key word {word}: ortinv does not list the same")
+
+
+def compare_sample():
+    """The table of the simulated host's device, put into a dump for dmidecode."""
+    table, count, version = tables.of_device(pathlib.Path(sample).read_bytes())
+    compare_dump("the simulated host", tables.dump32(table, count, version), "", count)
 
 
 def compare_broken():
@@ -97,6 +133,7 @@ def every_type():
 
 compare("two sockets", tables.two_socket_server())
 compare("a blade", tables.blade())
+compare_sample()
 compare_broken()
 compare("all values", tables.sweep(rows, 20261121))
 compare("processor families", tables.processor_families(rows))

@@ -1,11 +1,14 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Reads what show_decoded and dmidecode print."""
+"""Reads what show_decoded, ortinv and dmidecode print."""
 import dataclasses
+import json
 import os
 import re
 import subprocess
 
-LIST = 2  # kSmbShapeList
+NUMBER, LIST = 1, 2  # of SmbValueShape
+GIVEN = 0  # kSmbValueGiven
+ENUMERATION, YES_NO = 3, 6  # of SmbValueKind
 
 
 @dataclasses.dataclass
@@ -29,9 +32,9 @@ class Structure:
     length: int
     name: str
     fields: dict = dataclasses.field(default_factory=dict)
-    states: dict = dataclasses.field(default_factory=dict)
     numbers: dict = dataclasses.field(default_factory=dict)
     keys: dict = dataclasses.field(default_factory=dict)
+    has_number: dict = dataclasses.field(default_factory=dict)  # for programs
 
 
 def _lines(program, mark):
@@ -70,12 +73,13 @@ def ours(program, dump):
             handle, kind, length, _, name = parts
             structures.append(Structure(int(handle), int(kind), int(length), name))
         elif mark == "V":
-            key, name, shape, state, number, text = parts
+            key, name, kind, shape, state, number, text = parts
             last = structures[-1]
             last.fields[name] = [] if int(shape) == LIST else text
-            last.states[name] = int(state)
             last.numbers[name] = int(number)
             last.keys[key] = name
+            last.has_number[name] = (int(shape), int(state)) == (NUMBER, GIVEN) and \
+                int(kind) not in (ENUMERATION, YES_NO)
         elif mark == "I":
             structures[-1].fields[name].append(parts[0])
     return status, structures
@@ -87,12 +91,42 @@ def run_dmidecode(*arguments):
                           env=environment).stdout.decode("latin-1")
 
 
+def json_value(structure, name):
+    """What a program is to get of a field."""
+    value = structure.fields[name]
+    if not structure.has_number[name]:
+        return value
+    number = structure.numbers[name]
+    return number - (1 << 64) if number >> 63 else number
+
+
+def run_ortinv(tool, dump, *arguments):
+    """Its standard output; status 1 is that nothing was found."""
+    done = subprocess.run([tool, "smbios", "--from-dump", dump, *arguments], capture_output=True,
+                          text=True, check=False)
+    if done.returncode not in (0, 1):
+        raise RuntimeError(f"ortinv {arguments}: {done.returncode}: {done.stderr}")
+    return done.stdout
+
+
+def tool_text(tool, dump):
+    return _structures(run_ortinv(tool, dump))
+
+
+def tool_json(tool, dump):
+    return json.loads(run_ortinv(tool, dump, "--json"))["smbios"]
+
+
 def theirs(dump, *arguments):
     """What dmidecode says of each structure."""
+    return _structures(run_dmidecode("--from-dump", dump, *arguments))
+
+
+def _structures(text):
     structures = []
     last, prefix = None, ""
-    for line in run_dmidecode("--from-dump", dump, *arguments).split("\n"):
-        header = re.match(r"Handle (0x\w+), DMI type (\d+), (\d+) bytes", line)
+    for line in text.split("\n"):
+        header = re.match(r"Handle (0x\w+), (?:DMI )?type (\d+), (\d+) bytes", line)
         if header:
             structures.append(Structure(int(header[1], 16), int(header[2]), int(header[3]), ""))
             prefix = ""

@@ -4,7 +4,7 @@
 //
 //   show_decoded DUMP    P  status text
 //                        S  handle  type  length  behind the end  name
-//                        V  key  name  shape  state  number  text
+//                        V  key  name  kind  shape  state  number  text
 //                        I  item of the last value
 //                        T  string of the last structure
 //   show_decoded         R  type  key  name  kind  offset  width  since  bits  words...
@@ -35,9 +35,9 @@ void show_rows() {
 }
 
 void show_value(const SmbValue& value) {
-  printf("V\t%s\t%s\t%d\t%d\t%llu\t%s\n", value.field->key, value.field->name,
-         static_cast<int>(value.shape), static_cast<int>(value.state),
-         static_cast<unsigned long long>(value.number), value.text);
+  printf("V\t%s\t%s\t%d\t%d\t%d\t%llu\t%s\n", value.field->key, value.field->name,
+         static_cast<int>(value.field->kind), static_cast<int>(value.shape),
+         static_cast<int>(value.state), static_cast<unsigned long long>(value.number), value.text);
   for (const char* item : std::span(value.items, value.item_count)) {
     printf("I\t%s\n", item);
   }

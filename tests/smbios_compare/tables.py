@@ -35,6 +35,14 @@ def dump64(table, version=(3, 6)):
     return bytes(_with_checksum(entry, 5)) + bytes(8) + table
 
 
+def of_device(image):
+    """The table behind a device's 32-bit entry point, with its count and version."""
+    entry = image[image.index(b"_SM_"):]
+    length, = struct.unpack_from("<H", entry, 22)
+    count, = struct.unpack_from("<H", entry, 28)
+    return entry[entry[5]:entry[5] + length], count, (entry[6], entry[7])
+
+
 # In the rows: the word is that of all values from its own on.
 WORD_FROM = 0x40000000
 
