@@ -6,7 +6,9 @@
 #include <cstdint>
 #include <fstream>
 #include <sstream>
+#include <string_view>
 
+#include "ortinv/choices.h"
 #include "tests/unit/ortinv/command_line_fixture.h"
 
 namespace {
@@ -287,33 +289,96 @@ class Dice {
   uint32_t state_;
 };
 
+// One structure of each type that has fields, of any length, with bytes and
+// strings of any kind.
+SmbiosTable table_of_every_type(Dice& dice) {
+  SmbiosTable table;
+  for (const std::string& word : type_choices()) {
+    const int type = isdigit(word[0]) != 0 ? std::stoi(word) : 127;
+    if (type == 127) {
+      continue;
+    }
+    const auto length = static_cast<uint8_t>(4 + dice.roll(100));
+    SmbiosStructure structure(static_cast<uint8_t>(type), static_cast<uint16_t>(type), length);
+    for (uint8_t offset = 4; offset < length; ++offset) {
+      structure.u8(offset, static_cast<uint8_t>(dice.roll(dice.roll(2) == 0 ? 8 : 256)));
+    }
+    for (uint32_t text = dice.roll(6); text > 0; --text) {
+      structure.string(std::string("t\x1B\x9B") + static_cast<char>(1 + dice.roll(255)));
+    }
+    table.add(structure);
+  }
+  return table.add(SmbiosStructure(127, 0x7F00, 4));
+}
+
+void damage(std::vector<uint8_t>& dump, Dice& dice) {
+  constexpr uint32_t kTable = 32;
+  const uint32_t size = static_cast<uint32_t>(dump.size()) - kTable;
+  for (uint32_t wound = dice.roll(8); wound > 0; --wound) {
+    dump[kTable + dice.roll(size)] = static_cast<uint8_t>(dice.roll(256));
+  }
+  if (dice.roll(4) == 0) {
+    dump.resize(kTable + 1 + dice.roll(size));
+  }
+}
+
+bool is_harmless_text(const std::string& text) {
+  const bool has_controls = std::ranges::any_of(text, [](char character) {
+    return (character >= 0 && character < ' ' && character != '\n' && character != '\t') ||
+           character == '\x7F';
+  });
+  // What begins with 0xC2 and goes on below 0xA0 is U+0080 to U+009F.
+  bool has_c1 = false;
+  for (size_t i = 0; i + 1 < text.size(); ++i) {
+    has_c1 = has_c1 || (text[i] == '\xC2' && static_cast<uint8_t>(text[i + 1]) < 0xA0);
+  }
+  // A document in quotes is valid where its UTF-8 is.
+  std::string document = text;
+  std::ranges::replace_if(
+      document,
+      [](char character) {
+        return character == '"' || character == '\\' || character == '\n' || character == '\t';
+      },
+      '.');
+  return !has_controls && !has_c1 && json::accept('"' + document + '"');
+}
+
+bool are_json_lines(const std::string& text) {
+  std::istringstream lines(text);
+  bool valid = !text.empty();
+  for (std::string line; std::getline(lines, line);) {
+    valid = valid && json::accept(line);
+  }
+  return valid;
+}
+
 TEST_F(SmbiosCommandTest, DamagedTablesGiveValidOutput) {
-  const std::vector<uint8_t> whole = small_server().dmidecode_dump();
-  for (uint32_t seed = 1; seed <= 60; ++seed) {
+  const std::vector<std::vector<const char*>> commands = {{"smbios"},
+                                                          {"smbios", "--raw"},
+                                                          {"smbios", "--list"},
+                                                          {"smbios", "--json"},
+                                                          {"smbios", "--jsonl"},
+                                                          {"smbios", "--raw", "--json"},
+                                                          {"--json"},
+                                                          {"all", "--jsonl"},
+                                                          {"smbios", "--string", "bios-vendor"},
+                                                          {"all"},
+                                                          {}};
+  for (uint32_t seed = 1; seed <= 40 && !HasFailure(); ++seed) {
     Dice dice(seed);
-    std::vector<uint8_t> damaged = whole;
-    for (uint32_t i = 0; i < 1 + seed % 7; ++i) {
-      damaged[32 + dice.roll(static_cast<uint32_t>(whole.size()) - 32)] =
-          static_cast<uint8_t>(dice.roll(256));
-    }
-    damaged.resize(seed % 5 == 0 ? 33 + dice.roll(static_cast<uint32_t>(whole.size()) - 33)
-                                 : whole.size());
+    std::vector<uint8_t> damaged = table_of_every_type(dice).dmidecode_dump();
+    damage(damaged, dice);
     ASSERT_TRUE(write_file(dump_, damaged));
-    for (const char* option : {"--json", "--jsonl", "--list", "--raw"}) {
-      const Result result = run({"smbios", option, "--from-dump", dump_.c_str()});
+    for (std::vector<const char*> command : commands) {
+      const std::string_view form = command.empty() ? "" : command.back();
+      command.insert(command.end(), {"--from-dump", dump_.c_str()});
+      const Result result = run(command);
       EXPECT_TRUE(result.status == 0 || result.status == 1 || result.status == 3) << seed;
-      std::istringstream lines(result.out);
-      for (std::string line; option == std::string("--jsonl") && std::getline(lines, line);) {
-        EXPECT_TRUE(json::accept(line)) << seed;
-      }
-      EXPECT_TRUE(option != std::string("--json") || json::accept(result.out)) << seed;
-      EXPECT_TRUE(std::ranges::none_of(result.out, [](char character) {
-        return (character >= 0 && character < ' ' && character != '\n' && character != '\t') ||
-               character == '\x7F';
-      })) << seed;
+      EXPECT_TRUE(is_harmless_text(result.out)) << seed << ' ' << form << '\n' << result.out;
+      EXPECT_TRUE(is_harmless_text(result.error)) << seed << ' ' << form;
+      EXPECT_TRUE(form != "--json" || json::accept(result.out)) << seed;
+      EXPECT_TRUE(form != "--jsonl" || are_json_lines(result.out)) << seed;
     }
-    run({"smbios", "--from-dump", dump_.c_str()});
-    run({"--from-dump", dump_.c_str()});
   }
 }
 
