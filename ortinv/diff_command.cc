@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ortinv/diff_command.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <string>
 
 #include "ortinv/inventory_diff.h"
+#include "ortinv/number.h"
 #include "ortinv/terminal_text.h"
 
 namespace {
@@ -21,9 +24,16 @@ Json read_document(const std::string& path, Report& report) {
     report.add_problem(path, strerror(errno));
     return {};
   }
-  Json document = Json::parse(file, nullptr, false);
-  const bool has_schema =
-      document.is_object() && document.contains("schema") && document["schema"].is_string();
+  // Comparing goes as deep as a document, and ours are not deep.
+  constexpr int kDeepest = 16;
+  bool is_too_deep = false;
+  const auto watch = [&](int depth, Json::parse_event_t, Json&) {
+    is_too_deep = is_too_deep || depth > kDeepest;
+    return depth <= kDeepest;
+  };
+  Json document = Json::parse(file, watch, false);
+  const bool has_schema = !is_too_deep && document.is_object() && document.contains("schema") &&
+                          document["schema"].is_string();
   if (!has_schema) {
     report.add_problem(path, "is no document of \"ortinv --json\"");
     return {};
@@ -45,12 +55,21 @@ std::string value_text(const Json& value) {
                            : value.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
-// What an element says of itself, as far as that is short.
+// What an element says of itself: a structure what people know it by, everything
+// else its texts.
 std::string short_text(const Json& element) {
+  constexpr std::array kKnownBy = {"size", "manufacturer", "product_name", "part_number",
+                                   "serial_number"};
+  const bool has_fields = element.contains("fields") && element["fields"].is_object();
   std::string text;
-  for (const auto& [key, value] : element.items()) {
-    const bool is_said = value.is_string() && value != "" && key != "name";
-    text += is_said ? (text.empty() ? " (" : ", ") + key + " " + value_text(value) : "";
+  for (const auto& [key, value] : (has_fields ? element["fields"] : element).items()) {
+    const bool is_size = has_fields && key == "size" && value.is_number_unsigned();
+    const bool is_known =
+        !has_fields || std::find(kKnownBy.begin(), kKnownBy.end(), key) != kKnownBy.end();
+    if (is_known && key != "name" && (is_size || (value.is_string() && value != ""))) {
+      text += (text.empty() ? " (" : ", ") + key + " " +
+              (is_size ? size_text(value.get<uint64_t>()) : value_text(value));
+    }
   }
   return text.empty() ? "" : text + ")";
 }
@@ -93,6 +112,12 @@ void report_diff(const Request& request, Report& report) {
     return;
   }
   Comparison comparison = compare_inventories(before, after);
+  if (!comparison.has_compared) {
+    report.add_problem(request.after,
+                       "has nothing that can be compared with what " + request.before + " has");
+    report.own_status = kExitUsage;
+    return;
+  }
   report.warnings = std::move(comparison.remarks);
   report.own_status = comparison.differences.empty() ? kSame : kDifferent;
   if (request.wants_text()) {

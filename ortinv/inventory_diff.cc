@@ -3,7 +3,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
+#include <iterator>
 #include <map>
 #include <string_view>
 #include <utility>
@@ -20,7 +20,11 @@ constexpr std::array kPlaces = {"device_locator", "socket_designation",
                                 "designation",    "reference_designation",
                                 "slot",           "socket",
                                 "location",       "address",
-                                "selector",       "serial_number"};
+                                "selector"};
+// What names an element without a place; a structure's serial number may change.
+constexpr const char* kName = "serial_number";
+
+constexpr int kDriveType = 242;
 
 template <typename Names>
 bool is_one_of(const Names& names, std::string_view name) {
@@ -38,6 +42,10 @@ std::string plain_text(const Json& value) {
                            : value.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+bool is_structure(const Json& element) {
+  return at(element, "handle").is_number() && at(element, "type").is_number();
+}
+
 std::string place_of(const Json& element) {
   const Json& fields = at(element, "fields");
   for (const char* key : kPlaces) {
@@ -49,11 +57,41 @@ std::string place_of(const Json& element) {
       }
     }
   }
-  return "";
+  const Json& serial = at(element, kName);
+  return is_structure(element) || serial.is_null() ? "" : plain_text(serial);
 }
 
-bool is_structure(const Json& element) {
-  return at(element, "handle").is_number() && at(element, "type").is_number();
+// A socket or slot of memory that nothing is in.
+bool is_empty_place(const Json& element) {
+  for (const Json* object : {&element, &at(element, "fields")}) {
+    if (at(*object, "size") == "No Module Installed" || at(*object, "status") == "Unpopulated" ||
+        at(*object, "socket_status") == "Unpopulated") {
+      return true;
+    }
+  }
+  return false;
+}
+
+bool is_drive(const Json& element) {
+  return at(element, "type") == kDriveType;
+}
+
+Json without_drives(const Json& structures) {
+  Json others = Json::array();
+  std::copy_if(structures.begin(), structures.end(), std::back_inserter(others),
+               [](const Json& element) { return !is_drive(element); });
+  return others;
+}
+
+// Whether structures were saved with this key: their fields, or their bytes.
+bool has_key(const Json& structures, const char* key) {
+  return std::any_of(structures.begin(), structures.end(),
+                     [&](const Json& element) { return element.contains(key); });
+}
+
+bool have_same_detail(const Json& before, const Json& after) {
+  return has_key(before, "fields") == has_key(after, "fields") &&
+         has_key(before, "bytes") == has_key(after, "bytes");
 }
 
 std::string name_of(const Json& element) {
@@ -91,6 +129,13 @@ Elements named(const Json& list, std::vector<std::string>& order) {
   return elements;
 }
 
+// Null when there is none.
+const Json& element_of(const Elements& elements, const std::string& name) {
+  static const Json kNothing;
+  const auto found = elements.find(name);
+  return found == elements.end() ? kNothing : *found->second;
+}
+
 // What of a structure is compared: its fields, which have everything that stands
 // beside them; without them what there is. Handles are numbers of a table.
 Json comparable(const Json& element, bool has_fields) {
@@ -123,7 +168,7 @@ class Comparer {
         continue;
       }
       if (after_.contains(section)) {
-        compare(section, {section, "", "", value, after_[section]});
+        compare_sections(section, value, after_[section]);
       } else {
         remark("only the first has " + section);
       }
@@ -138,6 +183,22 @@ class Comparer {
 
  private:
   void remark(std::string line) { result_.remarks.push_back(std::move(line) + "; not compared"); }
+
+  void compare_sections(const std::string& section, const Json& before, const Json& after) {
+    const bool are_structures =
+        section == "smbios" && is_list_of_objects(before) && is_list_of_objects(after);
+    if (are_structures && !before.empty() && !after.empty() && !have_same_detail(before, after)) {
+      remark("the two were saved with other details of " + section);
+      return;
+    }
+    result_.has_compared = true;
+    if (are_structures && before_.contains("drives") && after_.contains("drives")) {
+      // Drives have a section of their own: one change is one line.
+      compare(section, {section, "", "", without_drives(before), without_drives(after)});
+    } else {
+      compare(section, {section, "", "", before, after});
+    }
+  }
 
   // Whether one of them has nothing there because it could not be read.
   bool is_unread(const std::string& path, const Json& before, const Json& after) {
@@ -188,18 +249,20 @@ class Comparer {
     const Elements first = named(before, order);
     const Elements second = named(after, order);
     for (const std::string& name : order) {
-      const auto old_one = first.find(name);
-      const auto new_one = second.find(name);
-      if (old_one == first.end() || new_one == second.end()) {
-        result_.differences.push_back({path, name, "",
-                                       old_one == first.end() ? Json() : *old_one->second,
-                                       new_one == second.end() ? Json() : *new_one->second});
-        continue;
+      const Json& old_one = element_of(first, name);
+      const Json& new_one = element_of(second, name);
+      const bool both_are_there = !old_one.is_null() && !new_one.is_null();
+      if (both_are_there && is_empty_place(old_one) == is_empty_place(new_one)) {
+        const bool have_fields = old_one.contains("fields") && new_one.contains("fields");
+        compare(path, {path, name, "", comparable(old_one, have_fields),
+                       comparable(new_one, have_fields)});
+      } else {
+        // A place that was filled or emptied is what came or went.
+        const bool was_empty = both_are_there && is_empty_place(old_one);
+        const bool is_empty = both_are_there && is_empty_place(new_one);
+        result_.differences.push_back(
+            {path, name, "", was_empty ? Json() : old_one, is_empty ? Json() : new_one});
       }
-      const bool have_fields =
-          old_one->second->contains("fields") && new_one->second->contains("fields");
-      compare(path, {path, name, "", comparable(*old_one->second, have_fields),
-                     comparable(*new_one->second, have_fields)});
     }
   }
 

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "ortinv/number.h"
 #include "ortinv/terminal_text.h"
 
 namespace {
@@ -139,14 +140,6 @@ std::vector<std::string> processor_lines(const Json& processors) {
                     is_there ? cores : ""});
   }
   return aligned(rows);
-}
-
-// The total in the largest unit that has it whole.
-std::string size_text(uint64_t bytes) {
-  constexpr uint64_t kMegabyte = 1024 * 1024;
-  constexpr uint64_t kGigabyte = 1024 * kMegabyte;
-  return bytes % kGigabyte == 0 ? std::to_string(bytes / kGigabyte) + " GB"
-                                : std::to_string(bytes / kMegabyte) + " MB";
 }
 
 std::vector<std::string> memory_lines(const Json& modules) {

@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <fstream>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "tests/unit/ortinv/command_line_fixture.h"
 
@@ -27,6 +30,8 @@ class DiffTest : public CommandLineTest {
     options.insert(options.begin(), {"diff", before_.c_str(), after_.c_str()});
     return run(options);
   }
+
+  static constexpr uint64_t kGigabyte = 1024 * 1024 * 1024;
 
   static json drive(const char* bay, const char* serial) {
     return {{"serial_number", serial}, {"location", bay}, {"text", nullptr}};
@@ -87,13 +92,64 @@ TEST_F(DiffTest, WhatCameAndWentIsSaid) {
 }
 
 TEST_F(DiffTest, ANewModuleIsSeenAlsoWhenHandlesMove) {
-  const Result result = diff(
-      document(
-          {{"smbios", {module(1, "DIMM 1", 1024), module(2, "DIMM 2", "No Module Installed")}}}),
-      document({{"smbios", {module(7, "DIMM 1", 1024), module(8, "DIMM 2", 2048)}}}));
+  const json empty = document(
+      {{"smbios", {module(1, "DIMM 1", kGigabyte), module(2, "DIMM 2", "No Module Installed")}}});
+  const json filled =
+      document({{"smbios", {module(7, "DIMM 1", kGigabyte), module(8, "DIMM 2", 16 * kGigabyte)}}});
+  const Result result = diff(empty, filled);
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.out,
-            "changed  smbios: Memory Device, DIMM 2: size: No Module Installed -> 2048\n");
+  EXPECT_EQ(result.out, "added    smbios: Memory Device, DIMM 2 (size 16 GB)\n");
+  EXPECT_EQ(diff(filled, empty).out, "removed  smbios: Memory Device, DIMM 2 (size 16 GB)\n");
+  const json difference = diff(empty, filled, {"--json"}).document()["diff"][0];
+  EXPECT_EQ(difference["change"], "added");
+  EXPECT_EQ(difference["before"], nullptr);
+  EXPECT_EQ(difference["after"], module(8, "DIMM 2", 16 * kGigabyte));
+}
+
+TEST_F(DiffTest, ALargerModuleIsAChange) {
+  EXPECT_EQ(diff(document({{"smbios", {module(1, "DIMM 1", kGigabyte)}}}),
+                 document({{"smbios", {module(1, "DIMM 1", 2 * kGigabyte)}}}))
+                .out,
+            "changed  smbios: Memory Device, DIMM 1: size: 1073741824 -> 2147483648\n");
+}
+
+TEST_F(DiffTest, ADriveThatIsAStructureTooIsSaidOnce) {
+  const auto saved = [](const char* serial) {
+    const json structure = {{"type", 242},
+                            {"name", "OEM: Drive"},
+                            {"handle", 1},
+                            {"length", 43},
+                            {"fields", {{"location", "Bay 1"}, {"serial_number", serial}}}};
+    return document({{"smbios", {structure}}, {"drives", {drive("Bay 1", serial)}}});
+  };
+  EXPECT_EQ(diff(saved("SN1"), saved("SN2")).out,
+            "changed  drives: Bay 1: serial_number: SN1 -> SN2\n");
+}
+
+TEST_F(DiffTest, ASerialNumberOfTheSystemIsAField) {
+  const auto saved = [](const char* serial) {
+    const json structure = {
+        {"type", 1},    {"name", "System Information"}, {"handle", 1},
+        {"length", 27}, {"serial_number", serial},      {"fields", {{"serial_number", serial}}}};
+    return document({{"smbios", {structure}}});
+  };
+  EXPECT_EQ(diff(saved("SN1"), saved("SN2")).out,
+            "changed  smbios: System Information: serial_number: SN1 -> SN2\n");
+}
+
+TEST_F(DiffTest, DocumentsWithNothingInCommonAreNotTheSame) {
+  const json drives = document({{"drives", {drive("Bay 1", "SN1")}}});
+  json listed = module(1, "DIMM 1", kGigabyte);
+  listed.erase("fields");
+  for (const auto& [before, after] : std::vector<std::pair<json, json>>{
+           {drives, document({{"pci", json::array()}})},
+           {document({{"smbios", {listed}}}),
+            document({{"smbios", {module(1, "DIMM 1", kGigabyte)}}})}}) {
+    const Result result = diff(before, after);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_NE(result.error.find("has nothing that can be compared"), std::string::npos);
+  }
 }
 
 TEST_F(DiffTest, WhatMovesAllTheTimeIsLeftOut) {
@@ -120,11 +176,14 @@ TEST_F(DiffTest, TwoOfOneNameAreTwo) {
 
 TEST_F(DiffTest, WhatIsNoDocumentIsAUsageError) {
   std::ofstream(before_) << R"({"schema": "ortinv/1"})";
-  for (const char* content :
-       {"", "{", "[]", "{}", R"({"schema": 1})", R"({"schema": "ortinv/2"})"}) {
+  for (const std::string& content :
+       {std::string(""), std::string("{"), std::string("[]"), std::string("{}"),
+        std::string(R"({"schema": 1})"), std::string(R"({"schema": "ortinv/2"})"),
+        R"({"schema": "ortinv/1", "pci": )" + std::string(100000, '[') + std::string(100000, ']') +
+            "}"}) {
     std::ofstream(after_) << content;
     const Result result = run({"diff", before_.c_str(), after_.c_str(), "--json"});
-    EXPECT_EQ(result.status, 2) << content;
+    EXPECT_EQ(result.status, 2) << content.substr(0, 40);
     EXPECT_EQ(result.out, "");
     EXPECT_EQ(result.error.find("ortinv: " + after_ + ": "), 0U) << result.error;
   }
