@@ -62,7 +62,7 @@ enum SmbValueKind {
   kSmbKindScaledCapacity, /* battery: times the multiplier, in mWh */
   kSmbKindIpmiAddress,    /* base address and what the modifier adds to it */
   kSmbKindVendorId,       /* four characters */
-  kSmbKindTpmFirmware,    /* two numbers that depend on the specification's version */
+  kSmbKindTpmFirmware,    /* two numbers, by the version that the TPM conforms to */
   kSmbKindJedecId,        /* manufacturer: bank and identity */
   kSmbKindStrings,        /* list: the first strings of the set, as many as the field says */
   kSmbKindHandles,        /* list: of handles; the field is their number */
