@@ -83,15 +83,17 @@ Json without_drives(const Json& structures) {
   return others;
 }
 
-// Whether structures were saved with this key: their fields, or their bytes.
+// Whether any of the structures was saved with this key.
 bool has_key(const Json& structures, const char* key) {
   return std::any_of(structures.begin(), structures.end(),
                      [&](const Json& element) { return element.contains(key); });
 }
 
+// Fields stand beside bytes: those of types that nobody knows.
 bool have_same_detail(const Json& before, const Json& after) {
-  return has_key(before, "fields") == has_key(after, "fields") &&
-         has_key(before, "bytes") == has_key(after, "bytes");
+  const bool has_fields = has_key(before, "fields");
+  return has_fields == has_key(after, "fields") &&
+         (has_fields || has_key(before, "bytes") == has_key(after, "bytes"));
 }
 
 std::string name_of(const Json& element) {
@@ -136,6 +138,13 @@ const Json& element_of(const Elements& elements, const std::string& name) {
   return found == elements.end() ? kNothing : *found->second;
 }
 
+// A header has the handle.
+Json without_header(const Json& bytes) {
+  constexpr size_t kHeaderDigits = 8;
+  const std::string digits = plain_text(bytes);
+  return digits.substr(std::min(kHeaderDigits, digits.size()));
+}
+
 // What of a structure is compared: its fields, which have everything that stands
 // beside them; without them what there is. Handles are numbers of a table.
 Json comparable(const Json& element, bool has_fields) {
@@ -147,7 +156,7 @@ Json comparable(const Json& element, bool has_fields) {
     const bool is_of_both = key == "length" || key == "behind_end" || key == "cut";
     if (has_fields ? key == "fields" || is_of_both
                    : key != "handle" && key != "fields" && key != "length") {
-      reduced[key] = value;
+      reduced[key] = key == "bytes" ? without_header(value) : value;
     }
   }
   return reduced;

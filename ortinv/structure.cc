@@ -22,6 +22,10 @@ const char* structure_name(uint8_t type) {
   return type < 128 ? "Reserved type" : "OEM-specific type";
 }
 
+bool is_known(const SmbStructure& structure) {
+  return SmbFindStandardType(structure.type) != nullptr || SmbFindType(structure.type) != nullptr;
+}
+
 bool is_number(const SmbValue& value) {
   if (value.shape != kSmbShapeNumber || value.state != kSmbValueGiven) {
     return false;

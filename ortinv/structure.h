@@ -20,6 +20,9 @@ DecodedStructure decode(const SmbStructure& structure);
 // it by its number.
 const char* structure_name(uint8_t type);
 
+// Returns whether there is more to show of a structure than bytes and strings.
+bool is_known(const SmbStructure& structure);
+
 // Returns whether a value is a number for programs too: neither a word nor one
 // with a meaning of its own.
 bool is_number(const SmbValue& value);

@@ -148,7 +148,7 @@ void append_structure_json(std::string& out, const SmbStructure& structure, Deta
     object.member("strings");
     append_strings(out, structure, inner);
   }
-  if (detail == Detail::kBytes) {
+  if (detail == Detail::kBytes || (detail == Detail::kFields && !is_known(structure))) {
     object.member("bytes");
     append_json_text(out, hexadecimal_bytes(structure, ""));
   }

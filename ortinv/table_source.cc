@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -30,11 +32,13 @@ std::string reason_of_device() {
                     kLinuxTables);
 }
 
-// The library's reason, without the file's name where that stands before it.
+// The library's reason, without the file's name where that stands before it, and
+// with a way out where there is a usual one.
 std::string reason_of_dump(std::string_view reason, const std::string& dump) {
   const std::string prefix = "Cannot read " + dump + ": ";
   reason.remove_prefix(reason.starts_with(prefix) ? prefix.size() : 0);
-  return std::string(reason);
+  const bool is_forbidden = reason.ends_with(strerror(EACCES));
+  return std::string(reason) + (is_forbidden ? "; run ortinv as root" : "");
 }
 
 void add_warning(Report& report) {

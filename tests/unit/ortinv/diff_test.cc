@@ -137,6 +137,20 @@ TEST_F(DiffTest, ASerialNumberOfTheSystemIsAField) {
             "changed  smbios: System Information: serial_number: SN1 -> SN2\n");
 }
 
+TEST_F(DiffTest, HandlesInBytesAreNoDifference) {
+  const auto saved = [](int handle, const char* bytes) {
+    const json unknown = {{"type", 200},
+                          {"name", "OEM-specific type"},
+                          {"handle", handle},
+                          {"length", 5},
+                          {"bytes", bytes}};
+    return document({{"smbios", {unknown, module(handle + 1, "DIMM 1", kGigabyte)}}});
+  };
+  EXPECT_EQ(diff(saved(1, "C805010007"), saved(2, "C805020007")).status, 0);
+  EXPECT_EQ(diff(saved(1, "C805010007"), saved(2, "C805020008")).out,
+            "changed  smbios: OEM-specific type: bytes: 07 -> 08\n");
+}
+
 TEST_F(DiffTest, DocumentsWithNothingInCommonAreNotTheSame) {
   const json drives = document({{"drives", {drive("Bay 1", "SN1")}}});
   json listed = module(1, "DIMM 1", kGigabyte);

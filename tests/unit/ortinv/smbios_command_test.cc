@@ -106,6 +106,8 @@ TEST_F(SmbiosCommandTest, EachStructureHasHandleLengthAndStrings) {
   EXPECT_EQ(records[1]["strings"], json({"Server", "SN-1"}));
   EXPECT_EQ(records[6]["strings"], json({"known to the maker"}));
   EXPECT_EQ(records[6]["name"], "OEM-specific type");
+  EXPECT_EQ(records[6]["bytes"], "C80600C8AB00");  // there is nothing else to show
+  EXPECT_FALSE(records[1].contains("bytes"));
 }
 
 TEST_F(SmbiosCommandTest, ASizeThatTheRecordCannotHoldIsLeftOut) {
