@@ -6,8 +6,10 @@ document against the schema and each exit status against the document.
     schema_test.py SCHEMA FAKE_ORTINV ORTINV
 """
 import json
+import pathlib
 import subprocess
 import sys
+import tempfile
 
 import jsonschema
 
@@ -82,6 +84,21 @@ def check_lines(validator, command):
     return faults
 
 
+def check_difference(validator, fake_ortinv, ortinv):
+    """Compares two of the hosts."""
+    with tempfile.TemporaryDirectory() as folder:
+        files = [pathlib.Path(folder) / host for host in ("full", "odd")]
+        for file in files:
+            file.write_bytes(subprocess.run([fake_ortinv, file.name, "all", "--json"],
+                                            capture_output=True, check=False).stdout)
+        run = subprocess.run([ortinv, "diff", *files, "--json"], capture_output=True, check=False)
+        document = json.loads(run.stdout)
+    faults = [f"diff: {error.json_path}: {error.message}" for error in validator.iter_errors(document)]
+    if run.returncode != 1 or not document["diff"]:
+        faults.append(f"diff: exit status {run.returncode}, {len(document['diff'])} differences")
+    return faults
+
+
 def main():
     schema_file, fake_ortinv, ortinv = sys.argv[1:]
     with open(schema_file, encoding="utf-8") as file:
@@ -100,11 +117,12 @@ def main():
     # The real program, on whatever this machine is; nothing is changed.
     for command in (["host"], ["software"], ["smbios"], ["entity-mib"]):
         faults += check(validator, [ortinv] + command + ["--json"])
+    faults += check_difference(validator, fake_ortinv, ortinv)
     # The check itself must be able to fail.
     if validator.is_valid({"schema": "ortinv/1", "revision": 2, "missing": None, "warnings": [],
                            "problems": [{"source": ""}]}):
         faults.append("the schema accepts anything")
-    print("\n".join(faults) or f"{len(programs) * len(COMMANDS) + 4} documents are valid")
+    print("\n".join(faults) or f"{len(programs) * len(COMMANDS) + 5} documents are valid")
     return 1 if faults else 0
 
 
