@@ -55,6 +55,10 @@ std::string value_text(const Json& value) {
                            : value.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
+bool is_some_text(const Json& value) {
+  return value.is_string() && !value.get_ref<const std::string&>().empty();
+}
+
 // What an element says of itself: a structure what people know it by, everything
 // else its texts.
 std::string short_text(const Json& element) {
@@ -66,7 +70,7 @@ std::string short_text(const Json& element) {
     const bool is_size = has_fields && key == "size" && value.is_number_unsigned();
     const bool is_known =
         !has_fields || std::find(kKnownBy.begin(), kKnownBy.end(), key) != kKnownBy.end();
-    if (is_known && key != "name" && (is_size || (value.is_string() && value != ""))) {
+    if (is_known && key != "name" && (is_size || is_some_text(value))) {
       text += (text.empty() ? " (" : ", ") + key + " " +
               (is_size ? size_text(value.get<uint64_t>()) : value_text(value));
     }

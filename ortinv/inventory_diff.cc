@@ -32,12 +32,16 @@ bool is_one_of(const Names& names, std::string_view name) {
 }
 
 const Json& at(const Json& object, const char* key) {
-  static const Json kNothing;
+  static const Json nothing;
   const auto found = object.is_object() ? object.find(key) : object.end();
-  return !object.is_object() || found == object.end() ? kNothing : *found;
+  return !object.is_object() || found == object.end() ? nothing : *found;
 }
 
+// Nothing for null.
 std::string plain_text(const Json& value) {
+  if (value.is_null()) {
+    return "";
+  }
   return value.is_string() ? value.get<std::string>()
                            : value.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
@@ -50,15 +54,14 @@ std::string place_of(const Json& element) {
   const Json& fields = at(element, "fields");
   for (const char* key : kPlaces) {
     for (const Json* object : {&fields, &element}) {
-      if (const Json& value = at(*object, key); !value.is_null() && value != "") {
-        const Json& bank =
-            at(*object, std::string_view(key) == "device_locator" ? "bank_locator" : "bank");
-        return plain_text(value) + (bank.is_string() && bank != "" ? ", " + plain_text(bank) : "");
+      if (const std::string place = plain_text(at(*object, key)); !place.empty()) {
+        const std::string bank = plain_text(
+            at(*object, std::string_view(key) == "device_locator" ? "bank_locator" : "bank"));
+        return place + (bank.empty() ? "" : ", " + bank);
       }
     }
   }
-  const Json& serial = at(element, kName);
-  return is_structure(element) || serial.is_null() ? "" : plain_text(serial);
+  return is_structure(element) ? "" : plain_text(at(element, kName));
 }
 
 // A socket or slot of memory that nothing is in.
@@ -97,7 +100,7 @@ bool have_same_detail(const Json& before, const Json& after) {
 }
 
 std::string name_of(const Json& element) {
-  const std::string place = place_of(element);
+  std::string place = place_of(element);
   if (is_structure(element)) {
     const Json& name = at(element, "name");
     const std::string type =
@@ -133,9 +136,9 @@ Elements named(const Json& list, std::vector<std::string>& order) {
 
 // Null when there is none.
 const Json& element_of(const Elements& elements, const std::string& name) {
-  static const Json kNothing;
+  static const Json nothing;
   const auto found = elements.find(name);
-  return found == elements.end() ? kNothing : *found->second;
+  return found == elements.end() ? nothing : *found->second;
 }
 
 // A header has the handle.
@@ -248,8 +251,10 @@ class Comparer {
           pair.field.empty() || pair.field == "fields" ? key : pair.field + "." + key;
       // Lists of a section are sections of their own.
       const bool is_list = pair.item.empty() && is_list_of_objects(value);
-      compare(path + "." + key, {is_list ? path + "." + key : pair.section, pair.item, field,
-                                 at(pair.before, key.c_str()), at(pair.after, key.c_str())});
+      std::string place = path;
+      place.append(".").append(key);
+      compare(place, {is_list ? place : pair.section, pair.item, field,
+                      at(pair.before, key.c_str()), at(pair.after, key.c_str())});
     }
   }
 

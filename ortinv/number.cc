@@ -30,7 +30,7 @@ std::optional<uint32_t> decimal_or_hexadecimal(std::string_view text, uint32_t m
 }
 
 std::string size_text(uint64_t bytes) {
-  constexpr uint64_t kMegabyte = 1024 * 1024;
+  constexpr uint64_t kMegabyte = uint64_t{1024} * 1024;
   constexpr uint64_t kGigabyte = 1024 * kMegabyte;
   return bytes % kGigabyte == 0 ? std::to_string(bytes / kGigabyte) + " GB"
                                 : std::to_string(bytes / kMegabyte) + " MB";

@@ -79,9 +79,9 @@ void append_padded(std::string& out, const std::string& text, size_t width) {
 
 // What the object holds under the key; null when it does not, or is none.
 const Json& content_of(const Json& object, const char* key) {
-  static const Json kNothing;
+  static const Json nothing;
   const auto found = object.is_object() ? object.find(key) : object.end();
-  return found == object.end() ? kNothing : *found;
+  return found == object.end() ? nothing : *found;
 }
 
 std::string field_lines(const Json& object, std::span<const Field> fields) {
