@@ -12,8 +12,13 @@
 #include <array>
 #include <cstring>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
+
+#include "ortinv/bounded_query.h"
+#include "ortinv/choices.h"
+#include "ortinv/number.h"
 
 namespace {
 
@@ -73,14 +78,46 @@ Variable read_variable(const char* name, uint16_t size, Report& report) {
   return {name, false, {}};
 }
 
-// Adds the problem of a query that gave this result, 0 being none.
-bool succeeded(int result, Report& report) {
-  if (result == 1) {
+// What the BMC says of its addresses, each family for itself.
+struct Addresses {
+  int ipv4_result = -1;
+  int ipv6_result = -1;
+  AddressText ipv4 = {};
+  AddressText ipv6 = {};
+  int ipv6_enabled = -1;
+  int ipv4_enabled = -1;
+
+  bool has_ipv4() const { return ipv4_result == 0 && strcmp(ipv4.data(), kNoAddress) != 0; }
+  bool has_ipv6() const { return ipv6_result == 0 && ipv6[0] != '\0'; }
+};
+
+void add_no_answer_for(const char* family, Report& report) {
+  report.add_problem(kBmc, std::string("does not answer for ") + family +
+                               "; check its health, and reset it if need be");
+}
+
+// Adds what is wrong, in one line where it is the same for both.
+void add_address_problems(const Addresses& addresses, Report& report) {
+  const int ipv4 = addresses.ipv4_result;
+  const int ipv6 = addresses.ipv6_result;
+  if (ipv4 == 1 || ipv6 == 1) {
     add_no_channel(report);
-  } else if (result != 0) {
-    add_no_answer(report);
   }
-  return result == 0;
+  if (ipv4 != 0 && ipv4 != 1 && ipv6 != 0 && ipv6 != 1) {
+    add_no_answer(report);
+  } else if (ipv4 != 0 && ipv4 != 1) {
+    add_no_answer_for("IPv4", report);
+  } else if (ipv6 != 0 && ipv6 != 1) {
+    add_no_answer_for("IPv6", report);
+  }
+}
+
+Addresses read_addresses() {
+  Addresses addresses;
+  addresses.ipv4_result = get_Mox_IPv4(addresses.ipv4.data());
+  addresses.ipv6_result =
+      get_Mox_IPv6(addresses.ipv6.data(), &addresses.ipv6_enabled, &addresses.ipv4_enabled);
+  return addresses;
 }
 
 Json flag_or_null(int flag) {
@@ -129,68 +166,60 @@ Json registered_address() {
   return std::string(text);
 }
 
-// Returns whether there is an address to register.
+// Returns whether there is an address to register: the library would write an
+// empty one and call that a success.
 bool check_addresses(Report& report) {
-  AddressText ipv4 = {};
-  if (!succeeded(get_Mox_IPv4(ipv4.data()), report)) {
+  const Addresses addresses = read_addresses();
+  if (addresses.ipv4_result != 0) {
+    add_address_problems(addresses, report);
     return false;
   }
-  if (strstr(ipv4.data(), kNoAddress) != nullptr && get_Mox_IPv6(nullptr, nullptr, nullptr) != 0) {
+  // As the library decides which of the two it takes.
+  if (strstr(addresses.ipv4.data(), kNoAddress) == nullptr) {
+    return true;
+  }
+  if (addresses.ipv6_result != 0) {
+    add_address_problems(addresses, report);
+    return false;
+  }
+  if (!addresses.has_ipv6()) {
     report.missing = "the BMC has no address to register";
-    return false;
   }
-  return true;
+  return addresses.has_ipv6();
+}
+
+bool can_be_written(const char* path) {
+  const int fd = open(path, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd != -1) {
+    close(fd);
+  }
+  return fd != -1;
 }
 
 void write_registration(Report& report) {
   if (!check_addresses(report)) {
     return;
   }
+  const char* path = ortinv_entity_mib_path();
   const Json before = registered_address();
   if (update_ent_mib_xml() != 0) {
-    report.add_problem(ortinv_entity_mib_path(),
-                       "could not be created; run ortinv as root, and create its directory");
+    if (can_be_written(path)) {
+      add_no_answer(report);  // the library has asked it again
+    } else {
+      report.add_problem(path,
+                         "could not be created; run ortinv as root, and create its directory");
+    }
     return;
   }
   const Json after = registered_address();
   if (after.is_null()) {
-    report.add_problem(ortinv_entity_mib_path(), "could not be written; check the free space");
-    return;
+    report.add_problem(path, "could not be written; check the free space");
+  } else {
+    report.add_change(path, before, after);
   }
-  report.add_change(ortinv_entity_mib_path(), before, after);
 }
 
-}  // namespace
-
-std::vector<int> interval_selectors() {
-  std::vector<int> selectors;
-  for (uint32_t i = 0; ortinv_interval_selector(i) != -1; ++i) {
-    selectors.push_back(ortinv_interval_selector(i));
-  }
-  return selectors;
-}
-
-void report_bmc_address(Report& report) {
-  AddressText ipv4 = {};
-  AddressText ipv6 = {};
-  int ipv6_enabled = -1;
-  int ipv4_enabled = -1;
-  Json address;
-  if (succeeded(get_Mox_IPv4(ipv4.data()), report) &&
-      succeeded(get_Mox_IPv6(ipv6.data(), &ipv6_enabled, &ipv4_enabled), report)) {
-    const bool has_ipv4 = strcmp(ipv4.data(), kNoAddress) != 0;
-    address = {{"ipv4", has_ipv4 ? Json(ipv4.data()) : Json()},
-               {"ipv6", text_or_null(ipv6.data())},
-               {"ipv4_enabled", flag_or_null(ipv4_enabled)},
-               {"ipv6_enabled", flag_or_null(ipv6_enabled)}};
-    if (!has_ipv4 && ipv6[0] == '\0') {
-      report.missing = "the BMC has no address";
-    }
-  }
-  report.document["bmc"]["address"] = address;
-}
-
-void report_bmc_mode(std::optional<bool> enabled, Report& report) {
+void show_mode(std::optional<bool> enabled, Report& report) {
   const Variable variable = read_variable(ortinv_mode_variable(), kOrtinvModeSize, report);
   const Json value = show_variable(
       variable, "bmc mode",
@@ -202,7 +231,7 @@ void report_bmc_mode(std::optional<bool> enabled, Report& report) {
           : Json{{"variable", variable.name}, {"value", value}, {"enabled", value != 0}};
 }
 
-void report_bmc_interval(int selector, std::optional<uint32_t> new_value, Report& report) {
+void show_interval(int selector, std::optional<uint32_t> new_value, Report& report) {
   const Variable variable =
       read_variable(ortinv_interval_variable(selector), kOrtinvIntervalSize, report);
   const Json value = show_variable(
@@ -217,18 +246,24 @@ void report_bmc_interval(int selector, std::optional<uint32_t> new_value, Report
   }
 }
 
-void report_bmc(Report& report) {
-  report_bmc_address(report);
-  if (!report.problems.empty() && report.problems.back().source == kBmc) {
-    return;  // the rest would fail alike, one timeout after the other
+void show_addresses(Report& report) {
+  const Addresses addresses = read_addresses();
+  add_address_problems(addresses, report);
+  Json& address = report.document["bmc"]["address"];
+  if (addresses.ipv4_result != 0 && addresses.ipv6_result != 0) {
+    address = nullptr;
+    return;
   }
-  report_bmc_mode({}, report);
-  for (const int selector : interval_selectors()) {
-    report_bmc_interval(selector, {}, report);
+  address = {{"ipv4", addresses.has_ipv4() ? Json(addresses.ipv4.data()) : Json()},
+             {"ipv6", addresses.has_ipv6() ? Json(addresses.ipv6.data()) : Json()},
+             {"ipv4_enabled", flag_or_null(addresses.ipv4_enabled)},
+             {"ipv6_enabled", flag_or_null(addresses.ipv6_enabled)}};
+  if (report.problems.empty() && !addresses.has_ipv4() && !addresses.has_ipv6()) {
+    report.missing = "the BMC has no address";
   }
 }
 
-void report_entity_mib(bool write, Report& report) {
+void show_registration(bool write, Report& report) {
   if (write) {
     write_registration(report);
   }
@@ -236,5 +271,65 @@ void report_entity_mib(bool write, Report& report) {
   report.document["entity_mib"] = {{"file", ortinv_entity_mib_path()}, {"address", address}};
   if (address.is_null() && report.missing.empty()) {
     report.missing = std::string("no registration in ") + ortinv_entity_mib_path();
+  }
+}
+
+}  // namespace
+
+Words mode_choices() {
+  return {"on", "off"};
+}
+
+Words selector_choices() {
+  Words selectors;
+  for (uint32_t i = 0; ortinv_interval_selector(i) != -1; ++i) {
+    selectors.push_back(std::to_string(ortinv_interval_selector(i)));
+  }
+  return selectors;
+}
+
+void report_bmc_address(const Request& /*request*/, Report& report) {
+  report.document["bmc"]["address"] = nullptr;
+  ask_in_time(kBmc, report, show_addresses);
+}
+
+void report_bmc_mode(const Request& request, Report& report) {
+  const std::optional<bool> enabled =
+      request.mode.empty() ? std::nullopt : std::optional<bool>(request.mode == "on");
+  report.document["bmc"]["mode"] = nullptr;
+  ask_in_time(kBmc, report, [&](Report& answer) { show_mode(enabled, answer); });
+}
+
+void report_bmc_interval(const Request& request, Report& report) {
+  const auto selector = static_cast<int>(decimal_number(request.selector, INT32_MAX).value_or(0));
+  const std::optional<uint32_t> value = decimal_number(request.interval, UINT32_MAX);
+  report.document["bmc"]["intervals"] = Json::array();
+  ask_in_time(kBmc, report, [&](Report& answer) { show_interval(selector, value, answer); });
+}
+
+void report_bmc(Report& report) {
+  report_bmc_address({}, report);
+  if (report.document["bmc"]["address"].is_null()) {
+    return;  // the rest would fail alike, one timeout after the other
+  }
+  report.document["bmc"]["mode"] = nullptr;
+  report.document["bmc"]["intervals"] = Json::array();
+  ask_in_time(kBmc, report, [](Report& answer) {
+    show_mode({}, answer);
+    for (uint32_t i = 0; ortinv_interval_selector(i) != -1; ++i) {
+      show_interval(ortinv_interval_selector(i), {}, answer);
+    }
+  });
+}
+
+void report_entity_mib(const Request& request, Report& report) {
+  if (!request.write) {
+    show_registration(false, report);  // a file, and nothing that could hang
+    return;
+  }
+  const bool answered =
+      ask_in_time(kBmc, report, [](Report& answer) { show_registration(true, answer); });
+  if (!answered) {
+    show_registration(false, report);
   }
 }

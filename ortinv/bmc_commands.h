@@ -4,25 +4,21 @@
 #ifndef TVUREV_ORTINV_BMC_COMMANDS_H_
 #define TVUREV_ORTINV_BMC_COMMANDS_H_
 
-#include <cstdint>
-#include <optional>
-#include <vector>
-
 #include "ortinv/report.h"
+#include "ortinv/request.h"
 
-// The selectors of the interval variables, ascending.
-std::vector<int> interval_selectors();
+// Each family of addresses answers for itself.
+void report_bmc_address(const Request& request, Report& report);
 
-void report_bmc_address(Report& report);
-
-// Read the variable, or set it when there is a value. Reading never creates one.
-void report_bmc_mode(std::optional<bool> enabled, Report& report);
-void report_bmc_interval(int selector, std::optional<uint32_t> value, Report& report);
+// Read the variable, or set it when the request has a value. Reading never
+// creates one.
+void report_bmc_mode(const Request& request, Report& report);
+void report_bmc_interval(const Request& request, Report& report);
 
 // All of the above, read.
 void report_bmc(Report& report);
 
 // Shows the registration file, after writing it anew when asked to.
-void report_entity_mib(bool write, Report& report);
+void report_entity_mib(const Request& request, Report& report);
 
 #endif  // TVUREV_ORTINV_BMC_COMMANDS_H_

@@ -5,191 +5,216 @@
 #include <ortinv/library.h>
 #include <CLI/CLI.hpp>
 
-#include <cerrno>
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <functional>
-#include <optional>
+#include <span>
 #include <string>
-#include <vector>
+#include <string_view>
 
-#include "ortinv/bmc_commands.h"
-#include "ortinv/host_commands.h"
+#include "ortinv/commands.h"
+#include "ortinv/help.h"
 #include "ortinv/json_format.h"
+#include "ortinv/number.h"
+#include "ortinv/output.h"
 #include "ortinv/report.h"
-#include "ortinv/smbios_commands.h"
+#include "ortinv/request.h"
+#include "ortinv/terminal_text.h"
 #include "ortinv/text_format.h"
 
 namespace {
 
-// What was asked for. The command is chosen by its subcommand.
-struct Request {
-  bool json = false;
-  std::optional<uint32_t> type;
-  std::string pci_address;
-  std::string serial;
-  std::string package;
-  std::string mode;
-  int selector = 0;
-  std::optional<uint32_t> interval;
-  bool write = false;
-  std::function<void(Report&)> command;
+void complain(const std::string& line) {
+  fprintf(stderr, "ortinv: %s\n", terminal_text(line).c_str());
+}
+
+// Returns whether standard output took everything, after a complaint when not.
+bool finish(Output& output) {
+  const int error = output.finish();
+  if (error != 0) {
+    complain(std::string("standard output: ") + strerror(error));
+  }
+  return error == 0;
+}
+
+// For what no source is needed for.
+int print_and_end(const std::string& text) {
+  Output output;
+  output.text() = text;
+  return finish(output) ? kExitFound : kExitNoSource;
+}
+
+void add_option(CLI::App& app, Request& request, const Option& option) {
+  const std::string names =
+      *option.alias == '\0' ? option.name : std::string(option.alias) + "," + option.name;
+  if (option.flag != nullptr) {
+    app.add_flag(names, request.*option.flag);
+    return;
+  }
+  CLI::Option* added = app.add_option(names, request.*option.target);
+  added->check([mistake = option.mistake](const std::string& value) { return mistake(value); });
+  if (option.repeats) {
+    added->join();  // with line ends
+  }
+}
+
+void add_argument(CLI::App& app, Request& request, const Argument& argument) {
+  app.add_option(argument.name, request.*argument.target)
+      ->required(argument.required)
+      ->check([mistake = argument.mistake](const std::string& value) { return mistake(value); });
+}
+
+// What was said, and what the parser makes of it.
+struct Line {
+  Request request;
+  const Command* command = &all_commands().front();
+  const Group* group = nullptr;  // whose help is asked for
 };
 
-void show_smbios(const Request& request, Report& report) {
-  if (request.json) {
-    report_smbios(request.type, report);
-  } else {
-    dump_smbios(request.type, report);
+void add_command(CLI::App& app, Line& line, const Command& command) {
+  CLI::App* added = app.add_subcommand(command.name);
+  added->fallthrough();  // the options that every command knows
+  for (const Argument& argument : command.arguments) {
+    add_argument(*added, line.request, argument);
+  }
+  for (const Option& option : command.options) {
+    add_option(*added, line.request, option);
+  }
+  added->preparse_callback([&line, &command](size_t) { line.command = &command; });
+}
+
+void add_commands(CLI::App& app, Line& line) {
+  for (const Option* option : options_of(all_commands().front())) {
+    add_option(app, line.request, *option);
+  }
+  for (const Group& group : command_groups()) {
+    CLI::App* added = app.add_subcommand(group.name);
+    added->fallthrough();
+    added->require_subcommand(1);
+    added->preparse_callback([&line, &group](size_t) { line.group = &group; });
+    for (const Command& command : all_commands()) {
+      if (std::string_view(command.group) == group.name) {
+        add_command(*added, line, command);
+      }
+    }
+  }
+  for (const Command& command : all_commands()) {
+    if (*command.group == '\0' && *command.name != '\0') {
+      add_command(app, line, command);
+    }
   }
 }
 
-void show_all(const Request& request, Report& report) {
-  show_smbios(request, report);
-  if (!request.json && report.problems.empty()) {
-    putchar('\n');  // between the dumps and the rest
+int print_help(const Line& line) {
+  if (*line.command->name != '\0') {
+    return print_and_end(help_text(*line.command));
   }
-  report_all_pci(report);
-  report_all_drives(report);
-  report_host(report);
-  report_software("", report);
-  report_bmc(report);
-  report_entity_mib(false, report);
-  report.missing.clear();  // nothing was asked for by name
+  return print_and_end(line.group != nullptr ? help_text(*line.group) : help_text());
 }
 
-// "1, 2 or 3".
-template <typename Number>
-std::string choice_text(const std::vector<Number>& numbers) {
-  std::string text;
-  for (size_t i = 0; i < numbers.size(); ++i) {
-    text += i == 0 ? "" : (i + 1 == numbers.size() ? " or " : ", ");
-    text += std::to_string(numbers[i]);
+// What is wrong with options that are right by themselves, or "".
+std::string mistake_of(const Line& line) {
+  const Request& request = line.request;
+  if (request.json && request.json_lines) {
+    return "--json and --jsonl exclude each other";
   }
-  return text;
-}
-
-// Adds a subcommand that runs command and knows --json.
-CLI::App* add_command(CLI::App& app, Request& request, const std::string& name,
-                      const std::string& description, std::function<void(Report&)> command) {
-  CLI::App* added = app.add_subcommand(name, description);
-  added->add_flag("--json", request.json, "Print one JSON document instead of text");
-  added->callback([&request, command = std::move(command)] { request.command = command; });
-  return added;
-}
-
-void add_smbios_commands(CLI::App& app, Request& request) {
-  CLI::App* smbios = add_command(app, request, "smbios", "Dump records of the SMBIOS table",
-                                 [&](Report& report) { show_smbios(request, report); });
-  smbios->add_option("--type", request.type, "Only this type: " + choice_text(dumped_types()))
-      ->check(CLI::IsMember(dumped_types()));
-
-  CLI::App* pci = add_command(
-      app, request, "pci", "Say where a PCI device sits and what it is", [&](Report& report) {
-        report_pci(parse_pci_address(request.pci_address).value_or(PciAddress{}), report);
-      });
-  pci->add_option("address", request.pci_address, "SSSS:BB:DD.F, hexadecimal")
-      ->required()
-      ->check([](const std::string& text) {
-        return parse_pci_address(text) ? "" : text + " is not an address such as 0000:03:00.0";
-      });
-
-  CLI::App* drive = add_command(app, request, "drive", "Say where a drive sits",
-                                [&](Report& report) { report_drive(request.serial, report); });
-  drive->add_option("serial", request.serial, "The drive's serial number, or how it begins")
-      ->required()
-      ->check([](const std::string& text) {
-        return text.empty() ? "the serial number must not be empty" : "";
-      });
-}
-
-void add_host_commands(CLI::App& app, Request& request) {
-  add_command(app, request, "host", "Show the host's release, memory and uptime", report_host);
-  CLI::App* software =
-      add_command(app, request, "software", "List the installed software",
-                  [&](Report& report) { report_software(request.package, report); });
-  software->add_option("name", request.package, "Only the package of exactly this name");
-}
-
-void add_bmc_commands(CLI::App& app, Request& request) {
-  CLI::App* bmc = app.add_subcommand("bmc", "Ask the BMC, or change its variables");
-  bmc->require_subcommand(1);
-  add_command(*bmc, request, "address", "Show the BMC's own addresses", report_bmc_address);
-
-  CLI::App* mode =
-      add_command(*bmc, request, "mode", "Show or set the reverse mode", [&](Report& report) {
-        report_bmc_mode(
-            request.mode.empty() ? std::nullopt : std::optional<bool>(request.mode == "on"),
-            report);
-      });
-  mode->add_option("value", request.mode, "on or off")->check(CLI::IsMember({"on", "off"}));
-
-  CLI::App* interval = add_command(
-      *bmc, request, "interval", "Show or set a periodic trap interval",
-      [&](Report& report) { report_bmc_interval(request.selector, request.interval, report); });
-  interval->add_option("selector", request.selector, choice_text(interval_selectors()))
-      ->required()
-      ->check(CLI::IsMember(interval_selectors()));
-  interval->add_option("value", request.interval, "The new value, 0 to 4294967295")
-      ->check(CLI::Range(uint32_t{0}, UINT32_MAX));
-
-  CLI::App* entity_mib =
-      add_command(app, request, "entity-mib", "Show or write the entity MIB registration file",
-                  [&](Report& report) { report_entity_mib(request.write, report); });
-  entity_mib->add_flag("--write", request.write, "Ask the BMC and rewrite the file first");
-}
-
-// Returns the exit status of a command line that stops at parsing: help, version
-// or a mistake.
-int end_of_parsing(const CLI::App& app, const CLI::ParseError& error) {
-  if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
-    return app.exit(error);
+  if (request.is_about_dump() && !line.command->reads_table) {
+    return std::string("\"") + line.command->name +
+           "\" reads no SMBIOS table: --from-dump is not for it";
   }
-  fprintf(stderr, "ortinv: %s; see \"ortinv --help\"\n", error.what());
+  if (request.list && request.raw) {
+    return "--list and --raw exclude each other";
+  }
+  const bool selects = !request.types.empty() || !request.handle.empty();
+  if (!request.keyword.empty() && (selects || request.list || request.raw)) {
+    return "--string excludes --type, --handle, --list and --raw";
+  }
+  return "";
+}
+
+int complain_of_usage(const std::string& mistake, const Command& command) {
+  complain(mistake + "; see \"" + words_of(command) + " --help\"");
   return kExitUsage;
 }
 
+// A word was not expected. Where it is an option of another command, says of which.
+int complain_of_extra_word(const std::string& mistake, const Command& command,
+                           std::span<const char* const> words) {
+  for (const std::string_view word : words) {
+    const std::string_view name = word.substr(0, word.find('='));
+    for (const Command& other : all_commands()) {
+      if (find_option(command, name) == nullptr && find_option(other, name) != nullptr) {
+        return complain_of_usage(
+            "\"" + std::string(name) + "\" is an option of \"" + words_of(other) + "\"", other);
+      }
+    }
+  }
+  return complain_of_usage(mistake, command);
+}
+
+bool print_document(const Request& request, Report& report) {
+  Output output;
+  if (request.json_lines) {
+    print_json_lines(report, output);
+  } else if (request.json) {
+    print_json(report, output);
+  } else {
+    print_text(report, output);
+  }
+  return finish(output);
+}
+
 int print(const Request& request, Report& report) {
-  const std::string text = request.json ? json_text(report) : human_text(report);
-  fwrite(text.data(), 1, text.size(), stdout);
-  if (fflush(stdout) != 0) {
-    fprintf(stderr, "ortinv: standard output: %s\n", strerror(errno));
+  const int status = report.exit_status();
+  if (status != kExitUsage && !print_document(request, report)) {
     return kExitNoSource;
   }
+  for (const std::string& warning : report.warnings) {
+    complain("warning: " + warning);
+  }
   for (const Problem& problem : report.problems) {
-    fprintf(stderr, "ortinv: %s: %s\n", problem.source.c_str(), problem.message.c_str());
+    complain(problem.source + ": " + problem.message);
   }
   if (report.problems.empty() && !report.missing.empty()) {
-    fprintf(stderr, "ortinv: %s\n", report.missing.c_str());
+    complain(report.missing);
   }
-  return report.exit_status();
+  return status;
+}
+
+int carry_out(const Line& line) {
+  ortinv_init_debug_log();
+  ortinv_set_print_stream(nullptr);  // or it would print between the lines of a document
+  Report report;
+  report.timeout = decimal_number(line.request.timeout, kLongestTimeout).value_or(kUsualTimeout);
+  line.command->run(line.request, report);
+  return print(line.request, report);
 }
 
 }  // namespace
 
 int run_ortinv(int argc, const char* const* argv) {
-  Request request;
-  CLI::App app("Shows what firmware, hypervisor and BMC know about this host.", "ortinv");
-  app.set_version_flag("--version", std::string("ortinv ") + ortinv_version());
+  const std::span words(argv, static_cast<size_t>(argc));
+  // For the shell's completion, which passes the words before the one that is
+  // being typed.
+  if (words.size() > 1 && std::string_view(words[1]) == "--complete") {
+    return print_and_end(completion_text(words.subspan(2)));
+  }
+  Line line;
+  CLI::App app("", "ortinv");
+  app.set_help_flag("-h,--help");
+  app.set_version_flag("-V,--version", std::string("ortinv ") + ortinv_version());
   app.require_subcommand(0, 1);  // so that an unknown word is named as such
-  add_smbios_commands(app, request);
-  add_host_commands(app, request);
-  add_bmc_commands(app, request);
-  add_command(app, request, "all", "Show everything that can be read",
-              [&](Report& report) { show_all(request, report); });
+  add_commands(app, line);
   try {
     app.parse(argc, argv);
+  } catch (const CLI::CallForVersion& version) {
+    return print_and_end(std::string(version.what()) + "\n");
+  } catch (const CLI::Success&) {
+    return print_help(line);
+  } catch (const CLI::ExtrasError& error) {
+    return complain_of_extra_word(error.what(), *line.command, words.subspan(1));
   } catch (const CLI::ParseError& error) {
-    return end_of_parsing(app, error);
+    return complain_of_usage(error.what(), *line.command);
   }
-  if (!request.command) {
-    fprintf(stderr, "ortinv: a command is needed; see \"ortinv --help\"\n");
-    return kExitUsage;
-  }
-  ortinv_init_debug_log();
-  ortinv_set_print_stream(nullptr);  // or it would print between the lines of a document
-  Report report;
-  request.command(report);
-  return print(request, report);
+  const std::string mistake = mistake_of(line);
+  return mistake.empty() ? carry_out(line) : complain_of_usage(mistake, *line.command);
 }

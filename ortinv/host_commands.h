@@ -3,13 +3,15 @@
 #ifndef TVUREV_ORTINV_HOST_COMMANDS_H_
 #define TVUREV_ORTINV_HOST_COMMANDS_H_
 
-#include <string>
-
 #include "ortinv/report.h"
+#include "ortinv/request.h"
 
-void report_host(Report& report);
+// Adds only the host's version, as text; null where it cannot be had.
+void report_host_version(const Request& request, Report& report);
 
-// Adds the package of that name, or all for an empty name.
-void report_software(const std::string& name, Report& report);
+void report_host(const Request& request, Report& report);
+
+// Adds the package that the request names, or all.
+void report_software(const Request& request, Report& report);
 
 #endif  // TVUREV_ORTINV_HOST_COMMANDS_H_

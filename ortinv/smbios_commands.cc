@@ -1,229 +1,213 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "ortinv/smbios_commands.h"
 
-#include <ortinv/oem_queries.h>
-#include <ortinv/smbios_table.h>
+#include <ortinv/smbios_load.h>
+#include <ortinv/smbios_standard.h>
 #include <ortinv/smbios_types.h>
 
+#include <algorithm>
 #include <array>
-#include <charconv>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <functional>
-#include <memory>
-#include <set>
+#include <bitset>
+#include <optional>
+#include <span>
 #include <string_view>
 #include <utility>
+#include <vector>
 
+#include "ortinv/choices.h"
 #include "ortinv/library_array.h"
-#include "ortinv/smbios_records_json.h"
-#include "ortinv/sources.h"
+#include "ortinv/number.h"
+#include "ortinv/structure.h"
+#include "ortinv/table_source.h"
+#include "ortinv/terminal_text.h"
 
 namespace {
 
-constexpr const char* kDevice = "/vmfs/devices/char/mem/smbios";
+constexpr uint32_t kLargestHandle = 0xFFFF;
 
-// Calls show for the records of the type, or of each type that has any.
-void for_each_type(std::optional<uint32_t> wanted, Report& report,
-                   const std::function<void(const SmbType&, const void*, uint32_t)>& show) {
-  if (!open_smbios(report)) {
+constexpr std::array kTypeKeywords = {"bios",   "system", "baseboard", "chassis", "processor",
+                                      "memory", "cache",  "connector", "slot"};
+
+using Types = std::bitset<256>;
+
+// Key words may be written in capital letters too, as for dmidecode.
+std::string in_lower_case(std::string_view word) {
+  std::string lower(word);
+  std::transform(lower.begin(), lower.end(), lower.begin(), [](char character) {
+    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a')
+                                                : character;
+  });
+  return lower;
+}
+
+// Adds the types that a number or a key word stands for; false when it is none.
+bool add_types(std::string_view word, Types& types) {
+  if (const auto number = decimal_or_hexadecimal(word, 255); number.has_value()) {
+    types.set(*number);
+    return true;
+  }
+  uint32_t count = 0;
+  const uint8_t* first = SmbKeywordTypes(in_lower_case(word).c_str(), &count);
+  for (const uint8_t type : std::span(first, count)) {
+    types.set(type);
+  }
+  return count != 0;
+}
+
+// Reads numbers and key words, joined by commas or line ends; none when one is
+// neither.
+std::optional<Types> parse_types(std::string_view text) {
+  Types types;
+  while (true) {
+    const size_t comma = text.find_first_of(",\n");
+    if (!add_types(text.substr(0, comma), types)) {
+      return {};
+    }
+    if (comma == std::string_view::npos) {
+      return types;
+    }
+    text.remove_prefix(comma + 1);
+  }
+}
+
+const SmbStringKeyword* find_keyword(std::string_view word) {
+  const std::string wanted = in_lower_case(word);
+  for (uint32_t i = 0; SmbStringKeywordAt(i) != nullptr; ++i) {
+    if (wanted == SmbStringKeywordAt(i)->keyword) {
+      return SmbStringKeywordAt(i);
+    }
+  }
+  return nullptr;
+}
+
+using Structures = std::vector<SmbStructure>;
+
+Structures wanted_structures(const Request& request) {
+  const LibraryArray<SmbStructure> all = list_of<SmbStructure>(SmbListStructures);
+  const std::optional<Types> types =
+      request.types.empty() ? std::nullopt : parse_types(request.types);
+  const std::optional<uint32_t> handle = decimal_or_hexadecimal(request.handle, kLargestHandle);
+  Structures wanted;
+  for (const SmbStructure& structure : all.rows()) {
+    if ((!types.has_value() || types->test(structure.type)) &&
+        handle.value_or(structure.handle) == structure.handle) {
+      wanted.push_back(structure);
+    }
+  }
+  return wanted;
+}
+
+std::string missing_text(const Request& request) {
+  std::string text = "no SMBIOS structure";
+  std::string types = request.types;
+  std::replace(types.begin(), types.end(), '\n', ',');
+  text += types.empty() ? "" : " of type " + types;
+  text += request.handle.empty() ? "" : " with handle " + request.handle;
+  return text + (request.types.empty() && request.handle.empty() ? " in the table" : "");
+}
+
+Detail detail_of(const Request& request) {
+  if (request.list) {
+    return Detail::kList;
+  }
+  return request.raw ? Detail::kBytes : Detail::kFields;
+}
+
+// The key word's field of every structure of its type that has it.
+Words texts_of(const SmbStringKeyword& keyword) {
+  Words texts;
+  const LibraryArray<SmbStructure> all = list_of<SmbStructure>(SmbListStructures);
+  for (const SmbStructure& structure : all.rows()) {
+    const DecodedStructure decoded =
+        structure.type == keyword.type ? decode(structure) : DecodedStructure();
+    for (const SmbValue& value : decoded == nullptr
+                                     ? std::span<const SmbValue>()
+                                     : std::span(decoded->values, decoded->value_count)) {
+      if (std::string_view(value.field->key) == keyword.key) {
+        texts.emplace_back(value.text);
+      }
+    }
+  }
+  return texts;
+}
+
+void report_keyword(const Request& request, Report& report) {
+  const SmbStringKeyword& keyword = *find_keyword(request.keyword);
+  const Words texts = texts_of(keyword);
+  if (texts.empty()) {
+    report.missing = std::string("the SMBIOS table has no ") + keyword.keyword;
+  }
+  if (!request.wants_text()) {
+    report.document["strings"] = {{"keyword", keyword.keyword}, {"values", texts}};
     return;
   }
-  bool any = false;
-  for (uint32_t i = 0; i < SmbTypeCount(); ++i) {
-    const SmbType& type = *SmbTypeAt(i);
-    void* records = nullptr;
-    uint32_t count = 0;
-    if (wanted.value_or(type.type) != type.type ||
-        SmBiosGetRecords(type.type, &records, &count) != 0) {
-      continue;
-    }
-    const std::unique_ptr<void, Freer> owner(records);
-    show(type, records, count);
-    any = true;
-  }
-  if (!any) {
-    report.missing = wanted.has_value() ? "no SMBIOS structure of type " + std::to_string(*wanted)
-                                        : std::string("no SMBIOS structure that has a dump");
+  for (const std::string& text : texts) {
+    append_terminal_text(report.text, text);
+    report.text += '\n';
   }
 }
 
-// Reads up to digits hexadecimal ones and what must follow them.
-bool take_number(std::string_view& text, size_t digits, std::string_view end, uint32_t& number) {
-  const size_t length = end.empty() ? text.size() : text.find(end);
-  if (length == std::string_view::npos || length == 0 || length > digits) {
-    return false;
+void report_structures(const Request& request, Report& report) {
+  report.document["smbios"] = Json::array();
+  if (!open_table(request, report)) {
+    return;
   }
-  const auto [stop, error] = std::from_chars(text.data(), text.data() + length, number, 16);
-  if (error != std::errc() || stop != text.data() + length) {
-    return false;
+  report.structures = wanted_structures(request);
+  report.detail = detail_of(request);
+  if (report.structures.empty()) {
+    report.missing = missing_text(request);
   }
-  text.remove_prefix(length + end.size());
-  return true;
-}
-
-uint8_t device_function(const PciAddress& address) {
-  return static_cast<uint8_t>(address.device << 3U | address.function);
-}
-
-// Null when the table knows nothing about the device.
-Json pci_json(const PciAddress& address) {
-  const auto [segment, bus, device, function] = address;
-  const std::unique_ptr<char, Freer> location(SmbGetPciLocation(segment, bus, device, function));
-  // These two queries know no segments above 255: cut, they would answer for
-  // another device.
-  const bool has_short_segment = segment <= 0xFF;
-  const auto short_segment = static_cast<uint8_t>(segment);
-  const auto short_bus = static_cast<uint8_t>(bus);
-  const char* linked_text =
-      has_short_segment
-          ? SmbGetPciLinkedString(short_segment, short_bus, static_cast<uint8_t>(device),
-                                  static_cast<uint8_t>(function))
-          : nullptr;
-  const uint8_t port = has_short_segment
-                           ? SmbGetNicPortNum(short_segment, short_bus, device_function(address))
-                           : uint8_t{0};
-  Json json = {{"location", text_or_null(location.get())},
-               {"name", text_or_null(SmbGetPciName(segment, bus, device, function))},
-               {"part_number", text_or_null(SmbGetPartNumber(segment, bus, device, function))},
-               {"linked_text", text_or_null(linked_text)},
-               {"nic_port", port == 0 ? Json() : Json(port)}};
-  for (const auto& [key, value] : json.items()) {
-    if (!value.is_null()) {
-      Json found = {{"address", pci_address_text(address)}};
-      found.update(json);
-      return found;
-    }
-  }
-  return {};
-}
-
-Json drive_json(const std::string& serial) {
-  const char* location = SmbGetHdLoc(serial.c_str());
-  const char* text = SmbGetHdString(serial.c_str());
-  if (location == nullptr && text == nullptr) {
-    return {};
-  }
-  return {{"serial_number", serial},
-          {"location", text_or_null(location)},
-          {"text", text_or_null(text)}};
-}
-
-void add_unless_null(Json& list, Json object) {
-  if (!object.is_null()) {
-    list.push_back(std::move(object));
-  }
-}
-
-// Each once, sorted.
-std::set<std::string> drive_serials() {
-  std::set<std::string> serials;
-  const LibraryArray<SmbDriveInfo> drives = list_of<SmbDriveInfo>(SmbListDrives);
-  for (const SmbDriveInfo& drive : drives.rows()) {
-    serials.insert(drive.serial);
-  }
-  serials.erase("");
-  return serials;
 }
 
 }  // namespace
 
-std::vector<uint32_t> dumped_types() {
-  std::vector<uint32_t> types;
-  for (uint32_t i = 0; i < SmbTypeCount(); ++i) {
-    types.push_back(SmbTypeAt(i)->type);
-  }
-  return types;
+std::string mistake_of_types(const std::string& value) {
+  return parse_types(value) ? ""
+                            : "\"" + value + "\" is neither a number from 0 to 255 nor one of " +
+                                  choice_text({kTypeKeywords.begin(), kTypeKeywords.end()});
 }
 
-std::optional<PciAddress> parse_pci_address(const std::string& text) {
-  std::string_view rest = text;
-  PciAddress address = {};
-  if (!take_number(rest, 4, ":", address.segment) || !take_number(rest, 2, ":", address.bus) ||
-      !take_number(rest, 2, ".", address.device) || !take_number(rest, 1, "", address.function) ||
-      address.device > 0x1F || address.function > 7) {
-    return {};
-  }
-  return address;
+std::string mistake_of_handle(const std::string& value) {
+  return decimal_or_hexadecimal(value, kLargestHandle)
+             ? ""
+             : "\"" + value + "\" is not a handle such as 0x1A or 26";
 }
 
-std::string pci_address_text(const PciAddress& address) {
-  std::array<char, 48> text = {};
-  snprintf(text.data(), text.size(), "%04x:%02x:%02x.%x", address.segment, address.bus,
-           address.device, address.function);
-  return text.data();
+std::string mistake_of_keyword(const std::string& value) {
+  return find_keyword(value) != nullptr
+             ? ""
+             : "\"" + value + "\" is not one of the key words that \"ortinv smbios --help\" lists";
 }
 
-bool open_smbios(Report& report) {
-  if (SmBiosInit() == 0) {
-    return true;
+void report_smbios(const Request& request, Report& report) {
+  if (request.keyword.empty()) {
+    report_structures(request, report);
+  } else if (open_table(request, report)) {
+    report_keyword(request, report);
   }
-  const std::string reason = why_unreadable(kDevice);
-  const std::string message =
-      reason.empty() ? "holds no 32-bit SMBIOS table; ortinv needs a server whose firmware has one"
-                     : reason + "; run ortinv as root on the host itself";
-  for (const Problem& problem : report.problems) {
-    if (problem.source == kDevice) {
-      return false;
+}
+
+Words type_choices() {
+  Words words = {kTypeKeywords.begin(), kTypeKeywords.end()};
+  Types known;
+  for (uint32_t i = 0; SmbStandardTypeAt(i) != nullptr; ++i) {
+    known.set(SmbStandardTypeAt(i)->type);
+  }
+  for (uint32_t i = 0; SmbTypeAt(i) != nullptr; ++i) {
+    known.set(SmbTypeAt(i)->type);
+  }
+  for (size_t type = 0; type < known.size(); ++type) {
+    if (known.test(type)) {
+      words.push_back(std::to_string(type));
     }
   }
-  report.add_problem(kDevice, message);
-  return false;
+  return words;
 }
 
-void report_smbios(std::optional<uint32_t> type, Report& report) {
-  Json records = Json::array();
-  for_each_type(type, report, [&](const SmbType& found, const void* first, uint32_t count) {
-    append_smbios_records(records, found, first, count);
-  });
-  report.document["smbios"] = std::move(records);
-}
-
-void dump_smbios(std::optional<uint32_t> type, Report& report) {
-  for_each_type(type, report, [](const SmbType& found, const void* first, uint32_t count) {
-    SmbDumpRecords(found.type, first, count, stdout);
-  });
-}
-
-void report_pci(const PciAddress& address, Report& report) {
-  Json devices = Json::array();
-  if (open_smbios(report)) {
-    add_unless_null(devices, pci_json(address));
-    report.missing =
-        devices.empty() ? "the SMBIOS table knows no PCI device " + pci_address_text(address) : "";
+Words keyword_choices() {
+  Words words;
+  for (uint32_t i = 0; SmbStringKeywordAt(i) != nullptr; ++i) {
+    words.emplace_back(SmbStringKeywordAt(i)->keyword);
   }
-  report.document["pci"] = std::move(devices);
-}
-
-void report_drive(const std::string& serial, Report& report) {
-  Json drives = Json::array();
-  if (open_smbios(report)) {
-    add_unless_null(drives, drive_json(serial));
-    report.missing =
-        drives.empty() ? "the SMBIOS table knows no drive with serial number " + serial : "";
-  }
-  report.document["drives"] = std::move(drives);
-}
-
-void report_all_pci(Report& report) {
-  Json devices = Json::array();
-  if (open_smbios(report)) {
-    const LibraryArray<SmbPciAddress> addresses = list_of<SmbPciAddress>(SmbListPciDevices);
-    for (const auto& [segment, bus, device, function] : addresses.rows()) {
-      const PciAddress address = {segment, bus, device, function};
-      add_unless_null(devices, pci_json(address));
-    }
-  }
-  report.document["pci"] = std::move(devices);
-}
-
-void report_all_drives(Report& report) {
-  Json drives = Json::array();
-  if (open_smbios(report)) {
-    for (const std::string& serial : drive_serials()) {
-      add_unless_null(drives, drive_json(serial));
-    }
-  }
-  report.document["drives"] = std::move(drives);
+  return words;
 }

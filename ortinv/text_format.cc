@@ -2,10 +2,12 @@
 #include "ortinv/text_format.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <span>
 #include <string_view>
 #include <vector>
+
+#include "ortinv/structure_text.h"
+#include "ortinv/terminal_text.h"
 
 namespace {
 
@@ -66,17 +68,20 @@ std::string value_text(const Json& value) {
   if (!value.is_string()) {
     return value.dump();
   }
-  auto text = value.get<std::string>();
-  std::replace_if(
-      text.begin(), text.end(),
-      [](char character) { return static_cast<uint8_t>(character) < ' ' || character == '\x7F'; },
-      '.');
-  return text;
+  return terminal_text(value.get_ref<const std::string&>());
 }
 
 void append_padded(std::string& out, const std::string& text, size_t width) {
   out += text;
-  out.append(width > text.size() ? width - text.size() : 0, ' ');
+  const size_t columns = terminal_columns(text);
+  out.append(width > columns ? width - columns : 0, ' ');
+}
+
+// What the object holds under the key; null when it does not, or is none.
+const Json& content_of(const Json& object, const char* key) {
+  static const Json nothing;
+  const auto found = object.is_object() ? object.find(key) : object.end();
+  return found == object.end() ? nothing : *found;
 }
 
 std::string field_lines(const Json& object, std::span<const Field> fields) {
@@ -88,7 +93,7 @@ std::string field_lines(const Json& object, std::span<const Field> fields) {
   for (const Field& field : fields) {
     out += "  ";
     append_padded(out, field.label, width + 2);
-    out += value_text(object[field.key]) + "\n";
+    out += value_text(content_of(object, field.key)) + "\n";
   }
   return out;
 }
@@ -102,11 +107,11 @@ std::string table_lines(const Json& list, std::span<const Field> fields) {
     }
     rows[0].emplace_back(field.label);
     for (size_t i = 0; i < list.size(); ++i) {
-      rows[i + 1].push_back(value_text(list[i][field.key]));
+      rows[i + 1].push_back(value_text(content_of(list[i], field.key)));
     }
     size_t width = 0;
     for (const std::vector<std::string>& row : rows) {
-      width = std::max(width, row.back().size());
+      width = std::max(width, terminal_columns(row.back()));
     }
     widths.push_back(width);
   }
@@ -121,13 +126,6 @@ std::string table_lines(const Json& list, std::span<const Field> fields) {
     out += line + "\n";
   }
   return out;
-}
-
-// What the object holds under the key; null when it does not, or is none.
-const Json& content_of(const Json& object, const char* key) {
-  static const Json kNothing;
-  const auto found = object.is_object() ? object.find(key) : object.end();
-  return found == object.end() ? kNothing : *found;
 }
 
 // A heading and what is under it, or nothing at all.
@@ -147,6 +145,15 @@ void append_section(std::string& out, const char* heading, const Json& content,
   }
 }
 
+// The memory's figures; what cannot be told says what the host has printed.
+Json memory_texts(const Json& memory) {
+  Json shown = memory;
+  for (const auto& [key, printed] : content_of(memory, "printed").items()) {
+    shown[key] = "cannot be told: " + printed.get<std::string>();
+  }
+  return shown;
+}
+
 void append_changes(std::string& out, const Json& changes) {
   for (const Json& change : changes) {
     out += "Changed " + value_text(change["what"]) + " from " + value_text(change["from"]) +
@@ -154,9 +161,7 @@ void append_changes(std::string& out, const Json& changes) {
   }
 }
 
-}  // namespace
-
-std::string human_text(const Report& report) {
+std::string sections_text(const Report& report) {
   const Json& document = report.document;
   const Json& host = content_of(document, "host");
   const Json& bmc = content_of(document, "bmc");
@@ -164,7 +169,7 @@ std::string human_text(const Report& report) {
   append_section(out, "PCI devices", content_of(document, "pci"), kPciFields);
   append_section(out, "Drives", content_of(document, "drives"), kDriveFields);
   append_section(out, "Host", host, kHostFields);
-  append_section(out, "Memory", content_of(host, "memory"), kMemoryFields);
+  append_section(out, "Memory", memory_texts(content_of(host, "memory")), kMemoryFields);
   append_section(out, "Software", content_of(document, "software"), kSoftwareFields);
   append_section(out, "BMC address", content_of(bmc, "address"), kAddressFields);
   append_section(out, "BMC mode", content_of(bmc, "mode"), kModeFields);
@@ -173,4 +178,19 @@ std::string human_text(const Report& report) {
                  kEntityMibFields);
   append_changes(out, content_of(document, "changes"));
   return out;
+}
+
+}  // namespace
+
+void print_text(const Report& report, Output& output) {
+  output.text() += report.text;
+  for (const SmbStructure& structure : report.structures) {
+    append_structure_text(output.text(), structure, report.detail,
+                          &structure == &report.structures.front());
+    output.write_if_long();
+  }
+  const std::string sections = sections_text(report);
+  const bool is_first = report.structures.empty() && report.text.empty();
+  output.text() += is_first || sections.empty() ? "" : "\n";
+  output.text() += sections;
 }

@@ -3,14 +3,12 @@
 #ifndef TVUREV_ORTINV_TEXT_FORMAT_H_
 #define TVUREV_ORTINV_TEXT_FORMAT_H_
 
-#include <string>
-
+#include "ortinv/output.h"
 #include "ortinv/report.h"
 
-// Returns the report's sections as text in aligned columns: one object as a list
-// of its fields, several as a table. What is absent reads "-"; a control character
-// of ASCII reads ".", those from 0x80 to 0x9f still pass. SMBIOS records are left
-// out: they have dumps.
-std::string human_text(const Report& report);
+// Prints what a command says itself, the SMBIOS structures, and the report's
+// sections in aligned columns: one object as a list of its fields, several as a
+// table. What is absent reads "-"; every text passes terminal_text.
+void print_text(const Report& report, Output& output);
 
 #endif  // TVUREV_ORTINV_TEXT_FORMAT_H_

@@ -8,6 +8,7 @@
 #include <new>
 #include <span>
 
+#include "ortinv/smbios_load.h"
 #include "ortinv/smbios_table.h"
 #include "smbios/oem_layout.h"
 #include "smbios/table.h"
@@ -18,10 +19,12 @@ namespace correlation = layout::correlation;
 
 // A key is what is looked for, its value, and the place among equals: sorted,
 // the first of them in table order comes first.
-constexpr unsigned kPlaceBits = 20;
+constexpr unsigned kPlaceBits = 22;
 constexpr unsigned kValueBits = 36;
 constexpr uint64_t kNoStructureHasIt = uint64_t{1} << (kValueBits - 1);
-static_assert(65536 * 4 < 1U << kPlaceBits, "entries of the largest table");
+constexpr size_t kLeastStructure = 3;  // that gives entries: its type and two zeros
+constexpr size_t kMostEntries = 4;     // of one structure
+static_assert(SMB_TABLE_LIMIT / kLeastStructure * kMostEntries < 1U << kPlaceBits);
 
 struct Entry {
   uint64_t key;

@@ -14,6 +14,7 @@
 #include "log/log.h"
 #include "ortinv/smbios_table.h"
 #include "smbios/index.h"
+#include "smbios/loaded_table.h"
 
 namespace {
 
@@ -41,6 +42,8 @@ struct Table {
   const uint8_t* start = nullptr;
   const uint8_t* end = nullptr;
   Block block;
+  size_t size = 0;  // of the block, without the margin
+  EntryPoint entry_point;
   pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
 };
 
@@ -74,7 +77,14 @@ bool adopt(Block block) {
   g_table.start = block.get() + start;
   g_table.end = block.get() + std::min(start + length, kReadSize);
   g_table.block = std::move(block);
+  g_table.size = kReadSize;
+  g_table.entry_point = read_entry_point(bytes.subspan(anchor));
   return true;
+}
+
+void set_initialised() {
+  g_table.initialised = true;
+  pthread_mutex_init(&g_table.lock, nullptr);
 }
 
 }  // namespace
@@ -93,8 +103,7 @@ int SmBiosInit(void) {
     return -1;
   }
   DebugLog("smbios: SmBiosInit: SmBiosTableLength is [%d]\n", g_table.length);
-  g_table.initialised = true;
-  pthread_mutex_init(&g_table.lock, nullptr);
+  set_initialised();
   return 0;
 }
 
@@ -107,6 +116,8 @@ int SmBiosTerm(void) {
   g_table.start = nullptr;
   g_table.end = nullptr;
   g_table.length = 0;
+  g_table.size = 0;
+  g_table.entry_point = {};
   g_table.initialised = false;
   return pthread_mutex_destroy(&g_table.lock);
 }
@@ -136,14 +147,43 @@ std::span<uint8_t> writable_block_from(const uint8_t* position) {
   const std::less<const uint8_t*> before;
   uint8_t* const block = g_table.block.get();
   if (block == nullptr || before(position, block) ||
-      !before(position, block + kReadSize + kMarginSize)) {
+      !before(position, block + g_table.size + kMarginSize)) {
     return {};
   }
-  return std::span(block, kReadSize + kMarginSize).subspan(static_cast<size_t>(position - block));
+  return std::span(block, g_table.size + kMarginSize)
+      .subspan(static_cast<size_t>(position - block));
 }
 
 std::span<const uint8_t> block_from(const uint8_t* position) {
   return writable_block_from(position);
+}
+
+bool load_table(const EntryPoint& entry_point, std::span<const uint8_t> table) {
+  Block block(static_cast<uint8_t*>(calloc(table.size() + kMarginSize, 1)));
+  if (!block) {
+    return false;
+  }
+  std::copy(table.begin(), table.end(), block.get());
+  g_table.length = static_cast<int>(table.size());
+  g_table.start = block.get();
+  g_table.end = block.get() + table.size();
+  g_table.block = std::move(block);
+  g_table.size = table.size();
+  g_table.entry_point = entry_point;
+  set_initialised();
+  return true;
+}
+
+std::span<const uint8_t> table_bytes() {
+  return {g_table.start, g_table.end};
+}
+
+const EntryPoint& table_entry_point() {
+  return g_table.entry_point;
+}
+
+uint16_t table_version() {
+  return static_cast<uint16_t>(g_table.entry_point.major << 8 | g_table.entry_point.minor);
 }
 
 bool table_initialised() {

@@ -6,7 +6,9 @@
 
 /* The firmware's SMBIOS table: records, dumps, PCI devices, drives, NIC ports. */
 #include <ortinv/oem_queries.h>
+#include <ortinv/smbios_load.h>
 #include <ortinv/smbios_records.h>
+#include <ortinv/smbios_standard.h>
 #include <ortinv/smbios_table.h>
 #include <ortinv/smbios_types.h>
 

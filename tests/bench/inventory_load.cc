@@ -41,6 +41,8 @@ struct Row {
   Words words;
   // Also with the host's commands, its library and its BMC.
   bool whole_host = false;
+  // What its output has once for each slot; "" when it does not have all of them.
+  std::string slot_mark = ", type 9, ";
 };
 
 struct Table {
@@ -60,14 +62,26 @@ const std::map<std::string, Plan> kPlans = {
 const Row kDmidecode = {"dmidecode", {"dmidecode", "--from-dump", kDump}};
 const Row kText = {"ortinv smbios", {"ortinv", "smbios"}};
 const Row kJson = {"ortinv smbios --json", {"ortinv", "smbios", "--json"}};
+const Row kDumpText = {"ortinv smbios -d FILE", {"ortinv", "smbios", "--from-dump", kDump}};
+const Row kList = {
+    "ortinv smbios --list", {"ortinv", "smbios", "--list"}, false, "  System Slots: "};
+const Row kKeyword = {"ortinv smbios -s KEYWORD",
+                      {"ortinv", "smbios", "--string", "system-serial-number"},
+                      false,
+                      ""};
+const Row kScreen = {"ortinv", {"ortinv"}, true, ""};
 const Row kAll = {"ortinv all", {"ortinv", "all"}, true};
 const Row kAllJson = {"ortinv all --json", {"ortinv", "all", "--json"}, true};
 
 std::vector<Table> tables() {
   constexpr size_t kSmall = 2560;
   return {
-      {"a table of 2.5 KB", table_of_size(kSmall), {kDmidecode, kText, kJson, kAll, kAllJson}},
-      {"a table of 64 KB", table_of_size(kLargestTable), {kDmidecode, kText, kJson}},
+      {"a table of 2.5 KB",
+       table_of_size(kSmall),
+       {kDmidecode, kText, kJson, kDumpText, kList, kKeyword, kScreen, kAll, kAllJson}},
+      {"a table of 64 KB",
+       table_of_size(kLargestTable),
+       {kDmidecode, kText, kJson, kDumpText, kList, kKeyword}},
       {"64 KB of slots", table_of_slots(), {kDmidecode, kText, kJson}},
       {"64 KB of PCI functions", table_of_pci_functions(), {kDmidecode, kText, kAll, kAllJson}}};
 }
@@ -172,8 +186,9 @@ void check_outputs(const Table& table) {
     } else if (row.words.back() == "--json") {
       check_document(text, row, found);
     } else {
-      require(count_of(text, "System Slot record #") == found.slots,
+      require(row.slot_mark.empty() || count_of(text, row.slot_mark) == found.slots,
               row.name + ": number of slots");
+      require(!text.empty(), row.name + " printed nothing");
     }
   }
 }

@@ -63,13 +63,18 @@ std::vector<SmbiosStructure> device(unsigned n) {
               .string(42, "Bay " + number)};
 }
 
-// Adds the structure and answers true unless the table would be too large then.
+SmbiosStructure end_of_table() {
+  return {127, 0x7F00, 4};
+}
+
+// Adds the structure and answers true unless the table, with its end, would be too
+// large then.
 bool add_within(SmbiosTable& table, const SmbiosStructure& structure, size_t bytes) {
-  const std::vector<uint8_t> encoded = structure.encode();
-  if (table.structures().size() + encoded.size() > bytes) {
+  if (table.structures().size() + structure.encode().size() + end_of_table().encode().size() >
+      bytes) {
     return false;
   }
-  table.add_raw(encoded);
+  table.add(structure);
   return true;
 }
 
@@ -101,7 +106,7 @@ SmbiosTable table_of_size(size_t bytes) {
   for (unsigned n = 0;; ++n) {
     for (const SmbiosStructure& structure : device(n)) {
       if (!add_within(table, structure, bytes)) {
-        return table;
+        return table.add(end_of_table());
       }
     }
   }
@@ -111,7 +116,7 @@ SmbiosTable table_of_slots() {
   SmbiosTable table;
   for (unsigned n = 0; add_within(table, slot(n), kLargestTable); ++n) {
   }
-  return table;
+  return table.add(end_of_table());
 }
 
 SmbiosTable table_of_pci_functions() {
@@ -132,5 +137,5 @@ SmbiosTable table_of_pci_functions() {
   };
   for (unsigned n = 0; add_within(table, function(n), bytes); ++n) {
   }
-  return table.add(filler);
+  return table.add(filler).add(end_of_table());
 }

@@ -2,6 +2,8 @@
 #include "tests/unit/ortinv/fake_host.h"
 
 #include <dirent.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,6 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 
 #include "ortinv/entity_mib.h"
@@ -18,7 +21,7 @@
 #include "ortinv/network_address.h"
 #include "ortinv/oem_queries.h"
 #include "ortinv/rev_mode.h"
-#include "ortinv/smbios_records.h"
+#include "ortinv/smbios_load.h"
 #include "ortinv/smbios_table.h"
 #include "ortinv/variables.h"
 
@@ -54,62 +57,17 @@ const char* text_of(const std::string& text) {
   return text.empty() ? nullptr : text.c_str();
 }
 
-const FakeDrive* find_drive(const std::string& serial) {
-  for (const FakeDrive& drive : g_host.drives) {
-    if (drive.serial.find(serial) != std::string::npos) {
-      return &drive;
-    }
-  }
-  return nullptr;
-}
-
-template <typename Record>
-void* one_record(uint8_t type, void (*fill)(Record&)) {
-  auto* record = static_cast<Record*>(calloc(1, sizeof(Record)));
-  record->header = {type, 4, 0x1234};
-  fill(*record);
-  return record;
-}
-
-void* make_record(uint32_t type) {
-  switch (type) {
-    case 0:
-      return one_record<SmbBiosInfoRec>(0, [](SmbBiosInfoRec& record) {
-        set_text(record.vendor, "Example BIOS");
-        record.romSize = 8192;
-      });
-    case 1:
-      return one_record<SmbSystemInfoRec>(1, [](SmbSystemInfoRec& record) {
-        set_text(record.productName, "Example Server");
-        set_text(record.serialNumber, "SN1");
-      });
-    case 9:
-      return one_record<SmbSlotRec>(9, [](SmbSlotRec& record) {
-        set_text(record.designation, "PCI-E Slot 1");
-        record.busNum = 3;
-      });
-    case 195:
-      return one_record<SmbServerIdRec>(
-          195, [](SmbServerIdRec& record) { set_text(record.serverSystemIdStr, "ID1"); });
-    case 204:
-      return one_record<SmbEnclosureRec>(
-          204, [](SmbEnclosureRec& record) { set_text(record.rackName, "Rack 1"); });
-    default:
-      return one_record<SmbGbxTableRec>(222, [](SmbGbxTableRec& record) {
-        record.entryCount = 1;
-        record.GbxConnectorEntry[0].portMap[0] = {0x11, 0x80};
-      });
-  }
-}
-
 FILE* g_print_stream = stdout;
 
 int write_variable(const std::string& name, uint32_t value) {
   if (!g_host.takes_values) {
     return 1;
   }
-  ++g_host.writes;
   g_host.variables[name] = value;
+  FakeWrites& writes = fake_writes();
+  ++writes.count;
+  snprintf(writes.name, sizeof writes.name, "%s", name.c_str());
+  writes.value = value;
   return 0;
 }
 
@@ -117,10 +75,59 @@ int address_result() {
   return !g_host.has_channel ? 1 : (g_host.answers ? 0 : -1);
 }
 
+SmbiosTable full_table() {
+  SmbiosTable table;
+  table.add(SmbiosStructure(0, 0, 24).string(4, "Example BIOS").u8(9, 0x7F));
+  table.add(SmbiosStructure(1, 0x1234, 27).string(5, "Example Server").string(7, "SN1"));
+  table.add(SmbiosStructure(9, 0x0901, 17).string(4, "PCI-E Slot 1").u8(15, 3));
+  table.add(SmbiosStructure(195, 0xC300, 5).string(4, "ID1"));
+  table.add(SmbiosStructure(204, 0xCC00, 11).string(4, "Rack 1"));
+  table.add(SmbiosStructure(222, 0xDE00, 22).bytes(6, {0x11, 0x80}));
+  table.add(SmbiosStructure(127, 0x7F00, 4));
+  return table;
+}
+
 }  // namespace
+
+FakeWrites& fake_writes() {
+  static auto* writes = static_cast<FakeWrites*>(
+      mmap(nullptr, sizeof(FakeWrites), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  return *writes;
+}
+
+FakeCommands::FakeCommands() : folder_("/tmp/fake_commands_XXXXXX") {
+  if (mkdtemp(folder_.data()) == nullptr) {
+    abort();
+  }
+  for (const std::string& name : g_host.commands) {
+    const std::string path = folder_ + "/" + name;
+    std::ofstream script(path);
+    script << "#!/bin/sh\n";
+    if (name == "vsish" && g_host.vsish_hangs) {
+      script << "exec /bin/sleep 1000\n";
+    } else {
+      script << "/bin/cat <<'END'\n" << (name == "vsish" ? g_host.vsish : "") << "END\n";
+    }
+    script.close();
+    chmod(path.c_str(), 0755);
+  }
+  for (const std::string& name : g_host.plain_files) {
+    std::ofstream(folder_ + "/" + name) << "no command\n";
+  }
+  if (g_host.has_path) {
+    setenv("PATH", ("/nowhere:" + folder_).c_str(), 1);
+  } else {
+    unsetenv("PATH");
+  }
+}
+
+FakeCommands::~FakeCommands() {
+  std::filesystem::remove_all(folder_);
+}
 
 FakeHost full_host() {
   FakeHost host;
+  host.table = full_table();
   host.pci["0000:03:00.0"] = {"PCI-E Slot 1", "Network adapter", "P12345-001", "Linked", 2};
   host.pci["0000:5e:1f.7"] = {"Embedded", "", "", "", 0};
   host.drives = {{"ABC123", "Port=1I:Box=1:Bay=1", "SAS"}, {"XYZ", "Port=1I:Box=1:Bay=2", ""}};
@@ -175,7 +182,6 @@ extern "C" {
 int __wrap_SmbListPciDevices(SmbPciAddress** addresses, uint32_t* count);
 int __wrap_SmbListDrives(SmbDriveInfo** drives, uint32_t* count);
 int __wrap_SmBiosInit();
-int __wrap_SmBiosGetRecords(uint32_t type, void** records, uint32_t* count);
 char* __wrap_SmbGetPciLocation(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function);
 const char* __wrap_SmbGetPartNumber(uint32_t segment, uint32_t bus, uint32_t device,
                                     uint32_t function);
@@ -184,20 +190,14 @@ const char* __wrap_SmbGetPciName(uint32_t segment, uint32_t bus, uint32_t device
 const char* __wrap_SmbGetPciLinkedString(uint8_t segment, uint8_t bus, uint8_t device,
                                          uint8_t function);
 uint8_t __wrap_SmbGetNicPortNum(uint8_t segment, uint8_t bus, uint8_t device_function);
-const char* __wrap_SmbGetHdLoc(const char* serial_number);
-const char* __wrap_SmbGetHdString(const char* serial_number);
 }
 
 int __wrap_SmBiosInit() {
-  return g_host.has_smbios ? 0 : -1;
-}
-
-int __wrap_SmBiosGetRecords(uint32_t type, void** records, uint32_t* count) {
-  const auto& types = g_host.record_types;
-  const bool found = std::find(types.begin(), types.end(), type) != types.end();
-  *records = found ? make_record(type) : nullptr;
-  *count = found ? 1 : 0;
-  return found ? 0 : -1;
+  if (!g_host.has_smbios) {
+    return -1;
+  }
+  const std::vector<uint8_t> image = g_host.table.device_image();
+  return SmBiosLoadDump(image.data(), image.size(), nullptr, 0);
 }
 
 char* __wrap_SmbGetPciLocation(uint32_t segment, uint32_t bus, uint32_t device, uint32_t function) {
@@ -228,16 +228,6 @@ uint8_t __wrap_SmbGetNicPortNum(uint8_t segment, uint8_t bus, uint8_t device_fun
   return found != nullptr ? found->nic_port : uint8_t{0};
 }
 
-const char* __wrap_SmbGetHdLoc(const char* serial_number) {
-  const FakeDrive* found = find_drive(serial_number);
-  return found != nullptr ? text_of(found->location) : nullptr;
-}
-
-const char* __wrap_SmbGetHdString(const char* serial_number) {
-  const FakeDrive* found = find_drive(serial_number);
-  return found != nullptr ? text_of(found->text) : nullptr;
-}
-
 int __wrap_SmbListPciDevices(SmbPciAddress** addresses, uint32_t* count) {
   *count = 0;
   *addresses = static_cast<SmbPciAddress*>(calloc(g_host.pci.size() + 1, sizeof(SmbPciAddress)));
@@ -257,7 +247,10 @@ int __wrap_SmbListDrives(SmbDriveInfo** drives, uint32_t* count) {
   *count = 0;
   *drives = static_cast<SmbDriveInfo*>(calloc(g_host.drives.size() + 1, sizeof(SmbDriveInfo)));
   for (const FakeDrive& drive : g_host.drives) {
-    set_text((*drives)[(*count)++].serial, drive.serial);
+    SmbDriveInfo& listed = (*drives)[(*count)++];
+    set_text(listed.serial, drive.serial);
+    listed.location = text_of(drive.location);
+    listed.text = text_of(drive.text);
   }
   return 0;
 }
@@ -355,6 +348,9 @@ int setIntervalEV(int selector, uint32_t value) {
 }
 
 int get_Mox_IPv4(char* address) {
+  while (g_host.bmc_hangs) {
+    pause();
+  }
   if (address_result() == 0) {
     strcpy(address, g_host.ipv4.c_str());
   }
@@ -367,6 +363,8 @@ int get_Mox_IPv6(char* address, int* ipv6_enabled, int* ipv4_enabled) {
   }
   if (address != nullptr) {
     strcpy(address, g_host.ipv6.c_str());
+  }
+  if (ipv6_enabled != nullptr) {
     *ipv6_enabled = g_host.ipv6.empty() ? 0 : 1;
     *ipv4_enabled = 1;
   }
@@ -381,30 +379,28 @@ int update_ent_mib_xml() {
   if (!g_host.can_register) {
     return 1;
   }
-  std::ofstream(g_host.registration_file) << "<TAddress>" << g_host.ipv4 << "</TAddress>\n";
+  if (g_host.stops_answering) {
+    return 1;
+  }
+  const std::string& address = g_host.ipv4 == "0.0.0.0" ? g_host.ipv6 : g_host.ipv4;
+  std::ofstream(g_host.registration_file) << "<TAddress>" << address << "</TAddress>\n";
   return 0;
 }
 
 // --- what the host's files tell ---
 
 extern "C" {
+int __real_access(const char* path, int mode);
 int __wrap_access(const char* path, int mode);
 DIR* __real_opendir(const char* path);
 DIR* __wrap_opendir(const char* path);
 }
 
 int __wrap_access(const char* path, int mode) {
-  const std::string text = path;
-  if (text.starts_with("/vmfs/")) {
+  if (std::string_view(path).starts_with("/vmfs")) {
     return g_host.has_bmc_driver ? 0 : -1;
   }
-  const auto is_there = [&](const std::string& name) { return text == "/bin/" + name; };
-  const auto& commands = g_host.commands;
-  const auto& files = g_host.plain_files;
-  if (std::any_of(commands.begin(), commands.end(), is_there)) {
-    return 0;
-  }
-  return mode != X_OK && std::any_of(files.begin(), files.end(), is_there) ? 0 : -1;
+  return __real_access(path, mode);
 }
 
 DIR* __wrap_opendir(const char* /*path*/) {

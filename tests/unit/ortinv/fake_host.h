@@ -12,6 +12,7 @@
 #include "ortinv/host_identity.h"
 #include "ortinv/memory_info.h"
 #include "ortinv/software_table.h"
+#include "tests/support/smbios/table_builder.h"
 
 // One PCI device that the SMBIOS table knows; an empty text is absent.
 struct FakePciDevice {
@@ -30,13 +31,16 @@ struct FakeDrive {
 
 struct FakeHost {
   bool has_smbios = true;
-  std::vector<uint32_t> record_types = {0, 1, 9, 195, 204, 222};
+  SmbiosTable table;  // what SmBiosInit reads; the queries have answers of their own
   // By the text of the address.
   std::map<std::string, FakePciDevice> pci;
   std::vector<FakeDrive> drives;
 
   std::vector<std::string> commands = {"uname", "localcli", "vsish"};
   std::vector<std::string> plain_files;  // named like commands, not executable
+  bool has_path = true;
+  std::string vsish;         // what it prints
+  bool vsish_hangs = false;  // instead
   HostIdentity identity = {};
   char major_version = '8';
   HostMemInfo memory = {65536, 32768, 2048, 1024};
@@ -48,6 +52,7 @@ struct FakeHost {
   bool has_bmc_driver = true;
   bool has_channel = true;
   bool answers = true;
+  bool bmc_hangs = false;
   bool takes_values = true;
   uint8_t variable_status = 0;
   std::string ipv4 = "192.0.2.10";
@@ -55,14 +60,34 @@ struct FakeHost {
   bool answers_ipv6 = true;
   // The BMC's variables by name; absent: not found.
   std::map<std::string, uint32_t> variables = {{"KXHVM6", 1}, {"KXHVM8", 60}, {"KXHVMA", 0}};
-  int writes = 0;  // of variables
 
   std::string registration;  // what the file holds
   std::string registration_file = "/etc/config/ent_mib/ort.xml";
   bool can_register = true;
+  bool stops_answering = false;  // when the file is to be written
 };
 
 extern FakeHost g_host;
+
+// What was written to the BMC's variables, also by a child process.
+struct FakeWrites {
+  int count;
+  char name[16];  // of the last one
+  uint32_t value;
+};
+FakeWrites& fake_writes();
+
+// The host's commands as files in a folder, and that folder as PATH.
+class FakeCommands {
+ public:
+  FakeCommands();
+  ~FakeCommands();
+  FakeCommands(const FakeCommands&) = delete;
+  FakeCommands& operator=(const FakeCommands&) = delete;
+
+ private:
+  std::string folder_;
+};
 
 // A host on which everything is there.
 FakeHost full_host();

@@ -14,7 +14,7 @@
 int main(int argc, char** argv) {
   const std::string host = argc > 1 ? argv[1] : "";
   g_host = host == "full" ? full_host() : (host == "odd" ? odd_host() : bare_host());
-  setenv("PATH", "/bin", 1);
+  const FakeCommands commands;
   std::string path = "/tmp/fake_ortinv_XXXXXX";
   const int fd = mkstemp(path.data());
   if (fd == -1) {

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Compares what people and programs read about ortinv - the schema, the bash
+"""Compares what people and programs read about ortinv - the schema, the
 completion, the manual and the help - with the library's rows and the tool's own
 commands: everything is there, and nothing else.
 
@@ -30,8 +30,8 @@ def numbers_in(text):
     return [int(number) for number in re.findall(r"\d+", text)]
 
 
-def list_schema(item, count):
-    return {"type": "array", "items": item, "minItems": count, "maxItems": count}
+def list_schema(item, least, most):
+    return {"type": "array", "items": item, "minItems": least, "maxItems": most}
 
 
 def number_schema(bits):
@@ -43,76 +43,111 @@ def field_schema(field):
     if kind == "text":
         return {"type": "string"}
     if kind == "bytes":
-        return list_schema(number_schema(8), count)
+        return list_schema(number_schema(8), count, count)
     if kind == "port maps":
         port = {"type": "object", "required": ["connection", "bay"], "additionalProperties": False,
                 "properties": {"connection": number_schema(8), "bay": number_schema(8)}}
-        return list_schema(list_schema(port, 8), count)
+        return list_schema(list_schema(port, 8, 8), 0, count)
     return number_schema(int(kind.removeprefix("u")))
 
 
-def record_schema(row):
-    properties = {"type": {"const": row["type"]}, "handle": number_schema(16)}
-    properties |= {field["key"]: field_schema(field) for field in row["fields"]}
-    return {"type": "object", "description": row["name"], "properties": properties,
-            "required": list(properties), "additionalProperties": False}
-
-
 rows = json.loads(output_of(rows_program))
-types = [row["type"] for row in rows["types"]]
+records = {row["type"]: row for row in rows["types"]}
+standard = {row["type"]: row for row in rows["standard"]}
+types = sorted(records | standard)
 selectors = [row["selector"] for row in rows["intervals"]]
 names = [rows["mode"]["name"]] + [row["name"] for row in rows["intervals"]]
 manual = (source / "man/ortinv.1").read_text().replace("\\-", "-")
-completion = (source / "ortinv/ortinv.bash-completion").read_text()
 
 schema = json.loads(schema_file.read_text())
 definitions = schema["definitions"]
 listed = [choice["$ref"].rsplit("/", 1)[1]
           for choice in schema["properties"]["smbios"]["items"]["oneOf"]]
-expect("record types of the schema", types,
-       [definitions[name]["properties"]["type"]["const"] for name in listed])
-for name, row in zip(listed, rows["types"]):
-    expect(f"schema of {name}", record_schema(row), definitions[name])
+expect("structure types of the schema", [f"smbios_{number}" for number in types] + ["smbios_other"],
+       listed)
+expect("other types of the schema", types, definitions["smbios_other"]["properties"]["type"]["not"]["enum"])
+of_every_structure = ["type", "name", "handle", "length", "behind_end", "cut", "strings", "bytes"]
+for number in types:
+    properties = definitions[f"smbios_{number}"]["properties"]
+    row = standard.get(number, records.get(number))
+    expect(f"number and name of type {number}", ({"const": number}, {"const": row["name"]}),
+           (properties["type"], properties["name"]))
+    if number in standard:
+        expect(f"fields of type {number}", standard[number]["keys"],
+               list(properties["fields"]["properties"]))
+    fields = {field["key"]: field_schema(field) for field in records[number]["fields"]} \
+        if number in records else {}
+    expect(f"record fields of type {number}", fields,
+           {key: value for key, value in properties.items()
+            if key not in of_every_structure + ["fields"]})
 expect("selectors of the schema", selectors,
        definitions["bmc_interval"]["properties"]["selector"]["enum"])
 
-help_of_smbios = output_of(tool, "smbios", "--help")
-expect("types of the help", types, numbers_in(re.search(r"Only this type: (.*)", help_of_smbios)[1]))
-expect("types that the help accepts", types, numbers_in(re.search(r"\{(.*)\}", help_of_smbios)[1]))
-help_of_interval = output_of(tool, "bmc", "interval", "--help")
+
+
+def completed(*words):
+    return output_of(tool, "--complete", *words).splitlines()
+
+
+def lines_of_help(heading, *words):
+    """The first words of a section's lines, without those that go on."""
+    sections = output_of(tool, *words, "--help").split(f"\n{heading}:\n")
+    lines = sections[1].split("\n\n")[0].splitlines() if len(sections) > 1 else []
+    return [line.strip() for line in lines]
+
+
+def options_of_help(*words):
+    return [re.search(r"--[a-z-]+", line)[0] for line in lines_of_help("Options", *words)]
+
+
+def listed_in_help(name):
+    return re.search(rf"^{name}: (.*)$", output_of(tool, "smbios", "--help"), re.M)[1].split()
+
+
+keywords = rows["keywords"]
+expect("key words of the help", keywords, listed_in_help("KEYWORD"))
+expect("key words of the completion", keywords, completed("smbios", "--string"))
+expect("types of the help", [str(number) for number in types],
+       [word for word in listed_in_help("TYPES") if word.isdigit()])
+expect("types of the completion", listed_in_help("TYPES"), completed("smbios", "--type"))
+for word in listed_in_help("TYPES"):
+    if not word.isdigit() and not re.search(rf"\b{word}\b", manual):
+        faults.append(f"the manual does not name the type key word {word}")
+
 expect("selectors of the help", selectors,
-       numbers_in(re.search(r"selector .*REQUIRED\s+(.*)", help_of_interval)[1]))
-expect("selectors that the help accepts", selectors,
-       numbers_in(re.search(r"selector .*\{(.*)\}", help_of_interval)[1]))
-
-completed = output_of("bash", "-c", 'source "$1"; COMP_WORDS=("$2" smbios --type ""); '
-                      'COMP_CWORD=3; _ortinv; echo "${COMPREPLY[*]}"', "-",
-                      source / "ortinv/ortinv.bash-completion", tool)
-expect("types of the completion", types, numbers_in(completed))
-expect("selectors of the completion", selectors,
-       numbers_in(re.search(r'"bmc interval"\).*words\+="(.*)"', completion)[1]))
-
+       numbers_in(lines_of_help("Arguments", "bmc", "interval")[0]))
+expect("selectors of the completion", [str(number) for number in selectors],
+       [word for word in completed("bmc", "interval") if word.isdigit()])
 expect("selectors of the manual", selectors,
        numbers_in(re.search(r"bmc interval \"(.*?)VALUE", manual)[1]))
 expect("variables of the manual", sorted(names), sorted(set(re.findall(r"KXHVM\w", manual))))
 
-
-def commands_in_help(*words):
-    lines = output_of(tool, *words, "--help").split("Subcommands:")[1].splitlines()
-    return [line.split()[0] for line in lines if re.match(r"  \S", line)]
-
-
-commands = commands_in_help()
-of_bmc = commands_in_help("bmc")
-words = re.search(r'-eq 1 \]; then\n +words="(.*?) --help', completion)[1].split()
-expect("commands of the completion", sorted(commands), sorted(words))
-words = re.search(r'"\$COMP_CWORD" -eq 2 \]; then\n +words="(.*?) --help', completion)[1].split()
-expect("commands of bmc in the completion", of_bmc, words)
+commands = [line.split()[0] for line in lines_of_help("Commands")]
+of_bmc = [line.split()[0] for line in lines_of_help("Commands", "bmc")]
+expect("commands of the completion", sorted(commands),
+       sorted(word for word in completed() if not word.startswith("-")))
+expect("commands of bmc in the completion", of_bmc,
+       [word for word in completed("bmc") if not word.startswith("-")])
 section = manual.split(".SH COMMANDS")[1].split(".SH")[0]
 headings = [quoted or plain for quoted, plain in
             re.findall(r'^\.TP\n\.B[RI]? (?:"([^"]+)"|([^"\n]+))', section, re.M)]
+headings = [re.match(r"bmc \w+|[\w-]+", heading)[0] for heading in headings]
 wanted = [f"bmc {word}" for word in of_bmc] + [word for word in commands if word != "bmc"]
-expect("commands of the manual", sorted(wanted), sorted(heading.strip() for heading in headings))
+expect("commands of the manual", sorted(wanted), sorted(headings))
+
+every_option = set(options_of_help())
+for command in wanted:
+    words = command.split()
+    options = options_of_help(*words)
+    every_option |= set(options)
+    expect(f"options of {command} in the completion", sorted(options),
+           sorted(word for word in completed(*words) if word.startswith("--")))
+expect("options of the manual", sorted(every_option),
+       sorted(set(re.findall(r"--[a-z][a-z-]*[a-z]", re.sub(r"--(complete|dump-bin)", "", manual)))))
+
+report = (source / "ortinv/report.h").read_text()
+expect("exit statuses of the manual", re.findall(r"kExit\w+ = (\d)", report),
+       re.findall(r"^\.B (\d)$", manual.split(".SH EXIT STATUS")[1].split(".SH")[0], re.M))
 
 print("\n".join(faults) or f"{len(types)} types, {len(selectors)} selectors and "
       f"{len(wanted)} commands are the same everywhere")
