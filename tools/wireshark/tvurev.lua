@@ -17,9 +17,8 @@ local chif = Proto("chif", "CHIF")
 local notify = Proto("tvurev_notify", "AgentX notification, as the daemon reads it")
 local agent = Proto("tvurev_agent", "Host agent")
 
--- Its own dissector for PDUs of other types than Notify. Of a Notify PDU it reads
--- one binding and calls the rest malformed (as of 4.0), and it reads names as
--- RFC 2741 wants them, not as the daemon does.
+-- Wireshark's own, for PDUs that are not forwarded. Of a Notify PDU it reads one
+-- binding and calls the rest malformed (as of 4.0).
 local agentx = Dissector.get("agentx")
 
 local PACKET_MAX = 4096
@@ -55,7 +54,7 @@ local SNMP_TRAP_OID = "1.3.6.1.6.3.1.1.4.1"
 -- Of a value's type: its name and how the value travels.
 local TYPES = {
   [2] = { "INTEGER", "integer" }, [4] = { "OCTET STRING", "octets" }, [5] = { "Null", "nothing" },
-  [6] = { "OBJECT IDENTIFIER", "object_id" }, [64] = { "IpAddress", "octets" },
+  [6] = { "OBJECT IDENTIFIER", "object_id" }, [64] = { "IpAddress", "address" },
   [65] = { "Counter32", "word" }, [66] = { "Gauge32", "word" }, [67] = { "TimeTicks", "word" },
   [68] = { "Opaque", "octets" }, [70] = { "Counter64", "counter64" },
   [128] = { "noSuchObject", "nothing" }, [129] = { "noSuchInstance", "nothing" },
@@ -180,6 +179,7 @@ local NOTIFY_ROWS = rows_of(notify, "tvurev_notify", {
   { "value.word", 0, 4, "uint32", "Value", DEC },
   { "value.counter64", 0, 8, "uint64", "Value", DEC },
   { "value.object_id", 4, 0, "string", "Value", base.ASCII },
+  { "value.address", 4, 4, "ipv4", "Value", NONE },
   { "value.text", 4, 0, "string", "Value as text", base.ASCII },
   { "octets.length", 0, 4, "uint32", "Length of the value", DEC },
   { "octets.octets", 4, 0, "bytes", "Value", NONE },
@@ -391,21 +391,44 @@ function VALUES.object_id(tree, pdu, at)
   return text, 4 + 4 * subids
 end
 
-function VALUES.octets(tree, pdu, at)
-  if at + 4 > pdu:len() then
-    return nil
-  end
-  local length = add_row(tree, pdu, NOTIFY_ROWS["octets.length"], at)
-  if at + 4 + length > pdu:len() then
+-- A counted value: adds its length and octets. Returns where it ends.
+local function add_octets(tree, pdu, at)
+  local length = at + 4 <= pdu:len() and add_row(tree, pdu, NOTIFY_ROWS["octets.length"], at)
+  if not length or at + 4 + length > pdu:len() then
     return nil
   end
   add_span(tree, NOTIFY_ROWS["octets.octets"].field, pdu, at + 4, at + 4 + length)
-  local text, text_end = add_text(tree, NOTIFY_ROWS["value.text"].field, pdu, at + 4,
-    at + 4 + length)
-  if length > 0 and text_end < at + 4 + length then
+  return at + 4 + length
+end
+
+local function padded(length)
+  return math.ceil(length / 4) * 4
+end
+
+function VALUES.octets(tree, pdu, at)
+  local stop = add_octets(tree, pdu, at)
+  if not stop then
+    return nil
+  end
+  local text, text_end = add_text(tree, NOTIFY_ROWS["value.text"].field, pdu, at + 4, stop)
+  if text_end < stop then
     mark_notify(tree, "ignored", "The daemon reads text up to its first zero byte")
   end
-  return '"' .. text .. '"', 4 + math.ceil(length / 4) * 4
+  return '"' .. text .. '"', padded(stop - at)
+end
+
+function VALUES.address(tree, pdu, at)
+  local stop = add_octets(tree, pdu, at)
+  if not stop then
+    return nil
+  end
+  if stop - at ~= 8 then
+    mark_notify(tree, "ignored", "An address has 4 octets: the daemon leaves the binding out")
+    return "", padded(stop - at)
+  end
+  local range = pdu:range(at + 4, 4)
+  tree:add(NOTIFY_ROWS["value.address"].field, range)
+  return tostring(range:ipv4()), 8
 end
 
 -- One binding. Returns its name, its value's text and its length; nothing where
@@ -463,12 +486,12 @@ local function dissect_bindings(tree, pdu, stop)
   return trap_oid
 end
 
--- A PDU as the daemon reads it. Returns its trap OID.
+-- A PDU as the daemon reads it. Returns a line about it.
 local function dissect_notify(pdu, root)
   local tree = root:add(notify, pdu)
   if pdu:len() < AGENTX_HEADER_SIZE then
     mark_notify(tree, "malformed", "An AgentX header has 20 bytes, this PDU " .. pdu:len())
-    return nil
+    return "notification"
   end
   for _, name in ipairs({ "version", "type", "flags", "session_id", "transaction_id",
     "packet_id" }) do
@@ -493,19 +516,7 @@ local function dissect_notify(pdu, root)
   else
     mark_notify(tree, "ignored", "No snmpTrapOID: the daemon sends no trap")
   end
-  return trap_oid
-end
-
--- Shows a PDU and returns a line about it.
-local function dissect_agentx(pdu, pinfo, root)
-  local kind = pdu:len() > 1 and pdu:range(1, 1):uint() or NOTIFY
-  if kind == NOTIFY then
-    local trap_oid = dissect_notify(pdu, root)
-    return "notification" .. (trap_oid and " " .. trap_oid or "")
-  end
-  -- It reports a PDU that it cannot read by itself, and then as an error to us.
-  pcall(agentx.call, agentx, pdu:tvb(), pinfo, root)
-  return "AgentX PDU of type " .. kind
+  return "notification" .. (trap_oid and " " .. trap_oid or "")
 end
 
 -- CHIF packets, a function a kind. Each adds its fields to packet.tree and returns
@@ -827,10 +838,14 @@ local function notification(packet)
   end
   local pdu = bytes:range(from, to - from)
   local item = tree:add(CHIF["notification.pdu"].field, pdu)
-  if pdu:len() > 1 and pdu:range(1, 1):uint() ~= NOTIFY then
-    mark(item, "ignored", "Not a Notify PDU: the daemon drops it")
+  local kind = pdu:len() > 1 and pdu:range(1, 1):uint() or NOTIFY
+  if kind == NOTIFY then
+    return dissect_notify(pdu, packet.root), error
   end
-  return dissect_agentx(pdu, packet.pinfo, packet.root), error
+  mark(item, "ignored", "Not a Notify PDU: the daemon drops it")
+  -- It reports a PDU that it cannot read by itself, and then as an error to us.
+  pcall(agentx.call, agentx, pdu:tvb(), packet.pinfo, packet.root)
+  return "AgentX PDU of type " .. kind, error
 end
 
 local function status(packet)
@@ -887,7 +902,7 @@ end
 local function dissect_packet(packet, to_bmc)
   local tree, bytes = packet.tree, packet.bytes
   if bytes:len() < HEADER_SIZE then
-    tree:add(CHIF["data"].field, bytes)
+    tree:add(CHIF["data"].field, bytes:range())
     mark(tree, "malformed", "A header has 8 bytes, this packet has " .. bytes:len())
     return "packet of " .. bytes:len() .. " bytes"
   end
@@ -945,7 +960,7 @@ local function check_receive(tree, bytes, size)
     mark_as("ignored", "The daemon drops the " .. bytes:len() - size ..
       " bytes behind the first notification of a receive")
   end
-  if bytes:len() > 1 and bytes:range(1, 1):uint() ~= NOTIFY then
+  if size >= AGENTX_HEADER_SIZE and bytes:range(1, 1):uint() ~= NOTIFY then
     mark_as("ignored", "Not a Notify PDU: the daemon reads it as one")
   end
 end
@@ -966,14 +981,13 @@ function agent.dissector(buffer, pinfo, root)
   local tree = root:add(agent, bytes:range())
   add_generated(tree, AGENT["process"].field, process)
   local size = bytes:len()
-  if size >= 20 then
-    size = math.min(size, 20 + bytes:range(16, 4):le_uint())
+  if size >= AGENTX_HEADER_SIZE then
+    size = math.min(size, AGENTX_HEADER_SIZE + bytes:range(16, 4):le_uint())
   end
   tree:add(AGENT["pdu"].field, bytes:range(0, size))
   add_span(tree, AGENT["rest"].field, bytes, size)
   check_receive(tree, bytes, size)
-  local text = dissect_agentx(bytes:range(0, size), pinfo, root)
-  pinfo.cols.protocol = "Host agent"
+  local text = dissect_notify(bytes:range(0, size), root)
   pinfo.cols.info = text .. (size < bytes:len() and ", and bytes behind it" or "")
 end
 
