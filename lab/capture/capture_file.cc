@@ -28,6 +28,12 @@ int data_link_of(LinkType type) {
   return DLT_RAW;
 }
 
+// Writes what is buffered; false with errno. libpcap keeps quiet about a record
+// that it could not write, and about all that follow.
+bool flush(pcap_dumper* dumper) {
+  return pcap_dump_flush(dumper) == 0 && ferror(pcap_dump_file(dumper)) == 0;
+}
+
 }  // namespace
 
 void PcapCloser::operator()(pcap* handle) const {
@@ -54,8 +60,12 @@ std::string CaptureFile::open(const std::string& path, LinkType type) {
     return path + ": " + pcap_geterr(format_.get());
   }
   static_cast<void>(file.release());  // the dumper closes it
-  return pcap_dump_flush(dumper_.get()) == 0 ? ""
-                                             : path + ": cannot write: " + std::strerror(errno);
+  if (flush(dumper_.get())) {
+    return "";
+  }
+  const std::string why = std::strerror(errno);
+  dumper_.reset();
+  return path + ": cannot write: " + why;
 }
 
 std::string CaptureFile::record(const timespec& when, std::span<const uint8_t> packet,
@@ -68,7 +78,7 @@ std::string CaptureFile::record(const timespec& when, std::span<const uint8_t> p
                               .caplen = static_cast<bpf_u_int32>(packet.size()),
                               .len = static_cast<bpf_u_int32>(length)};
   pcap_dump(reinterpret_cast<u_char*>(dumper_.get()), &header, packet.data());
-  if (pcap_dump_flush(dumper_.get()) == 0) {
+  if (flush(dumper_.get())) {
     return "";
   }
   const std::string why = std::strerror(errno);

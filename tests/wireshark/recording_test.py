@@ -129,8 +129,15 @@ def test_a_command(work):
            tshark(work, directory / "traps.pcap", "ip.dst", "snmp.specific_trap"))
 
 
+def test_the_installed_script(work):
+    subprocess.run(["cmake", "--install", build, "--component", "lab", "--prefix", work / "prefix"],
+                   check=True, capture_output=True)
+    expect("what is installed with the lab", (source / "tools/wireshark/tvurev.lua").read_text(),
+           (work / "prefix/share/tvurev/wireshark/tvurev.lua").read_text())
+
+
 with tempfile.TemporaryDirectory() as name:
-    for test in (test_a_whole_run, test_a_killed_run, test_a_command):
+    for test in (test_a_whole_run, test_a_killed_run, test_a_command, test_the_installed_script):
         test(pathlib.Path(name))
 for failure in failures:
     print("FAILED", failure)
