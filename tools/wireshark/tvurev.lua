@@ -8,9 +8,13 @@
 --
 -- A field is named after its constant in wire/chif.h, wire/kcs.h, wire/agentx.h or
 -- lab/capture/record_header.h: chif::session_reply::kErrcode is
--- chif.session_reply.errcode; those of a header are chif.pktsize and so on. What the daemon would not take is marked with an expert
--- item that says what it does instead. Nothing is read before it was seen to be
--- there, so that no packet, however damaged, is an error of this script.
+-- chif.session_reply.errcode; those of a header are chif.pktsize and so on. What the
+-- daemon would not take is marked with an expert item that says what it does instead.
+-- Nothing is read before it was seen to be there, so that no packet, however damaged,
+-- is an error of this script.
+--
+-- One file, although it is long: Wireshark runs every Lua file of its plugin folder
+-- by itself, in no promised order, and -X lua_script names a single one.
 
 local record = Proto("tvurev_record", "Record of the simulated host")
 local chif = Proto("chif", "CHIF")
@@ -50,6 +54,7 @@ local COMPLETIONS = { [0] = "success", [0xC1] = "invalid command" }
 local STATES = { [0] = "usable" }
 local NVRAM_NETWORK_FUNCTION, NVRAM_COMMAND = 0x36, 0x02
 local NOTIFY, AGENTX_HEADER_SIZE, NOTIFICATION_MAX = 12, 20, 4096
+local NON_DEFAULT_CONTEXT, NETWORK_BYTE_ORDER = 0x08, 0x10
 local SNMP_TRAP_OID = "1.3.6.1.6.3.1.1.4.1"
 -- Of a value's type: its name and how the value travels.
 local TYPES = {
@@ -266,7 +271,7 @@ end
 
 -- Requests and replies. What waits for a reply is kept a channel; what was found
 -- is kept a frame, so that it is there when the frame is shown again.
-local waiting, links
+local waiting, links = {}, {}
 
 function chif.init()
   waiting, links = {}, {}
@@ -499,10 +504,10 @@ local function dissect_notify(pdu, root)
   end
   local payload = add_row(tree, pdu, NOTIFY_ROWS.payload_length)
   local flags = pdu:range(NOTIFY_ROWS.flags.at, 1):uint()
-  if has_flag(flags, 0x10) then
+  if has_flag(flags, NETWORK_BYTE_ORDER) then
     mark_notify(tree, "ignored", "Network byte order: the daemon reads little-endian numbers only")
   end
-  if has_flag(flags, 0x08) then
+  if has_flag(flags, NON_DEFAULT_CONTEXT) then
     mark_notify(tree, "ignored", "A context: the daemon takes it for the first binding")
   end
   local stop = AGENTX_HEADER_SIZE + payload
@@ -823,6 +828,22 @@ local function check_notification(packet, claimed)
   end
 end
 
+-- Hands a whole PDU to Wireshark's own dissector. Of a part of one it throws an
+-- exception through this script, which costs Lua a level of its stack each time.
+local function hand_over(pdu, packet)
+  local size = AGENTX_HEADER_SIZE
+  if pdu:len() >= size then
+    local length = pdu:range(NOTIFY_ROWS.payload_length.at, 4)
+    local big_endian = has_flag(pdu:range(NOTIFY_ROWS.flags.at, 1):uint(), NETWORK_BYTE_ORDER)
+    size = size + (big_endian and length:uint() or length:le_uint())
+  end
+  if size > pdu:len() then
+    mark(packet.tree, "malformed", "The PDU ends before its last byte")
+  else
+    agentx:call(pdu:range(0, size):tvb(), packet.pinfo, packet.root)
+  end
+end
+
 local function notification(packet)
   local tree, bytes = packet.tree, packet.bytes
   local error = add(tree, bytes, "notification.errcode")
@@ -843,8 +864,7 @@ local function notification(packet)
     return dissect_notify(pdu, packet.root), error
   end
   mark(item, "ignored", "Not a Notify PDU: the daemon drops it")
-  -- It reports a PDU that it cannot read by itself, and then as an error to us.
-  pcall(agentx.call, agentx, pdu:tvb(), packet.pinfo, packet.root)
+  hand_over(pdu, packet)
   return "AgentX PDU of type " .. kind, error
 end
 
