@@ -56,6 +56,8 @@ int main(int argc, char** argv) {
       ->type_name("ADDRESS")
       ->expected(1)
       ->take_all();
+  app.add_option("--pcap", settings.show.pcap, "directory to record what is sent in")
+      ->type_name("DIR");
   app.add_flag("--keep", settings.show.keep, "stay up and take events from standard input");
   app.footer("After \"--\": a command to run beside the BMC instead of the daemon.");
   const std::span words(argv, static_cast<size_t>(argc));

@@ -12,6 +12,7 @@
 #include <functional>
 #include <utility>
 
+#include "lab/capture/recording.h"
 #include "lab/supervisor/child.h"
 #include "lab/supervisor/local_client.h"
 #include "lab/supervisor/local_socket.h"
@@ -54,6 +55,7 @@ struct Show {
   Child daemon = {};
   Descriptor signals = {};
   LocalClient agent = {};
+  Recording recording = {};
 
   // What was seen.
   int bmc_packets = 0;
@@ -146,7 +148,11 @@ void pump(Show* show, int timeout_ms) {
   for (const Source& source : all) {
     source.child->add_descriptors(&descriptors);
   }
+  show->recording.add_descriptors(&descriptors);
   poll(descriptors.data(), descriptors.size(), timeout_ms);
+  if (const std::string error = show->recording.pump(); !error.empty()) {
+    set_trouble(show, error);
+  }
   if (descriptors[0].revents != 0) {
     signalfd_siginfo taken;
     show->interrupted = read(show->signals.get(), &taken, sizeof(taken)) > 0;
@@ -208,6 +214,9 @@ Program bmc_program(const ShowSettings& settings) {
                      .has_input = true};
   if (!settings.nvram.empty()) {
     program.arguments.insert(program.arguments.end(), {"--nvram", settings.nvram});
+  }
+  if (!settings.pcap.empty()) {
+    program.arguments.insert(program.arguments.end(), {"--pcap", settings.pcap + "/channel.pcap"});
   }
   if (!settings.scenario.empty()) {
     program.arguments.push_back(settings.scenario);
@@ -331,14 +340,19 @@ int summarise(Show* show) {
   return 0;
 }
 
-// Waits a moment for anything of these two and takes it.
-void pump_both(Child* one, Child* other) {
+// Waits a moment for anything of these two and takes it. What goes wrong with the
+// recording is told once: it ends with that.
+void pump_both(Child* one, Child* other, Recording* recording) {
   std::vector<pollfd> descriptors;
   one->add_descriptors(&descriptors);
   other->add_descriptors(&descriptors);
+  recording->add_descriptors(&descriptors);
   poll(descriptors.data(), descriptors.size(), kLookMs);
   one->pump();
   other->pump();
+  if (const std::string error = recording->pump(); !error.empty()) {
+    std::fprintf(stderr, "lab: %s\n", error.c_str());
+  }
 }
 
 }  // namespace
@@ -347,7 +361,10 @@ int run_show(const ShowSettings& settings) {
   Show show = {.settings = settings};
   show.signals = hold_signals();
   signal(SIGPIPE, SIG_IGN);  // the BMC may be gone when a line is typed
-  if (start_everything(&show)) {
+  if (!settings.pcap.empty()) {
+    set_trouble(&show, show.recording.open(settings.pcap));
+  }
+  if (show.trouble.empty() && start_everything(&show)) {
     if (settings.keep) {
       show.input_open = true;
       show.display.prompt = isatty(STDIN_FILENO) != 0 ? "bmc> " : "";
@@ -367,10 +384,16 @@ int run_show(const ShowSettings& settings) {
 int run_command(const ShowSettings& settings, const std::vector<std::string>& command) {
   Child bmc;
   Child program;
+  Recording recording;
+  if (const std::string error = settings.pcap.empty() ? "" : recording.open(settings.pcap);
+      !error.empty()) {
+    std::fprintf(stderr, "lab: %s\n", error.c_str());
+    return kWrong;
+  }
   std::string said = bmc.start(bmc_program(settings));
   bool ready = false;
   while (!ready && bmc.running()) {
-    pump_both(&bmc, &program);
+    pump_both(&bmc, &program, &recording);
     for (const std::string& line : bmc.take_lines()) {
       ready = ready || line == kBmcReady;
       said = line;
@@ -387,7 +410,7 @@ int run_command(const ShowSettings& settings, const std::vector<std::string>& co
     return kNotFound;
   }
   while (program.running()) {
-    pump_both(&bmc, &program);
+    pump_both(&bmc, &program, &recording);
     bmc.take_lines();
   }
   return program.status();

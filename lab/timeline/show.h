@@ -16,6 +16,7 @@ struct ShowSettings {
   std::string nvram;                       // file, may be empty
   std::vector<std::string> receivers;      // addresses for snmptrapd
   std::vector<Bytes> agent_notifications;  // one PDU each
+  std::string pcap;                        // directory for recordings; empty: none
   bool keep = false;
 };
 
