@@ -34,6 +34,7 @@ expect 2 "lab/run: unknown option: --bogus (see --help)" "$run" --bogus
 expect 2 "lab/run: --build needs a value" "$run" --build
 expect 2 "lab/run: --nvram: no such file: $work/none" "$run" --nvram "$work/none"
 expect 2 "lab/run: --agent: no such file: $work/none" "$run" --agent "$work/none"
+expect 2 "lab/run: --mibs: no such folder: $work/none" "$run" --mibs "$work/none"
 expect 2 "lab/run: no command after --" "$run" --
 expect 2 "lab/run: one scenario only: b" "$run" a b
 expect 2 "lab/run: not built: $work/empty/lab/mox-sim" "$run" --build "$work/empty"
