@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The real snmptrapd with the lines of docs/receivers.md.
+#include <algorithm>
+
 #include "tests/receivers/trap_host.h"
 
 namespace {
@@ -44,6 +46,16 @@ TEST_F(SnmptrapdReceiver, HasNoLineForAForeignCommunity) {
   ASSERT_TRUE(run_until_printed("powerInputRestored"));
   EXPECT_THAT(printed(), HasSubstr("community public"));
   EXPECT_EQ(printed().find("ops"), std::string::npos) << printed();
+}
+
+TEST_F(SnmptrapdReceiver, HasTheReceiveBufferOfItsSettingsAsFarAsTheKernelAllows) {
+  constexpr long kAsked = 8388608;
+  const long allowed = std::stol(read_file("/proc/sys/net/core/rmem_max"));
+  start_snmptrapd();
+  run_commands("ss --numeric --udp --all --memory 'src 203.0.113.5' >/tmp/sockets");
+  // The kernel counts its own share in.
+  EXPECT_THAT(read_file("/tmp/sockets"),
+              HasSubstr(",rb" + std::to_string(2 * std::min(kAsked, allowed)) + ","));
 }
 
 }  // namespace
