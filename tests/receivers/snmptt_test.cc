@@ -47,8 +47,8 @@ TEST_F(SnmpttReceiver, LeavesOutWhatAShellWouldTakeForMoreThanText) {
   start_snmptt();
   event(
       "notify 1.3.6.1.4.1.32473.1.0.3 1.3.6.1.4.1.32473.1.1.1=integer:3 "
-      "1.3.6.1.4.1.32473.1.1.2=octets:\"a;b&c|d$(e)<f>*?`g`\" 1.3.6.1.4.1.32473.1.1.3=integer:3");
-  EXPECT_TRUE(run_until_written(kSnmpttLog, " - Fan 3 is failed: abcd(e)f'g'\n"));
+      "1.3.6.1.4.1.32473.1.1.2=octets:\"a;b&c|d$(e)<f>*?`g`[h]^\" 1.3.6.1.4.1.32473.1.1.3=integer:3");
+  EXPECT_TRUE(run_until_written(kSnmpttLog, " - Fan 3 is failed: abcd(e)f'g'h\n"));
 }
 
 }  // namespace
