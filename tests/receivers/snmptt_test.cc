@@ -30,6 +30,14 @@ TEST_F(SnmpttReceiver, WritesATrapThatTheMibDoesNotKnowToItsOwnFile) {
   EXPECT_TRUE(run_until_written(kSnmpttUnknownLog, "Unknown trap (.1.3.6.1.4.1.32473.1.0.99)"));
 }
 
+TEST_F(SnmpttReceiver, ThatStaysUpTakesTrapsFromItsSpool) {
+  start_snmptt_daemon();
+  event(kFanFailed);
+  event(kPowerInputRestored);
+  EXPECT_TRUE(run_until_written(kSnmpttLog, " - Fan 3 is failed: Fan 3 has failed\n"));
+  EXPECT_TRUE(run_until_written(kSnmpttLog, " - Power supply 2 is ok: Input restored\n"));
+}
+
 // Why the page warns of such lines.
 TEST_F(SnmpttReceiver, DoesNotRunAnExecLineThatATextBreaks) {
   start_snmptt();
@@ -47,7 +55,8 @@ TEST_F(SnmpttReceiver, LeavesOutWhatAShellWouldTakeForMoreThanText) {
   start_snmptt();
   event(
       "notify 1.3.6.1.4.1.32473.1.0.3 1.3.6.1.4.1.32473.1.1.1=integer:3 "
-      "1.3.6.1.4.1.32473.1.1.2=octets:\"a;b&c|d$(e)<f>*?`g`[h]^\" 1.3.6.1.4.1.32473.1.1.3=integer:3");
+      "1.3.6.1.4.1.32473.1.1.2=octets:\"a;b&c|d$(e)<f>*?`g`[h]^\" "
+      "1.3.6.1.4.1.32473.1.1.3=integer:3");
   EXPECT_TRUE(run_until_written(kSnmpttLog, " - Fan 3 is failed: abcd(e)f'g'h\n"));
 }
 

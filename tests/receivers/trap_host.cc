@@ -35,13 +35,29 @@ void TrapHost::start_snmptrapd() {
 }
 
 void TrapHost::start_snmptt() {
+  install_snmptt();
+  write_documented("snmptt", "/etc/snmp/snmptrapd.conf");
+  start_snmptrapd();
+}
+
+void TrapHost::start_snmptt_daemon() {
+  install_snmptt();
+  write_file("/etc/snmp/snmptrapd.conf", documented("snmptt", "snmptrapd hands them over with:"));
+  std::filesystem::create_directories("/var/spool/snmptt");
+  // A child of ours, of the one user that there is, without the usual pause.
+  run_commands(
+      "sed -i -e 's/^daemon_fork = 1/daemon_fork = 0/' -e 's/^daemon_uid = .*/daemon_uid =/' "
+      "-e 's/^sleep = 5/sleep = 1/' /etc/snmp/snmptt.ini");
+  ASSERT_EQ(snmptt_.start({.arguments = {"snmptt", "--daemon"}, .output = Program::kMerged}), "");
+  start_snmptrapd();
+}
+
+void TrapHost::install_snmptt() {
   std::filesystem::create_directories("/var/log/snmptt");
   std::filesystem::copy("/run/lab/snmptt.ini", kSnmpttIni);
   std::filesystem::permissions(kSnmpttIni, std::filesystem::perms::owner_all);
   change_documented("snmptt", kSnmpttIni);
-  write_documented("snmptt", "/etc/snmp/snmptrapd.conf");
   run_commands(documented("snmptt", "From the MIB:"));
-  start_snmptrapd();
 }
 
 void TrapHost::run_commands(const std::string& commands) {

@@ -30,6 +30,8 @@ class TrapHost : public Host {
   void start_snmptrapd();
   // Does both for snmptt behind it.
   void start_snmptt();
+  // The same for one snmptt that stays up.
+  void start_snmptt_daemon();
 
   // Runs shell commands to their end.
   void run_commands(const std::string& commands);
@@ -41,7 +43,10 @@ class TrapHost : public Host {
   const std::string& printed();
 
  private:
+  void install_snmptt();
+
   Child snmptrapd_;
+  Child snmptt_;
 };
 
 #endif  // TVUREV_TESTS_RECEIVERS_TRAP_HOST_H_
