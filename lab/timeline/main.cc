@@ -52,6 +52,8 @@ int main(int argc, char** argv) {
   app.add_option("--scenario", settings.show.scenario, "what the BMC does")->type_name("FILE");
   app.add_option("--nvram", settings.show.nvram, "the BMC's variables")->type_name("FILE");
   app.add_option("--agent", settings.agent, "notifications of a local agent")->type_name("FILE");
+  app.add_option("--mibs", settings.show.mibs, "folders of MIB modules that name what traps hold")
+      ->type_name("DIR[:DIR...]");
   app.add_option("--receiver", settings.show.receivers, "address to receive traps at")
       ->type_name("ADDRESS")
       ->expected(1)

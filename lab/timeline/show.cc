@@ -224,6 +224,13 @@ Program bmc_program(const ShowSettings& settings) {
   return program;
 }
 
+// Names what it receives by every module of the folders, or by numbers.
+Program receiver_program(const ShowSettings& settings) {
+  return settings.mibs.empty()
+             ? trap_daemon(settings.receivers)
+             : trap_daemon(settings.receivers, {"-M", settings.mibs, "-m", "ALL", "-OS"});
+}
+
 bool start_everything(Show* show) {
   const ShowSettings& settings = show->settings;
   show->scenario_done = show->scenario_passed = settings.scenario.empty();
@@ -232,7 +239,7 @@ bool start_everything(Show* show) {
           show, &show->syslogd, "syslogd",
           {.arguments = {"busybox", "syslogd", "-n", "-O", "-"}, .output = Program::kMerged},
           log_is_read) ||
-      !start_service(show, &show->snmptrapd, "snmptrapd", trap_daemon(settings.receivers),
+      !start_service(show, &show->snmptrapd, "snmptrapd", receiver_program(settings),
                      [&] { return trap_ports_are_open(settings.receivers); }) ||
       !start_service(show, &show->bmc, "mox-sim", bmc_program(settings),
                      [show] { return show->bmc_ready; })) {

@@ -14,6 +14,7 @@ struct ShowSettings {
   std::string tools;                       // directory of mox-sim
   std::string scenario;                    // may be empty
   std::string nvram;                       // file, may be empty
+  std::string mibs;                        // folders of MIB modules, with ":"; may be empty
   std::vector<std::string> receivers;      // addresses for snmptrapd
   std::vector<Bytes> agent_notifications;  // one PDU each
   std::string pcap;                        // directory for recordings; empty: none

@@ -37,6 +37,7 @@ expect 2 "lab/run: --agent: no such file: $work/none" "$run" --agent "$work/none
 expect 2 "lab/run: --pcap needs a value" "$run" --pcap
 expect 2 "mox-sim: $work/none/x.pcap: cannot write: No such file or directory" \
   "$sim" --channels "$work/empty" --pcap "$work/none/x.pcap"
+expect 2 "lab/run: --mibs: no such folder: $work/none" "$run" --mibs "$work/none"
 expect 2 "lab/run: no command after --" "$run" --
 expect 2 "lab/run: one scenario only: b" "$run" a b
 expect 2 "lab/run: not built: $work/empty/lab/mox-sim" "$run" --build "$work/empty"
