@@ -162,11 +162,11 @@ void show_memory(Rack* rack, long left_before) {
   std::ranges::transform(rack->hosts, std::back_inserter(sizes), memory_of_host);
   std::ranges::sort(sizes);
   char line[160];
+  // The last figure is the whole machine's, with whatever others do on it.
   std::snprintf(line, sizeof line,
-                "memory of a host: %ld KiB in its two processes (most: %ld), %ld KiB with the "
-                "kernel's and the lab's",
-                sizes[sizes.size() / 2], sizes.back(),
-                (left_before - memory_left()) / static_cast<long>(rack->hosts.size()));
+                "a host's two processes have %ld KiB (most: %ld); the machine has %ld MiB less "
+                "than before",
+                sizes[sizes.size() / 2], sizes.back(), (left_before - memory_left()) / 1'024);
   show_line(rack, line);
 }
 

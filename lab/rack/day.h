@@ -17,8 +17,8 @@ struct DaySettings {
   int flood = 5'000;    // notifications of the host that floods
   bool restart = true;  // whether the BMCs restart
   ReceiverSettings receivers;
-  std::string build;    // the build directory
-  std::string samples;  // a file to write for the plot; none when empty
+  std::vector<std::string> preload;  // libraries for every daemon, paths in the sandbox
+  std::string samples;               // a file to write for the plot; none when empty
 };
 
 // Plays it. Returns the exit status: 0; 1 when notifications were lost before a

@@ -50,20 +50,23 @@ void make_root(const std::string& root, const std::string& address) {
 }
 
 Program daemon_program(const std::string& root, const std::string& address,
-                       const std::string& build) {
-  const std::string source = build + "/lab/libracksource.so";
-  return {.arguments = {"bwrap", "--bind", root, "/", "--ro-bind", "/usr", "/usr", "--symlink",
-                        "usr/bin", "/bin", "--symlink", "usr/lib", "/lib", "--symlink", "usr/lib64",
-                        "/lib64", "--ro-bind", "/proc", "/proc", "--dev-bind", "/dev", "/dev",
-                        "--ro-bind", "/sbin/tvurev", "/sbin/tvurev", "--ro-bind",
-                        "/run/lab/libmoxshim.so", "/run/lab/libmoxshim.so", "--ro-bind", source,
-                        "/run/lab/libracksource.so", "--setenv", "LD_PRELOAD",
-                        "/run/lab/libmoxshim.so:/run/lab/libracksource.so", "--setenv",
-                        "RACK_ADDRESS", address,
-                        // What a sanitizer's library says of not being the first.
-                        "--setenv", "ASAN_OPTIONS", "verify_asan_link_order=0", "--chdir", "/",
-                        "--", "/sbin/tvurev"},
-          .output = Program::kMerged};
+                       const std::vector<std::string>& preload) {
+  // clang-format off
+  Program program = {.arguments = {
+      "bwrap", "--bind", root, "/", "--ro-bind", "/usr", "/usr", "--symlink", "usr/bin", "/bin",
+      "--symlink", "usr/lib", "/lib", "--symlink", "usr/lib64", "/lib64",
+      "--ro-bind", "/proc", "/proc", "--dev-bind", "/dev", "/dev",
+      "--ro-bind", "/sbin/tvurev", "/sbin/tvurev", "--setenv", "RACK_ADDRESS", address},
+      .output = Program::kMerged};
+  // clang-format on
+  std::string libraries;
+  for (const std::string& library : preload) {
+    program.arguments.insert(program.arguments.end(), {"--ro-bind", library, library});
+    libraries += (libraries.empty() ? "" : ":") + library;
+  }
+  program.arguments.insert(program.arguments.end(), {"--setenv", "LD_PRELOAD", libraries, "--chdir",
+                                                     "/", "--", "/sbin/tvurev"});
+  return program;
 }
 
 // Follows the daemon's session.
@@ -102,7 +105,7 @@ int host_of_address(const std::string& address) {
   return ours ? high * kHostsOfAByte + low : 0;
 }
 
-std::string start_host(RackHost* host, int number, const std::string& build) {
+std::string start_host(RackHost* host, int number, const std::vector<std::string>& preload) {
   const std::string root = "/run/rack/" + std::to_string(number);
   host->number = number;
   host->address = address_of_host(number);
@@ -120,7 +123,7 @@ std::string start_host(RackHost* host, int number, const std::string& build) {
   };
   std::string error =
       host->bmc.open_channels(root + "/vmfs/devices/char/vmkdriver", 0, kLastServedChannel);
-  return !error.empty() ? error : host->daemon.start(daemon_program(root, host->address, build));
+  return !error.empty() ? error : host->daemon.start(daemon_program(root, host->address, preload));
 }
 
 std::string say(RackHost* host, uint32_t specific, const std::string& text) {

@@ -30,10 +30,10 @@ struct RackHost {
 std::string address_of_host(int number);
 int host_of_address(const std::string& address);
 
-// Makes the root, serves the BMC's channels there and starts the daemon. build is
-// the build directory, where it can be read in the sandbox. Returns an empty
-// text, or what went wrong.
-std::string start_host(RackHost* host, int number, const std::string& build);
+// Makes the root, serves the BMC's channels there and starts the daemon with the
+// libraries that simulate its device and its network, and those of preload (paths
+// in the sandbox). Returns an empty text, or what went wrong.
+std::string start_host(RackHost* host, int number, const std::vector<std::string>& preload);
 
 // Has the BMC send a notification with this specific trap number, which carries
 // its running number in 1.3.6.1.4.1.32473.1.1.1.0. Returns an empty text, or what

@@ -31,6 +31,7 @@ int main(int argc, char** argv) {
       ->check(CLI::NonNegativeNumber);
   app.add_option("--handler", settings.receivers.handler, "command that they run for every trap");
   app.add_option("--samples", settings.samples, "file to write for the plot");
+  app.add_option("--preload", settings.preload, "library more for every daemon");
   app.add_flag("--no-restart", no_restart, "the BMCs do not restart");
   try {
     app.parse(argc, argv);
@@ -42,7 +43,9 @@ int main(int argc, char** argv) {
     return kWrong;
   }
   settings.restart = !no_restart;
-  settings.build = std::filesystem::read_symlink("/proc/self/exe").parent_path().parent_path();
+  const auto lab = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+  settings.preload.insert(settings.preload.begin(),
+                          {lab / "libmoxshim.so", lab / "libracksource.so"});
   rlimit files = {};  // some descriptors a host
   if (getrlimit(RLIMIT_NOFILE, &files) == 0) {
     files.rlim_cur = files.rlim_max;

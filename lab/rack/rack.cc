@@ -154,7 +154,7 @@ bool add_host(Rack* rack) {
       host.waits = false;
     }
   };
-  const std::string error = start_host(&host, number, rack->settings.build);
+  const std::string error = start_host(&host, number, rack->settings.preload);
   for (const Channel& channel : host.bmc.channels) {
     watch(*rack, channel.listener.get(), EPOLLIN, number, EPOLL_CTL_ADD);
   }
