@@ -2,6 +2,7 @@
 #include "lab/rack/receiver.h"
 
 #include <arpa/inet.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdio>
@@ -35,11 +36,12 @@ SocketCounts socket_counts(std::string_view table, const std::string& address) {
   constexpr size_t kLocal = 1;
   constexpr size_t kQueues = 4;
   constexpr size_t kDrops = 12;
+  constexpr size_t kFields = 13;
   const std::string wanted = kernel_text(address);
   std::istringstream lines{std::string(table)};
   for (std::string line; std::getline(lines, line);) {
     std::istringstream words(line);
-    std::array<std::string, kDrops + 1> fields;
+    std::array<std::string, kFields> fields;
     for (std::string& field : fields) {
       words >> field;
     }
@@ -66,6 +68,23 @@ long datagrams_sent(std::string_view table) {
     words >> word;
   }
   return std::atol(word.c_str());
+}
+
+double processor_seconds(std::string_view stat) {
+  constexpr int kState = 3;  // the first field behind the name, which may hold anything
+  constexpr int kUserTime = 14;
+  constexpr int kChildrensSystemTime = 17;
+  const size_t name_end = stat.rfind(')');
+  if (name_end == std::string_view::npos) {
+    return 0;
+  }
+  std::istringstream words{std::string(stat.substr(name_end + 1))};
+  std::string word;
+  double ticks = 0;
+  for (int field = kState; field <= kChildrensSystemTime && words >> word; ++field) {
+    ticks += field >= kUserTime ? std::atof(word.c_str()) : 0;
+  }
+  return ticks / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
 std::string start_receiver(Receiver* receiver, const std::string& address, int hosts,

@@ -23,6 +23,10 @@ SocketCounts socket_counts(std::string_view table, const std::string& address);
 // text of "/proc/net/snmp".
 long datagrams_sent(std::string_view table);
 
+// The processor time of a program and of the children that it has reaped, in
+// seconds, from the text of its "/proc/PID/stat".
+double processor_seconds(std::string_view stat);
+
 struct ReceiverSettings {
   long buffer = 0;      // bytes to ask the kernel for; 0: its default
   std::string handler;  // a command to run for every trap; none when empty

@@ -5,6 +5,8 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <fstream>
+#include <iterator>
 
 namespace {
 
@@ -41,6 +43,15 @@ void erase_table(Rack* rack) {
   for (; rack->lines_shown > 0; --rack->lines_shown) {
     std::fputs("\033[A\033[2K", stdout);
   }
+}
+
+double microseconds_a_trap(const Receiver& receiver) {
+  constexpr double kMicroseconds = 1e6;
+  std::ifstream file("/proc/" + std::to_string(receiver.snmptrapd.pid()) + "/stat");
+  const std::string stat(std::istreambuf_iterator<char>(file), {});
+  return receiver.printed == 0
+             ? 0
+             : processor_seconds(stat) * kMicroseconds / static_cast<double>(receiver.printed);
 }
 
 void write_for_plot(const Rack& rack) {
@@ -100,11 +111,12 @@ void show_totals(Rack* rack) {
   erase_table(rack);
   std::printf("\n%ld notifications of %zu hosts, %ld datagrams, %ld lines of log\n", said(*rack),
               rack->hosts.size(), rack->sent, rack->log_lines);
-  std::printf("%-16s %10s %22s %26s %11s\n", "receiver", "received", "dropped at the socket",
-              "lost before the socket", "misplaced");
+  std::printf("%-16s %10s %22s %26s %11s %12s\n", "receiver", "received", "dropped at the socket",
+              "lost before the socket", "misplaced", "us of CPU");
   for (const Receiver& receiver : rack->receivers) {
-    std::printf("%-16s %10ld %22ld %26ld %11ld\n", receiver.address.c_str(), receiver.printed,
-                receiver.socket.dropped, missing(*rack, receiver), receiver.misplaced);
+    std::printf("%-16s %10ld %22ld %26ld %11ld %12.0f\n", receiver.address.c_str(),
+                receiver.printed, receiver.socket.dropped, missing(*rack, receiver),
+                receiver.misplaced, microseconds_a_trap(receiver));
   }
   std::fflush(stdout);
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a rack counts: the kernel's tables and the receivers' lines.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "lab/rack/host.h"
 #include "lab/rack/receiver.h"
@@ -44,6 +45,13 @@ TEST(RackTables, ASocketIsFoundByItsAddress) {
 TEST(RackTables, DatagramsAreThoseOfUdpAlone) {
   EXPECT_EQ(datagrams_sent(kCounters), 44);
   EXPECT_EQ(datagrams_sent(""), 0);
+}
+
+TEST(RackTables, ProcessorTimeIsThatOfTheChildrenToo) {
+  const double ticks = static_cast<double>(sysconf(_SC_CLK_TCK));
+  EXPECT_DOUBLE_EQ(processor_seconds("7 (a) b) S 1 7 7 0 -1 4194304 9 9 9 9 100 20 3 4 20 0 1 0"),
+                   127 / ticks);
+  EXPECT_DOUBLE_EQ(processor_seconds(""), 0);
 }
 
 TEST(RackAddresses, EveryHostHasItsOwnAndIsFoundByIt) {
