@@ -36,12 +36,12 @@ SocketCounts socket_counts(std::string_view table, const std::string& address) {
   constexpr size_t kLocal = 1;
   constexpr size_t kQueues = 4;
   constexpr size_t kDrops = 12;
-  constexpr size_t kFields = 13;
+  constexpr size_t kColumns = 13;
   const std::string wanted = kernel_text(address);
   std::istringstream lines{std::string(table)};
   for (std::string line; std::getline(lines, line);) {
     std::istringstream words(line);
-    std::array<std::string, kFields> fields;
+    std::array<std::string, kColumns> fields;
     for (std::string& field : fields) {
       words >> field;
     }
