@@ -106,7 +106,7 @@ def test_a_killed_run(work):
     run.stdin.write("expect connect\nnotify 1.3.6.1.4.1.32473.1.0.3\n")
     run.stdin.flush()
     for line in run.stdout:
-        if "Enterprise Specific Trap (3)" in line:
+        if "Enterprise Specific Trap (TVUREV-DEMO-MIB::fanFailed)" in line:
             break
     os.killpg(run.pid, signal.SIGKILL)
     run.wait()
