@@ -26,6 +26,7 @@ constexpr uint32_t kSupplyFailed = 5;
 constexpr uint32_t kFloods = 7;
 constexpr size_t kMostWaiting = 16;
 constexpr int kSignalled = 128;
+constexpr long kKibAMib = 1024;
 
 double seconds_since(steady_clock::time_point moment) {
   return duration<double>(steady_clock::now() - moment).count();
@@ -103,9 +104,11 @@ void settle(Rack* rack) {
 }
 
 void show_rate(Rack* rack, long count, double taken) {
-  char line[96];
-  std::snprintf(line, sizeof line, "%ld notifications were sent and read in %.2f s: %.0f a second",
-                count, taken, static_cast<double>(count) / taken);
+  char line[128];
+  std::snprintf(
+      line, sizeof line,
+      "%ld notifications, each read or dropped at both receivers after %.2f s: %.0f a second",
+      count, taken, static_cast<double>(count) / taken);
   show_line(rack, line);
 }
 
@@ -162,11 +165,12 @@ void show_memory(Rack* rack, long left_before) {
   std::ranges::transform(rack->hosts, std::back_inserter(sizes), memory_of_host);
   std::ranges::sort(sizes);
   char line[160];
-  // The last figure is the whole machine's, with whatever others do on it.
-  std::snprintf(line, sizeof line,
-                "a host's two processes have %ld KiB (most: %ld); the machine has %ld MiB less "
-                "than before",
-                sizes[sizes.size() / 2], sizes.back(), (left_before - memory_left()) / 1'024);
+  std::snprintf(line, sizeof line, "a host's two processes have %ld KiB (most: %ld)",
+                sizes[sizes.size() / 2], sizes.back());
+  show_line(rack, line);
+  // The whole machine's, with whatever others do on it meanwhile.
+  std::snprintf(line, sizeof line, "the machine had %ld MiB to spare before, and now %ld",
+                left_before / kKibAMib, memory_left() / kKibAMib);
   show_line(rack, line);
 }
 

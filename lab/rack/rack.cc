@@ -27,7 +27,7 @@ using std::chrono::steady_clock;
 constexpr std::array<const char*, 2> kReceivers = {"192.0.2.7", "198.51.100.9"};
 constexpr const char* kSystemLog = "/dev/log";
 constexpr milliseconds kSampleEvery(100);
-constexpr seconds kReadyLimit(10);
+constexpr seconds kReadyLimit(60);
 constexpr int kLookMs = 20;
 constexpr int kHostsAtOnce = 64;
 

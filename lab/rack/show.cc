@@ -24,11 +24,14 @@ std::string text(const char* format, ...) {
   return line.data();
 }
 
+std::string first_line(const Rack& rack) {
+  return text("%6.1f s  %-20s hosts %d of %d   BMCs said %ld   datagrams sent %ld",
+              seconds_since_start(rack), rack.phase.c_str(), connected(rack), rack.settings.hosts,
+              said(rack), rack.sent);
+}
+
 std::vector<std::string> table(const Rack& rack) {
-  std::vector<std::string> lines = {
-      text("%6.1f s  %-22s hosts %d of %d   BMCs said %ld   datagrams sent %ld",
-           seconds_since_start(rack), rack.phase.c_str(), connected(rack), rack.settings.hosts,
-           said(rack), rack.sent)};
+  std::vector<std::string> lines = {first_line(rack)};
   for (const Receiver& receiver : rack.receivers) {
     lines.push_back(
         text("          %-15s received %8ld   dropped at the socket %6ld   "
@@ -37,6 +40,17 @@ std::vector<std::string> table(const Rack& rack) {
              missing(rack, receiver), receiver.socket.waiting_bytes));
   }
   return lines;
+}
+
+// Where nothing can be written anew: all of it in one line.
+std::string short_line(const Rack& rack) {
+  std::string received = "   received";
+  std::string dropped = "   dropped";
+  for (const Receiver& receiver : rack.receivers) {
+    received += " " + std::to_string(receiver.printed);
+    dropped += " " + std::to_string(receiver.socket.dropped);
+  }
+  return first_line(rack) + received + dropped;
 }
 
 void erase_table(Rack* rack) {
@@ -79,14 +93,15 @@ void show_sample(Rack* rack) {
     return;
   }
   erase_table(rack);
-  const std::vector<std::string> lines = table(*rack);
   if (terminal) {
+    // A line that is too long for the terminal is cut: a wrapped one would be two.
+    const std::vector<std::string> lines = table(*rack);
     for (const std::string& line : lines) {
-      std::puts(line.c_str());
+      std::printf("\033[?7l%s\033[?7h\n", line.c_str());
     }
     rack->lines_shown = static_cast<int>(lines.size());
   } else {
-    std::puts(lines[0].c_str());
+    std::puts(short_line(*rack).c_str());
   }
   std::fflush(stdout);
 }
@@ -112,7 +127,7 @@ void show_totals(Rack* rack) {
   std::printf("\n%ld notifications of %zu hosts, %ld datagrams, %ld lines of log\n", said(*rack),
               rack->hosts.size(), rack->sent, rack->log_lines);
   std::printf("%-16s %10s %22s %26s %11s %12s\n", "receiver", "received", "dropped at the socket",
-              "lost before the socket", "misplaced", "us of CPU");
+              "lost before the socket", "misplaced", "CPU us/trap");
   for (const Receiver& receiver : rack->receivers) {
     std::printf("%-16s %10ld %22ld %26ld %11ld %12.0f\n", receiver.address.c_str(),
                 receiver.printed, receiver.socket.dropped, missing(*rack, receiver),

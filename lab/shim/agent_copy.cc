@@ -41,10 +41,11 @@ void send_copy(int fd, const void* bytes, size_t length) {
   message.msg_namelen = address.size;
   message.msg_iov = parts.data();
   message.msg_iovlen = parts.size();
-  const int copies = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  // Not by the C library's names: another preload may count or fail those calls,
+  // and these are none of the program's.
+  const auto copies = syscall(SYS_socket, AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   if (copies >= 0) {
-    sendmsg(copies, &message, MSG_NOSIGNAL);
-    // Not close(): a preload behind this one may count those.
+    syscall(SYS_sendmsg, copies, &message, MSG_NOSIGNAL);
     syscall(SYS_close, copies);
   }
   errno = errno_before;
