@@ -4,6 +4,7 @@
 // docs/agents.md says what is done here, and why.
 #define _GNU_SOURCE
 #include <errno.h>
+#include <fcntl.h>
 #include <linux/sockios.h>
 #include <stdint.h>
 #include <stdio.h>
@@ -105,13 +106,33 @@ static int connect_to_tvurev(long wait_seconds) {
   }
 }
 
-// Writes one notification, with one call, and waits until tvurev has read it. 0
-// when it hung up instead: it has not read it then.
-static int hand_over(int fd, const Pdu* pdu) {
+// Writes one notification, with one call. The descriptor that goes with it is for
+// nobody: behind it Linux ends the receive that takes this notification, so that
+// the next one is never taken with it.
+static int send_alone(int fd, Pdu* pdu) {
+  const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
+  struct iovec part = {.iov_base = pdu->bytes, .iov_len = pdu->size};
+  union {
+    struct cmsghdr header;
+    char bytes[CMSG_SPACE(sizeof(int))];
+  } control = {.header = {CMSG_LEN(sizeof nothing), SOL_SOCKET, SCM_RIGHTS}};
+  memcpy(CMSG_DATA(&control.header), &nothing, sizeof nothing);
+  const struct msghdr message = {.msg_iov = &part,
+                                 .msg_iovlen = 1,
+                                 .msg_control = control.bytes,
+                                 .msg_controllen = sizeof control.bytes};
+  const ssize_t sent = sendmsg(fd, &message, MSG_NOSIGNAL);
+  close(nothing);
+  return sent == (ssize_t)pdu->size;
+}
+
+// Hands one over and waits until tvurev has read it. 0 when it hung up instead: it
+// has not read it then.
+static int hand_over(int fd, Pdu* pdu) {
   int unread = 1;
   int error = 0;
   socklen_t size = sizeof error;
-  if (send(fd, pdu->bytes, pdu->size, MSG_NOSIGNAL) != (ssize_t)pdu->size) return 0;
+  if (!send_alone(fd, pdu)) return 0;
   while (ioctl(fd, SIOCOUTQ, &unread) == 0 && unread > 0) pause_for(50000);
   // Nothing is unread either when tvurev's end was closed; the kernel tells.
   return getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == 0 && error == 0;

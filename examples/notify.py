@@ -84,11 +84,19 @@ def connect(wait_seconds):
     return None
 
 
+def send_alone(agent, pdu):
+    """Writes one notification, with one call. The descriptor that goes with it is for
+    nobody: behind it Linux ends the receive that takes this notification, so that the
+    next one is never taken with it."""
+    with open("/dev/null", "rb") as nothing:
+        return socket.send_fds(agent, [pdu], [nothing.fileno()]) == len(pdu)
+
+
 def hand_over(agent, pdu):
-    """Writes one notification, with one call, and waits until tvurev has read it.
-    False when it hung up instead: it has not read it then."""
+    """Hands one over and waits until tvurev has read it. False when it hung up
+    instead: it has not read it then."""
     try:
-        if agent.send(pdu) != len(pdu):
+        if not send_alone(agent, pdu):
             return False
     except OSError:
         return False
