@@ -3,7 +3,7 @@
 
 #include <unistd.h>
 
-#include <cstdarg>
+#include <array>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
@@ -14,32 +14,26 @@ double seconds_since_start(const Rack& rack) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - rack.start).count();
 }
 
-std::string text(const char* format, ...) __attribute__((format(printf, 1, 2)));
-std::string text(const char* format, ...) {
-  std::array<char, 256> line = {};
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(line.data(), line.size(), format, arguments);
-  va_end(arguments);
+// Longer than any line of the table.
+using Line = std::array<char, 256>;
+
+std::string first_line(const Rack& rack) {
+  Line line = {};
+  std::snprintf(line.data(), line.size(),
+                "%6.1f s  %-20s hosts %d of %d   BMCs said %ld   datagrams sent %ld",
+                seconds_since_start(rack), rack.phase.c_str(), connected(rack), rack.settings.hosts,
+                said(rack), rack.sent);
   return line.data();
 }
 
-std::string first_line(const Rack& rack) {
-  return text("%6.1f s  %-20s hosts %d of %d   BMCs said %ld   datagrams sent %ld",
-              seconds_since_start(rack), rack.phase.c_str(), connected(rack), rack.settings.hosts,
-              said(rack), rack.sent);
-}
-
-std::vector<std::string> table(const Rack& rack) {
-  std::vector<std::string> lines = {first_line(rack)};
-  for (const Receiver& receiver : rack.receivers) {
-    lines.push_back(
-        text("          %-15s received %8ld   dropped at the socket %6ld   "
-             "on the way %6ld   waiting %7ld bytes",
-             receiver.address.c_str(), receiver.printed, receiver.socket.dropped,
-             missing(rack, receiver), receiver.socket.waiting_bytes));
-  }
-  return lines;
+std::string line_of(const Rack& rack, const Receiver& receiver) {
+  Line line = {};
+  std::snprintf(line.data(), line.size(),
+                "          %-15s received %8ld   dropped at the socket %6ld   "
+                "on the way %6ld   waiting %7ld bytes",
+                receiver.address.c_str(), receiver.printed, receiver.socket.dropped,
+                missing(rack, receiver), receiver.socket.waiting_bytes);
+  return line.data();
 }
 
 // Where nothing can be written anew: all of it in one line.
@@ -95,7 +89,10 @@ void show_sample(Rack* rack) {
   erase_table(rack);
   if (terminal) {
     // A line that is too long for the terminal is cut: a wrapped one would be two.
-    const std::vector<std::string> lines = table(*rack);
+    std::vector<std::string> lines = {first_line(*rack)};
+    for (const Receiver& receiver : rack->receivers) {
+      lines.push_back(line_of(*rack, receiver));
+    }
     for (const std::string& line : lines) {
       std::printf("\033[?7l%s\033[?7h\n", line.c_str());
     }

@@ -8,6 +8,7 @@
 #include <span>
 
 #include "lab/sim/scenario.h"
+#include "lab/timeline/command.h"
 #include "lab/timeline/show.h"
 #include "wire/chif.h"
 

@@ -19,6 +19,7 @@
 #include "lab/supervisor/signals.h"
 #include "lab/supervisor/trap_daemon.h"
 #include "lab/timeline/display.h"
+#include "lab/timeline/programs.h"
 
 namespace {
 
@@ -32,19 +33,12 @@ constexpr std::chrono::seconds kInterruptedLimit(2);
 // How often to look at what wakes nobody.
 constexpr int kLookMs = 10;
 
-constexpr int kWrong = 2;
-constexpr int kNotFound = 127;
 constexpr int kSignalled = 128;
 
 constexpr const char* kSystemLog = "/dev/log";
 constexpr const char* kStopFile = "/opt/ortdv/tmp/tvurevbmcstop.text";
 constexpr const char* kAgentStopFile = "/opt/ortdv/tmp/tvurevortstop.text";
-constexpr const char* kBmcReady = "mox-sim: ready";
 constexpr const char* kLastLogLine = "lab: end of the log";
-
-// For what runs on the host. The sanitizers want to be the first library.
-const std::vector<std::string> kOnHost = {"LD_PRELOAD=/run/lab/libmoxshim.so",
-                                          "ASAN_OPTIONS=verify_asan_link_order=0"};
 
 struct Show {
   const ShowSettings& settings;
@@ -208,29 +202,6 @@ bool start_service(Show* show, Child* child, const std::string& label, const Pro
   return in_time && !child->ended() && !show->interrupted;
 }
 
-Program bmc_program(const ShowSettings& settings) {
-  Program program = {.arguments = {settings.tools + "/mox-sim", "--live", "--stay"},
-                     .output = Program::kMerged,
-                     .has_input = true};
-  if (!settings.nvram.empty()) {
-    program.arguments.insert(program.arguments.end(), {"--nvram", settings.nvram});
-  }
-  if (!settings.pcap.empty()) {
-    program.arguments.insert(program.arguments.end(), {"--pcap", settings.pcap + "/channel.pcap"});
-  }
-  if (!settings.scenario.empty()) {
-    program.arguments.push_back(settings.scenario);
-  }
-  return program;
-}
-
-// Names what it receives by every module of the folders, or by numbers.
-Program receiver_program(const ShowSettings& settings) {
-  return settings.mibs.empty()
-             ? trap_daemon(settings.receivers)
-             : trap_daemon(settings.receivers, {"-M", settings.mibs, "-m", "ALL", "-OS"});
-}
-
 bool start_everything(Show* show) {
   const ShowSettings& settings = show->settings;
   show->scenario_done = show->scenario_passed = settings.scenario.empty();
@@ -246,8 +217,9 @@ bool start_everything(Show* show) {
     return false;
   }
   ::show(show->display, Stream::kLab, "starting tvurev");
-  return start(show, &show->daemon, "tvurev",
-               {.arguments = {"/sbin/tvurev"}, .environment = kOnHost, .output = Program::kMerged});
+  return start(
+      show, &show->daemon, "tvurev",
+      {.arguments = {"/sbin/tvurev"}, .environment = on_host(), .output = Program::kMerged});
 }
 
 // Hands the agent's notifications over. One receive of the daemon is one
@@ -347,21 +319,6 @@ int summarise(Show* show) {
   return 0;
 }
 
-// Waits a moment for anything of these two and takes it. What goes wrong with the
-// recording is told once: it ends with that.
-void pump_both(Child* one, Child* other, Recording* recording) {
-  std::vector<pollfd> descriptors;
-  one->add_descriptors(&descriptors);
-  other->add_descriptors(&descriptors);
-  recording->add_descriptors(&descriptors);
-  poll(descriptors.data(), descriptors.size(), kLookMs);
-  one->pump();
-  other->pump();
-  if (const std::string error = recording->pump(); !error.empty()) {
-    std::fprintf(stderr, "lab: %s\n", error.c_str());
-  }
-}
-
 }  // namespace
 
 int run_show(const ShowSettings& settings) {
@@ -386,39 +343,4 @@ int run_show(const ShowSettings& settings) {
   end_daemon(&show);
   end_services(&show);
   return summarise(&show);
-}
-
-int run_command(const ShowSettings& settings, const std::vector<std::string>& command) {
-  Child bmc;
-  Child program;
-  Recording recording;
-  if (const std::string error = settings.pcap.empty() ? "" : recording.open(settings.pcap);
-      !error.empty()) {
-    std::fprintf(stderr, "lab: %s\n", error.c_str());
-    return kWrong;
-  }
-  std::string said = bmc.start(bmc_program(settings));
-  bool ready = false;
-  while (!ready && bmc.running()) {
-    pump_both(&bmc, &program, &recording);
-    for (const std::string& line : bmc.take_lines()) {
-      ready = ready || line == kBmcReady;
-      said = line;
-    }
-  }
-  if (!ready) {
-    std::fprintf(stderr, "lab: %s\n", said.c_str());
-    return kWrong;
-  }
-  const std::string error =
-      program.start({.arguments = command, .environment = kOnHost, .output = Program::kOurs});
-  if (!error.empty()) {
-    std::fprintf(stderr, "%s\n", error.c_str());
-    return kNotFound;
-  }
-  while (program.running()) {
-    pump_both(&bmc, &program, &recording);
-    bmc.take_lines();
-  }
-  return program.status();
 }

@@ -25,7 +25,4 @@ struct ShowSettings {
 // arrived, 1 when not, 130 after an interruption.
 int run_show(const ShowSettings& settings);
 
-// Runs a command with the BMC up; standard streams and exit status are its own.
-int run_command(const ShowSettings& settings, const std::vector<std::string>& command);
-
 #endif  // TVUREV_LAB_TIMELINE_SHOW_H_

@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Holds docs/receivers.md to the tests and to docs/oddities.md.
+"""Holds the table of docs/receivers.md to the tests and to docs/oddities.md.
 
 usage: receivers_test.py SOURCE_DIR
 
-Every row of "What changes on the way" names a test, every test that the page names
-exists, and every row whose reason is an oddity names an entry.
+Every row of "What changes on the way" names a test (named_tests.py looks for it), and
+every row whose reason is an oddity names an entry.
 """
 import pathlib
 import re
@@ -14,13 +14,7 @@ import sys
 source = pathlib.Path(sys.argv[1])
 page = (source / "docs/receivers.md").read_text()
 oddities = set(re.findall(r"^### (\S+)$", (source / "docs/oddities.md").read_text(), re.M))
-tests = set()
-for path in (source / "tests").rglob("*.cc"):
-    for suite, test in re.findall(r"^TEST(?:_[FP])?\(\s*(\w+),\s*(\w+)\)", path.read_text(), re.M):
-        tests.add(f"{suite}.{test}")
-
-failures = [f"there is no test {test}"
-            for test in re.findall(r"`([A-Z]\w+\.[A-Z]\w+)`", page) if test not in tests]
+failures = []
 
 section = page.split("\n## What changes on the way\n")[1].split("\n## ")[0]
 rows = [[cell.strip() for cell in line.strip("|").split("|")]
