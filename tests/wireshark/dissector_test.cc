@@ -444,11 +444,24 @@ TEST(Dissector, HandsOtherPdusToWiresharksOwnDissector) {
   ping.pdu_type = 13;
   ping.session_id = 9;
   const Bytes pdu = build_notify(ping);
+  // In network byte order, with four bytes behind the header: an empty context.
+  const Bytes big_endian =
+      bytes_of("01 0d 18 00 00 00 00 09 00 00 00 00 00 00 00 00 00 00 00 04 00 00 00 00");
+  const Bytes cut(big_endian.begin(), big_endian.end() - 1);
   expect_shown(LinkType::kChannel,
                {{from_bmc(15, notification_packet(pdu)),
                  {"channel 15: AgentX PDU of type 13",
                   {"agentx.type=13", "agentx.session_id=9", "notification.agentx_resp_len=20",
-                   "_ws.expert.message=Not a Notify PDU: the daemon drops it"}}}},
+                   "_ws.expert.message=Not a Notify PDU: the daemon drops it"}}},
+                {from_bmc(15, notification_packet(big_endian)),
+                 {"channel 15: AgentX PDU of type 13",
+                  {"agentx.type=13", "agentx.session_id=9", "notification.agentx_resp_len=24",
+                   "_ws.expert.message=Not a Notify PDU: the daemon drops it"}}},
+                {from_bmc(15, notification_packet(cut)),
+                 {"channel 15: AgentX PDU of type 13",
+                  {"notification.agentx_resp_len=23",
+                   "_ws.expert.message=Not a Notify PDU: the daemon drops it;The PDU ends before "
+                   "its last byte"}}}},
                fields_of({{"agentx.type", "agentx.session_id", "tvurev_notify.type",
                            "chif.notification.agentx_resp_len"}}));
 }
