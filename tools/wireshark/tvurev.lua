@@ -44,6 +44,7 @@ local COMMANDS = {
   [0x0094] = "status", [0x8094] = "short status response", [0x8194] = "status response",
   [0x0095] = "log text", [0x8095] = "log text acknowledged",
   [0x0195] = "shutdown request", [0x8195] = "shutdown request acknowledged",
+  [0x0194] = "notification",  -- as every other that comes from the BMC
 }
 local HELLO, BYE, CONNECT = 1, 2, 3
 local SUBCOMMANDS = { [HELLO] = "hello", [BYE] = "goodbye", [CONNECT] = "connect" }
