@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -42,13 +43,32 @@ int fault_of(const char* node, const char* call) {
   return take_fault(path.data(), call);
 }
 
+// What tells the folder of the nodes from that of another host.
+struct FolderKey {
+  uint32_t device_major = 0;
+  uint32_t device_minor = 0;
+  uint64_t inode = 0;
+};
+
+FolderKey key_of_folder(const char* node) {
+  std::array<char, kPathSize> folder = {};
+  const char* slash = strrchr(node, '/');
+  memcpy(folder.data(), node, slash == nullptr ? 0 : static_cast<size_t>(slash - node));
+  struct statx found = {};
+  syscall(SYS_statx, AT_FDCWD, folder.data(), 0, STATX_INO, &found);
+  return {found.stx_dev_major, found.stx_dev_minor, found.stx_ino};
+}
+
 // Binds the exclusive name, then connects. Leaves the reason in errno.
 bool take_and_connect(int fd, const char* path) {
   sockaddr_un address = {};
   address.sun_family = AF_UNIX;
   const size_t length = strlen(path);
   memcpy(address.sun_path + 1, path, length);
-  const auto name_size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + length);
+  const FolderKey key = key_of_folder(path);
+  memcpy(address.sun_path + 1 + length + 1, &key, sizeof key);
+  const auto name_size =
+      static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + length + 1 + sizeof key);
   if (bind(fd, reinterpret_cast<const sockaddr*>(&address), name_size) != 0) {
     errno = errno == EADDRINUSE ? EBUSY : errno;
     return false;
@@ -74,7 +94,7 @@ bool has_hung_up(int fd) {
 }  // namespace
 
 int channel_open(const char* path, int flags) {
-  if (strlen(path) > kPathSize - 2) {
+  if (strlen(path) > kPathSize - 2 - sizeof(FolderKey)) {
     errno = ENAMETOOLONG;
     return -1;
   }

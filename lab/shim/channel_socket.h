@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // The host's end of a channel: a SOCK_SEQPACKET socket connected to the node
 // that the simulated BMC serves. The socket is bound to the abstract name
-// "\0" + node path, which makes the kernel keep the channel exclusive: it is
-// taken from the open until the last copy of the descriptor is closed, by
-// whatever call and in whatever process. The same name tells a channel from
-// every other descriptor, so nothing has to be remembered.
+// "\0" + node path + "\0" + which folder that is, which makes the kernel keep the
+// channel exclusive: it is taken from the open until the last copy of the
+// descriptor is closed, by whatever call and in whatever process. The folder
+// keeps hosts apart that have the same paths and share a network namespace. The
+// same name tells a channel from every other descriptor, so nothing has to be
+// remembered.
 //
 // Used inside other programs' processes: results and errno are those of the
 // driver's device calls.

@@ -2,18 +2,21 @@
 // libmoxshim.so: preloaded into a program of the host, it turns the BMC
 // driver's channel devices into sockets of the simulated BMC. It replaces open
 // on a channel node, ioctl request 0x100 and write; poll and close are the
-// socket's own. Every other call goes on to the C library untouched, also in
-// the shells that the program starts. It keeps no state but the addresses of
+// socket's own. Of what the daemon receives at the agents' socket it hands out a
+// copy for a recording. Every other call goes on to the C library untouched, also
+// in the shells that the program starts. It keeps no state but the addresses of
 // the replaced functions, so it is safe in threads and after a fork.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/ioctl.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdarg>
 #include <cstring>
 
+#include "lab/shim/agent_copy.h"
 #include "lab/shim/channel_socket.h"
 
 namespace {
@@ -33,6 +36,14 @@ bool is_node(const char* path) {
 
 using OpenFunction = int (*)(const char*, int, ...);
 using ShortOpenFunction = int (*)(const char*, int);
+
+// What a receive gave, after a copy of it went out; a look ahead is none.
+ssize_t copied(int fd, const void* bytes, ssize_t length, int flags) {
+  if (length >= 0 && (flags & MSG_PEEK) == 0 && is_agent_socket(fd)) {
+    send_copy(fd, bytes, static_cast<size_t>(length));
+  }
+  return length;
+}
 
 // Whether a mode follows the flags.
 bool has_mode(int flags) {
@@ -103,4 +114,19 @@ extern "C" ssize_t write(int fd, const void* bytes, size_t count) {
   }
   static const auto next_call = next<ssize_t (*)(int, const void*, size_t)>("write");
   return next_call(fd, bytes, count);
+}
+
+extern "C" ssize_t recv(int fd, void* bytes, size_t count, int flags) {
+  static const auto next_call = next<ssize_t (*)(int, void*, size_t, int)>("recv");
+  return copied(fd, bytes, next_call(fd, bytes, count, flags), flags);
+}
+
+// What recv becomes where the compiler checks the buffer's size.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+extern "C" ssize_t __recv_chk(int fd, void* bytes, size_t count, size_t size, int flags);
+// NOLINTEND(bugprone-reserved-identifier)
+
+extern "C" ssize_t __recv_chk(int fd, void* bytes, size_t count, size_t size, int flags) {
+  static const auto next_call = next<ssize_t (*)(int, void*, size_t, size_t, int)>("__recv_chk");
+  return copied(fd, bytes, next_call(fd, bytes, count, size, flags), flags);
 }

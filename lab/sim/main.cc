@@ -8,6 +8,8 @@
 #include <string>
 #include <utility>
 
+#include "lab/capture/capture_file.h"
+#include "lab/capture/record_header.h"
 #include "lab/sim/nvram.h"
 #include "lab/sim/player.h"
 #include "lab/supervisor/signals.h"
@@ -21,6 +23,7 @@ constexpr int kWrong = 2;   // wrong options, files or scenario
 struct Settings {
   std::string channels = kChannelDirectory;
   std::string nvram;
+  std::string pcap;
   std::string scenario;
   bool live = false;
   bool stay = false;
@@ -137,6 +140,23 @@ int run(Simulator* simulator, const Scenario& scenario, bool live_wanted, bool s
   }
 }
 
+// Says what happens and records packets; not all of them in *any_lost.
+void watch(Simulator* simulator, CaptureFile* recording, bool* any_lost) {
+  simulator->on_happening = [recording, any_lost](const Happening& happening) {
+    const bool received = happening.what == Happening::What::kReceived;
+    if (received || happening.what == Happening::What::kSent) {
+      const std::string error =
+          recording->record(received ? record_header::kWritten : record_header::kRead,
+                            static_cast<uint32_t>(happening.channel), happening.packet);
+      if (!error.empty()) {
+        complain(error);
+        *any_lost = true;
+      }
+    }
+    say(describe(happening));
+  };
+}
+
 int prepare_and_run(const Settings& settings) {
   Scenario scenario;
   if (!settings.scenario.empty()) {
@@ -148,6 +168,10 @@ int prepare_and_run(const Settings& settings) {
     simulator.nvram_path = settings.nvram;
     error = load_nvram(settings.nvram, &simulator.variables);
   }
+  CaptureFile recording;
+  if (error.empty() && !settings.check && !settings.pcap.empty()) {
+    error = recording.open(settings.pcap, LinkType::kChannel);
+  }
   if (error.empty() && !settings.check) {
     error = simulator.open_channels(settings.channels);
   }
@@ -158,8 +182,11 @@ int prepare_and_run(const Settings& settings) {
   if (settings.check) {
     return 0;
   }
-  simulator.on_happening = [](const Happening& happening) { say(describe(happening)); };
-  return run(&simulator, scenario, settings.live || settings.scenario.empty(), settings.stay);
+  bool any_lost = false;
+  watch(&simulator, &recording, &any_lost);
+  const int status =
+      run(&simulator, scenario, settings.live || settings.scenario.empty(), settings.stay);
+  return status == 0 && any_lost ? kFailed : status;
 }
 
 }  // namespace
@@ -174,6 +201,8 @@ int main(int argc, char** argv) {
       ->type_name("DIR")
       ->capture_default_str();
   app.add_option("--nvram", settings.nvram, "file with the non-volatile variables")
+      ->type_name("FILE");
+  app.add_option("--pcap", settings.pcap, "file to record the packets of all channels in")
       ->type_name("FILE");
   app.add_flag("--live", settings.live,
                "go on with events from standard input after the scenario, to its end");

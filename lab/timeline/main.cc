@@ -8,6 +8,7 @@
 #include <span>
 
 #include "lab/sim/scenario.h"
+#include "lab/timeline/command.h"
 #include "lab/timeline/show.h"
 #include "wire/chif.h"
 
@@ -52,10 +53,14 @@ int main(int argc, char** argv) {
   app.add_option("--scenario", settings.show.scenario, "what the BMC does")->type_name("FILE");
   app.add_option("--nvram", settings.show.nvram, "the BMC's variables")->type_name("FILE");
   app.add_option("--agent", settings.agent, "notifications of a local agent")->type_name("FILE");
+  app.add_option("--mibs", settings.show.mibs, "folders of MIB modules that name what traps hold")
+      ->type_name("DIR[:DIR...]");
   app.add_option("--receiver", settings.show.receivers, "address to receive traps at")
       ->type_name("ADDRESS")
       ->expected(1)
       ->take_all();
+  app.add_option("--pcap", settings.show.pcap, "directory to record what is sent in")
+      ->type_name("DIR");
   app.add_flag("--keep", settings.show.keep, "stay up and take events from standard input");
   app.footer("After \"--\": a command to run beside the BMC instead of the daemon.");
   const std::span words(argv, static_cast<size_t>(argc));

@@ -12,12 +12,14 @@
 #include <functional>
 #include <utility>
 
+#include "lab/capture/recording.h"
 #include "lab/supervisor/child.h"
 #include "lab/supervisor/local_client.h"
 #include "lab/supervisor/local_socket.h"
 #include "lab/supervisor/signals.h"
 #include "lab/supervisor/trap_daemon.h"
 #include "lab/timeline/display.h"
+#include "lab/timeline/programs.h"
 
 namespace {
 
@@ -31,19 +33,12 @@ constexpr std::chrono::seconds kInterruptedLimit(2);
 // How often to look at what wakes nobody.
 constexpr int kLookMs = 10;
 
-constexpr int kWrong = 2;
-constexpr int kNotFound = 127;
 constexpr int kSignalled = 128;
 
 constexpr const char* kSystemLog = "/dev/log";
 constexpr const char* kStopFile = "/opt/ortdv/tmp/tvurevbmcstop.text";
 constexpr const char* kAgentStopFile = "/opt/ortdv/tmp/tvurevortstop.text";
-constexpr const char* kBmcReady = "mox-sim: ready";
 constexpr const char* kLastLogLine = "lab: end of the log";
-
-// For what runs on the host. The sanitizers want to be the first library.
-const std::vector<std::string> kOnHost = {"LD_PRELOAD=/run/lab/libmoxshim.so",
-                                          "ASAN_OPTIONS=verify_asan_link_order=0"};
 
 struct Show {
   const ShowSettings& settings;
@@ -54,6 +49,7 @@ struct Show {
   Child daemon = {};
   Descriptor signals = {};
   LocalClient agent = {};
+  Recording recording = {};
 
   // What was seen.
   int bmc_packets = 0;
@@ -146,7 +142,11 @@ void pump(Show* show, int timeout_ms) {
   for (const Source& source : all) {
     source.child->add_descriptors(&descriptors);
   }
+  show->recording.add_descriptors(&descriptors);
   poll(descriptors.data(), descriptors.size(), timeout_ms);
+  if (const std::string error = show->recording.pump(); !error.empty()) {
+    set_trouble(show, error);
+  }
   if (descriptors[0].revents != 0) {
     signalfd_siginfo taken;
     show->interrupted = read(show->signals.get(), &taken, sizeof(taken)) > 0;
@@ -202,19 +202,6 @@ bool start_service(Show* show, Child* child, const std::string& label, const Pro
   return in_time && !child->ended() && !show->interrupted;
 }
 
-Program bmc_program(const ShowSettings& settings) {
-  Program program = {.arguments = {settings.tools + "/mox-sim", "--live", "--stay"},
-                     .output = Program::kMerged,
-                     .has_input = true};
-  if (!settings.nvram.empty()) {
-    program.arguments.insert(program.arguments.end(), {"--nvram", settings.nvram});
-  }
-  if (!settings.scenario.empty()) {
-    program.arguments.push_back(settings.scenario);
-  }
-  return program;
-}
-
 bool start_everything(Show* show) {
   const ShowSettings& settings = show->settings;
   show->scenario_done = show->scenario_passed = settings.scenario.empty();
@@ -223,15 +210,16 @@ bool start_everything(Show* show) {
           show, &show->syslogd, "syslogd",
           {.arguments = {"busybox", "syslogd", "-n", "-O", "-"}, .output = Program::kMerged},
           log_is_read) ||
-      !start_service(show, &show->snmptrapd, "snmptrapd", trap_daemon(settings.receivers),
+      !start_service(show, &show->snmptrapd, "snmptrapd", receiver_program(settings),
                      [&] { return trap_ports_are_open(settings.receivers); }) ||
       !start_service(show, &show->bmc, "mox-sim", bmc_program(settings),
                      [show] { return show->bmc_ready; })) {
     return false;
   }
   ::show(show->display, Stream::kLab, "starting tvurev");
-  return start(show, &show->daemon, "tvurev",
-               {.arguments = {"/sbin/tvurev"}, .environment = kOnHost, .output = Program::kMerged});
+  return start(
+      show, &show->daemon, "tvurev",
+      {.arguments = {"/sbin/tvurev"}, .environment = on_host(), .output = Program::kMerged});
 }
 
 // Hands the agent's notifications over. One receive of the daemon is one
@@ -331,23 +319,16 @@ int summarise(Show* show) {
   return 0;
 }
 
-// Waits a moment for anything of these two and takes it.
-void pump_both(Child* one, Child* other) {
-  std::vector<pollfd> descriptors;
-  one->add_descriptors(&descriptors);
-  other->add_descriptors(&descriptors);
-  poll(descriptors.data(), descriptors.size(), kLookMs);
-  one->pump();
-  other->pump();
-}
-
 }  // namespace
 
 int run_show(const ShowSettings& settings) {
   Show show = {.settings = settings};
   show.signals = hold_signals();
   signal(SIGPIPE, SIG_IGN);  // the BMC may be gone when a line is typed
-  if (start_everything(&show)) {
+  if (!settings.pcap.empty()) {
+    set_trouble(&show, show.recording.open(settings.pcap));
+  }
+  if (show.trouble.empty() && start_everything(&show)) {
     if (settings.keep) {
       show.input_open = true;
       show.display.prompt = isatty(STDIN_FILENO) != 0 ? "bmc> " : "";
@@ -362,33 +343,4 @@ int run_show(const ShowSettings& settings) {
   end_daemon(&show);
   end_services(&show);
   return summarise(&show);
-}
-
-int run_command(const ShowSettings& settings, const std::vector<std::string>& command) {
-  Child bmc;
-  Child program;
-  std::string said = bmc.start(bmc_program(settings));
-  bool ready = false;
-  while (!ready && bmc.running()) {
-    pump_both(&bmc, &program);
-    for (const std::string& line : bmc.take_lines()) {
-      ready = ready || line == kBmcReady;
-      said = line;
-    }
-  }
-  if (!ready) {
-    std::fprintf(stderr, "lab: %s\n", said.c_str());
-    return kWrong;
-  }
-  const std::string error =
-      program.start({.arguments = command, .environment = kOnHost, .output = Program::kOurs});
-  if (!error.empty()) {
-    std::fprintf(stderr, "%s\n", error.c_str());
-    return kNotFound;
-  }
-  while (program.running()) {
-    pump_both(&bmc, &program);
-    bmc.take_lines();
-  }
-  return program.status();
 }

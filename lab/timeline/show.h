@@ -14,16 +14,15 @@ struct ShowSettings {
   std::string tools;                       // directory of mox-sim
   std::string scenario;                    // may be empty
   std::string nvram;                       // file, may be empty
+  std::string mibs;                        // folders of MIB modules, with ":"; may be empty
   std::vector<std::string> receivers;      // addresses for snmptrapd
   std::vector<Bytes> agent_notifications;  // one PDU each
+  std::string pcap;                        // directory for recordings; empty: none
   bool keep = false;
 };
 
 // Runs the show to its end. Returns 0 when the scenario passed and a trap
 // arrived, 1 when not, 130 after an interruption.
 int run_show(const ShowSettings& settings);
-
-// Runs a command with the BMC up; standard streams and exit status are its own.
-int run_command(const ShowSettings& settings, const std::vector<std::string>& command);
 
 #endif  // TVUREV_LAB_TIMELINE_SHOW_H_

@@ -34,6 +34,10 @@ expect 2 "lab/run: unknown option: --bogus (see --help)" "$run" --bogus
 expect 2 "lab/run: --build needs a value" "$run" --build
 expect 2 "lab/run: --nvram: no such file: $work/none" "$run" --nvram "$work/none"
 expect 2 "lab/run: --agent: no such file: $work/none" "$run" --agent "$work/none"
+expect 2 "lab/run: --pcap needs a value" "$run" --pcap
+expect 2 "mox-sim: $work/none/x.pcap: cannot write: No such file or directory" \
+  "$sim" --channels "$work/empty" --pcap "$work/none/x.pcap"
+expect 2 "lab/run: --mibs: no such folder: $work/none" "$run" --mibs "$work/none"
 expect 2 "lab/run: no command after --" "$run" --
 expect 2 "lab/run: one scenario only: b" "$run" a b
 expect 2 "lab/run: not built: $work/empty/lab/mox-sim" "$run" --build "$work/empty"
@@ -65,7 +69,7 @@ done
 
 # The shim must put nothing but its own calls before those of other programs.
 exports=$(nm -D --defined-only "$build/lab/libmoxshim.so" | cut -d' ' -f3 | sort | tr '\n' ' ')
-if [ "$exports" != "__open64_2 __open_2 ioctl open open64 write " ]; then
+if [ "$exports" != "__open64_2 __open_2 __recv_chk ioctl open open64 recv write " ]; then
   echo "FAILED the shim exports: $exports"
   failures=$((failures + 1))
 fi
