@@ -87,17 +87,24 @@ char* put_time(char* out, time_t now) {
   return out;
 }
 
-// The time of the last message of this thread: most of a burst have the same.
-std::string_view present_time() {
-  thread_local std::array<char, 24> text;
-  thread_local size_t length = 0;
-  thread_local time_t written_at = -1;
+// The same, kept for the other messages of its second. A thread that meets
+// another one here makes the text itself.
+char* put_present_time(char* out) {
+  static std::atomic_flag in_use = ATOMIC_FLAG_INIT;
+  static std::array<char, 24> text;
+  static size_t length = 0;
+  static time_t written_at = -1;
   const time_t now = time(nullptr);
-  if (now != written_at) {
+  if (in_use.test_and_set(std::memory_order_acquire)) {
+    return put_time(out, now);
+  }
+  if (now != written_at || length == 0) {
     length = static_cast<size_t>(put_time(text.data(), now) - text.data());
     written_at = now;
   }
-  return {text.data(), length};
+  out = put_text(out, {text.data(), length});
+  in_use.clear(std::memory_order_release);
+  return out;
 }
 
 using Datagram = std::array<char, kDatagramMax>;
@@ -109,7 +116,7 @@ size_t format_datagram(Datagram& datagram, LogIdentity identity, int priority,
   *out++ = '<';
   out = std::to_chars(out, end, LOG_DAEMON | priority).ptr;
   *out++ = '>';
-  out = put_text(out, present_time());
+  out = put_present_time(out);
   out = put_text(out, std::string_view(name_of(identity)).substr(0, kHeaderMax));
   *out++ = '[';
   out = std::to_chars(out, end, process_number()).ptr;
