@@ -97,7 +97,7 @@ void Watch::look(World& world) {
   look_at(proxy_, world.socket_proxy(), warm);
 }
 
-std::vector<std::string> end_of_life_errors(World& world, const Watch& watch) {
+std::vector<std::string> end_of_life_errors(World& world, [[maybe_unused]] const Watch& watch) {
   std::vector<std::string> errors = world.account.errors;
   for (const Receiver& receiver : world.account.receivers) {
     for (const auto& expected : receiver.expected) {
