@@ -52,10 +52,11 @@ bool is_news(Written<State>& written, State state) {
   return true;
 }
 
-// Appends "KEY=VALUE", cut where the text is full.
-void append(Text& text, size_t& length, const char* key, std::string_view value) {
-  const int added = snprintf(text.data() + length, text.size() - length, "%s=%.*s\n", key,
-                             static_cast<int>(value.size()), value.data());
+// Appends "KEY=VALUE" and a mark, left out where they do not fit.
+void append(Text& text, size_t& length, const char* key, std::string_view value,
+            const char* mark = "") {
+  const int added = snprintf(text.data() + length, text.size() - length, "%s=%.*s%s\n", key,
+                             static_cast<int>(value.size()), value.data(), mark);
   if (added > 0 && static_cast<size_t>(added) < text.size() - length) {
     length += static_cast<size_t>(added);
   }
@@ -76,7 +77,9 @@ size_t begin(Text& text, time_t since, const char* state) {
   append(text, length, state_file::kStateSince, time(nullptr));
   append(text, length, state_file::kHostAddress, host_ipaddress.data());
   for (const std::string& receiver : trap_destinations) {
-    append(text, length, state_file::kReceiver, shown_receiver(receiver));
+    // One that swallowed the entry behind it is none, and must not look like one.
+    const bool swallowed = receiver.find(';') != std::string::npos;
+    append(text, length, state_file::kReceiver, shown_receiver(receiver), swallowed ? ";" : "");
   }
   return length;
 }

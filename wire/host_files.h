@@ -36,6 +36,8 @@ inline constexpr unsigned kRestartCheckSeconds = 120;
 inline constexpr const char* kBmcState = "/opt/ortdv/tmp/tvurevstate.text";
 inline constexpr const char* kAgentState = "/opt/ortdv/tmp/tvurevagentstate.text";
 inline constexpr const char* kSupervisorState = "/opt/ortdv/tmp/tvurevsupervisor.text";
+inline constexpr const char* kSupervisor = "tvurev-supervisor";  // the name of its script
+inline constexpr const char* kInitScript = "/etc/init.d/tvurev";
 
 }  // namespace host_files
 

@@ -43,7 +43,7 @@ TEST_F(StateFile, NamesProcessStateAddressAndReceiversWithoutCommunities) {
   expect_written(script, kFile,
                  begin("starting") +
                      "host_address=192.0.2.20\nreceiver=192.0.2.7\nreceiver=receiver.example\n"
-                     "receiver=192.0.2.8\n");
+                     "receiver=192.0.2.8;\n");
   __real__Z14note_bmc_state8BmcState(BmcState::kStarting);
 }
 
