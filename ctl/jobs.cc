@@ -22,6 +22,10 @@ constexpr unsigned kLongestLifeSeconds = 30;  // of a job whose parent was kille
 [[noreturn]] void run(const std::function<std::string()>& work, int pipe) {
   setpgid(0, 0);
   alarm(kLongestLifeSeconds);
+  const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
+  for (int fd = 0; fd <= 2; ++fd) {
+    dup2(null, fd);  // shells complain of commands that are missing
+  }
   const rlimit none = {0, 0};
   setrlimit(RLIMIT_CORE, &none);    // it would hold communities
   setlogmask(LOG_MASK(LOG_DEBUG));  // the daemon's code says nothing there
