@@ -94,7 +94,9 @@ void look_along_the_road(Checking& checking) {
   std::ranges::transform(receivers, std::back_inserter(jobs), [](Job& job) { return &job; });
   finish_jobs(jobs);
 
-  if (can_ask) {
+  if (can_ask && bmc.end == Job::End::kNotBegun) {
+    check_no_bmc(checking, "no process could be had");
+  } else if (can_ask) {
     check_bmc(checking, bmc);
   } else if (!checking.options.bmc) {
     check_no_bmc(checking, "--no-bmc");

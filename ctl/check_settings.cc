@@ -98,7 +98,18 @@ bool check_receiver(Checking& checking, const Receiver& receiver) {
 void set_path() {
   const char* path = getenv("PATH");
   if (path == nullptr || *path == '\0') {
-    setenv("PATH", "/sbin:/usr/sbin:/bin:/usr/bin", 1);
+    setenv("PATH", host_files::kSystemPath, 1);
+  }
+}
+
+// A daemon that found an address at its start goes on with that.
+void add_address(Checking& checking, const std::string& used, std::string_view id,
+                 std::initializer_list<std::string_view> words) {
+  if (used.empty()) {
+    checking.findings.add(id, words);
+  } else {
+    checking.findings.add_for_later(
+        id, words, "So it is from the next start on: until then they carry " + used + ".");
   }
 }
 
@@ -146,6 +157,9 @@ void check_settings(Checking& checking) {
 }
 
 void check_receivers(Checking& checking, const std::vector<Receiver>& receivers) {
+  if (checking.changed && receivers.empty()) {
+    checking.findings.add("receivers-none-in-force", {host_files::kSnmpSettings});
+  }
   std::vector<std::string> addresses;
   for (const Receiver& receiver : receivers) {
     // What swallowed the entry behind it was told of as an entry.
@@ -178,19 +192,20 @@ void check_host_address(Checking& checking, const Job& job) {
   const std::string used =
       checking.view.past_gates() && checking.view.bmc ? checking.view.bmc->host_address : address;
   if (job.end != Job::End::kAnswered) {
-    checking.findings.add("localcli-failing", {"no answer within a second"});
+    add_address(checking, used, "localcli-failing", {"no answer within a second"});
   } else if (!address.empty() && address == used) {
     checking.findings.add("host-address", {address});
   } else if (!address.empty()) {
-    checking.findings.add("host-address-changed", {used.empty() ? "255.255.255.255" : used});
+    checking.findings.add("host-address-changed",
+                          {used.empty() ? "255.255.255.255" : used, address});
   } else {
     const int status = atoi(value_of(job.text, "status").c_str());
     if (WIFEXITED(status) && WEXITSTATUS(status) == kNotFound) {
-      checking.findings.add("localcli-missing");
+      add_address(checking, used, "localcli-missing", {});
     } else if (status != 0) {
-      checking.findings.add("localcli-failing", {why_failing(status)});
+      add_address(checking, used, "localcli-failing", {why_failing(status)});
     } else {
-      checking.findings.add("vmk0-missing");
+      add_address(checking, used, "vmk0-missing", {});
     }
   }
 }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -102,11 +103,8 @@ void replace_all(std::string& text, std::string_view secret) {
   }
 }
 
-}  // namespace
-
-std::string masked_settings(std::string_view text) {
+std::string mask_all(std::string_view text, Secrets& secrets) {
   std::string masked;
-  Secrets secrets;
   for (size_t start = text.find(kTargets); start != std::string_view::npos;
        start = text.find(kTargets)) {
     start += kTargets.size();
@@ -116,8 +114,26 @@ std::string masked_settings(std::string_view text) {
     text.remove_prefix(end);
   }
   mask_elements(text, masked, secrets);
-  for (const std::string& secret : secrets) {
-    replace_all(masked, secret);
-  }
   return masked;
+}
+
+std::string without(const Secrets& secrets, std::string text) {
+  for (const std::string& secret : secrets) {
+    replace_all(text, secret);
+  }
+  return text;
+}
+
+}  // namespace
+
+std::string masked_settings(std::string_view text) {
+  Secrets secrets;
+  std::string masked = mask_all(text, secrets);
+  return without(secrets, std::move(masked));
+}
+
+std::string masked_by(std::string_view settings, std::string text) {
+  Secrets secrets;
+  mask_all(settings, secrets);
+  return without(secrets, std::move(text));
 }

@@ -15,4 +15,7 @@ inline constexpr std::string_view kMask = "******";
 // wherever else it stands.
 std::string masked_settings(std::string_view text);
 
+// Any other text with what these settings hold of secrets replaced.
+std::string masked_by(std::string_view settings, std::string text);
+
 #endif  // TVUREV_CTL_MASKING_H_

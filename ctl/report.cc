@@ -13,6 +13,7 @@
 #include <ctime>
 #include <deque>
 #include <filesystem>
+#include <utility>
 #include <vector>
 
 #include "base/descriptor.h"
@@ -100,10 +101,7 @@ std::string name_of_report(time_t now) {
 std::vector<ArchivedFile> collect(const std::string& folder, const ReportOptions& options) {
   const CheckReport check = run_check(options.check);
   const Outcome status = run_status(options.show_communities);
-  std::string settings = text_of_file(host_files::kSnmpSettings);
-  if (!options.show_communities) {
-    settings = masked_settings(settings);
-  }
+  const std::string settings = text_of_file(host_files::kSnmpSettings);
   std::vector<ArchivedFile> files = {{"check.txt", text_of(check, false)},
                                      {"check.json", json_of(check)},
                                      {"status.txt", text_of(status)},
@@ -113,6 +111,10 @@ std::vector<ArchivedFile> collect(const std::string& folder, const ReportOptions
                                      {"version.txt", versions()},
                                      {"log.txt", log_lines()}};
   for (ArchivedFile& file : files) {
+    if (!options.show_communities) {
+      file.text = file.name == "snmp.xml" ? masked_settings(settings)
+                                          : masked_by(settings, std::move(file.text));
+    }
     file.name = folder + "/" + file.name;
   }
   return files;

@@ -102,6 +102,9 @@ constexpr std::array kRows = {
         "The port {port} of {receiver} is ignored: traps go to port 162.",
         "Let the receiver listen on UDP port 162.", kReceivers},
     // The receivers themselves.
+    Row{"receivers-none-in-force", kFail, kEverything,
+        "No receiver is in force: {path} named none when tvurev started.",
+        "Run \"tvurevctl restart\".", kReceivers},
     Row{"receiver", kOk, kNothing, "{receiver} can be sent to.", "", kNone},
     Row{"receiver-not-probed", kOk, kNothing, "{receiver} is an address; no datagram was tried.",
         "", kNone},
@@ -137,7 +140,8 @@ constexpr std::array kRows = {
         "Try \"localcli network ip interface ipv4 get\"; once it works, run \"tvurevctl restart\".",
         kSender},
     Row{"host-address-changed", kWarn, kNothing,
-        "Traps carry the sender address {address}, which vmk0 had when tvurev started.",
+        "Traps carry the sender address {address}, as tvurev found it at its start; vmk0 has "
+        "{address} now.",
         "Run \"tvurevctl restart\".", kSender},
     // The folders.
     Row{"folders", kOk, kNothing, "The folders under {path} are as they should be.", "", kAgent},

@@ -22,7 +22,9 @@ void add_processes(Outcome& outcome, const View& view) {
   }
   const std::optional<pid_t> relay = view.relay();
   if (relay) {
-    outcome.add("agent process", std::to_string(*relay), describe_agent(view));
+    outcome.add(
+        "agent process", std::to_string(*relay),
+        describe_agent(view) + (view.agent ? ", since " + time_text(view.agent->state_since) : ""));
   } else {
     outcome.add("agent process", "state",
                 view.root ? "does not run" : "not seen: run this as root");

@@ -29,7 +29,6 @@ constexpr const char* kListInterfaces =
     "/sbin/localcli network ip interface ipv4 get > /opt/ortdv/tmp/ipv4.txt 2>/dev/null";
 constexpr mode_t kOwnerOnly = 0700;
 constexpr mode_t kWritableByOwnerOnly = 022;
-constexpr const char* kSystemPath = "/sbin:/usr/sbin:/bin:/usr/bin";
 constexpr int kFirstInherited = 3;
 constexpr int kExitSignalled = 0;
 constexpr int kExitCannotRun = 0;  // a supervisor restarts on 1: nothing would change here
@@ -60,7 +59,7 @@ void prepare_process() {
   umask(kWritableByOwnerOnly);
   const char* path = getenv("PATH");
   if (path == nullptr || *path == '\0') {
-    setenv("PATH", kSystemPath, 1);
+    setenv("PATH", host_files::kSystemPath, 1);
   }
   watch_signals();
 }

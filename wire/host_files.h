@@ -16,6 +16,9 @@ inline constexpr const char* kChannelNode = "/vmfs/devices/char/vmkdriver/zemox-
 inline constexpr int kHighestChannel = 15;  // of the daemon's session
 inline constexpr int kHighestQueryChannel = 4;
 
+// PATH of a daemon that was started without one.
+inline constexpr const char* kSystemPath = "/sbin:/usr/sbin:/bin:/usr/bin";
+
 inline constexpr const char* kSnmpSettings = "/etc/vmware/snmp.xml";
 
 inline constexpr const char* kFolder = "/opt/ortdv";

@@ -302,7 +302,8 @@ constexpr std::array kRunning = {
          [](CtlHost&) { move(kState, kAside); }, [](CtlHost&) { move(kAside, kState); }},
     Play{"settings-changed", "In force: 192.0.2.7 and 198.51.100.9",
          [](CtlHost&) { write_targets("203.0.113.5@162 public"); }, restore_targets},
-    Play{"host-address-changed", "192.0.2.20, which vmk0 had",
+    Play{"host-address-changed",
+         "192.0.2.20, as tvurev found it at its start; vmk0 has 192.0.2.21 now",
          [](CtlHost&) {
            move(kLocalcli, "/sbin/aside");
            write_localcli("echo title; echo rule; echo vmk0 192.0.2.21 a b c");
@@ -346,10 +347,11 @@ constexpr std::array kRunning = {
 };
 
 // Played by tests of their own, below.
-constexpr std::array<std::string_view, 9> kPlayedAlone = {
-    "daemon-waiting", "daemon-starting",    "daemon-not-connected",
-    "daemon-twice",   "relay-orphaned",     "log-stalled",
-    "daemon-unknown", "settings-need-root", "receiver-not-probed"};
+constexpr std::array<std::string_view, 10> kPlayedAlone = {
+    "daemon-waiting",         "daemon-starting",    "daemon-not-connected",
+    "daemon-twice",           "relay-orphaned",     "log-stalled",
+    "daemon-unknown",         "settings-need-root", "receiver-not-probed",
+    "receivers-none-in-force"};
 
 class CtlCheck : public CtlHost {
  protected:
@@ -466,6 +468,23 @@ TEST_F(CtlCheck, VerdictIsThatOfTheReceiversInForce) {
   EXPECT_EQ(told.last(), "A trap would arrive at 2 of 2 receivers.");
   EXPECT_EQ(told.status, 0);
   EXPECT_NE(told.line_of("settings-changed"), "");
+}
+
+TEST_F(CtlCheck, NamesADaemonThatFoundNoReceiverAtItsStart) {
+  write_file(kSnmpFile, "<enable>true</enable>\n");
+  start_relay();
+  write_targets(kGood);
+  const Told told = ctl({"check"});
+  EXPECT_EQ(told.status, 1);
+  EXPECT_THAT(told.line_of("receivers-none-in-force"), StartsWith("FAIL"));
+  EXPECT_THAT(told.last(), StartsWith("A trap would NOT arrive: No receiver is in force"));
+}
+
+TEST_F(CtlCheck, KnowsThatADaemonKeepsTheAddressOfItsStart) {
+  start_relay();
+  move(kLocalcli, "/sbin/aside");
+  EXPECT_THAT(ctl({"check"}).line_of("localcli-missing"),
+              AllOf(StartsWith("warn"), HasSubstr("until then they carry 192.0.2.20.")));
 }
 
 TEST_F(CtlCheck, WarnsOfAGateThatTheDaemonHasPassed) {

@@ -88,6 +88,11 @@ TEST(Masking, TakesASecretWhereverElseItStands) {
             "<a>******</a><targets>h@1 ******</targets>");
 }
 
+TEST(Masking, TakesTheSettingsSecretsOutOfAnotherText) {
+  EXPECT_EQ(masked_by("<targets>h topsecret;g@1 x</targets>", "to dest [h topsecret;g]"),
+            "to dest [h ******;g]");
+}
+
 TEST(Masking, LeavesEverythingElse) {
   const std::string text = "<?xml?>\n<enable>true</enable><port>161</port>\n";
   EXPECT_EQ(masked_settings(text), text);
