@@ -156,6 +156,7 @@ TEST_F(CtlCommands, StopKillsWhatDoesNotEndAndNamesATimer) {
   std::vector<pid_t> children = children_of(daemon.pid());
   std::erase(children, socket_proxy());
   kill(socket_proxy(), SIGSTOP);
+  impatient = true;
   const Told told = ctl({"stop", "agent"});
   EXPECT_EQ(told.status, 0) << told.out;
   EXPECT_THAT(told.out, AllOf(HasSubstr("killed"), HasSubstr("only the BMC may abort it")));
@@ -210,6 +211,28 @@ TEST_F(CtlCommands, ModeOnWritesTheVariableAndRestarts) {
   EXPECT_THAT(tool.out(),
               EndsWith("Reverse mode is on. tvurev is back and has read its settings.\n"));
   EXPECT_EQ(bmc.variables["KXHVM6"], Bytes{1});
+}
+
+TEST_F(CtlCommands, RestartThatNobodyCarriesOutSaysSo) {
+  start_relay();
+  ASSERT_TRUE(run_until([] { return read_file(kState).find("=connected") != std::string::npos; }));
+  impatient = true;
+  const Told told = ctl({"restart"});
+  EXPECT_EQ(told.status, 1);
+  EXPECT_THAT(told.last(), HasSubstr("did not come back within 30 seconds"));
+  EXPECT_TRUE(run_until([&] { return !daemon.running(); }));
+}
+
+TEST_F(CtlCommands, ColoursAreForTerminalsAndNotWhereTheyAreUnwanted) {
+  const auto on_a_terminal = [](const std::string& before) {
+    const std::string command =
+        before + " script -qec '/sbin/tvurevctl check --no-bmc' /dev/null </dev/null >/tmp/typed";
+    EXPECT_NE(system(command.c_str()), -1);
+    return read_file("/tmp/typed");
+  };
+  EXPECT_THAT(on_a_terminal(""), HasSubstr("\x1b[32mok    \x1b[0m"));
+  EXPECT_THAT(on_a_terminal("NO_COLOR=1"), AllOf(HasSubstr("ok    "), Not(HasSubstr("\x1b["))));
+  EXPECT_THAT(ctl({"check", "--no-bmc"}).out, Not(HasSubstr("\x1b[")));
 }
 
 TEST_F(CtlCommands, RestartWithoutADaemonStartsNothing) {

@@ -42,7 +42,8 @@ void CtlHost::SetUp() {
 Told CtlHost::ctl(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), "/sbin/tvurevctl");
   std::vector<std::string> variables = environment;
-  variables.push_back(std::string("LD_PRELOAD=/run/lab/libmoxshim.so:") + FOREIGN_OWNER);
+  variables.push_back(std::string("LD_PRELOAD=/run/lab/libmoxshim.so:") + FOREIGN_OWNER +
+                      (impatient ? std::string(":") + LEAPING_CLOCK : ""));
   variables.push_back("FOREIGN_FILES=" + foreign_files);
   variables.emplace_back("ASAN_OPTIONS=verify_asan_link_order=0:log_path=/tmp/sanitizer");
   Child tool;

@@ -33,6 +33,8 @@ class CtlHost : public Host {
 
   // What the tool sees from now on as another user's files.
   std::string foreign_files;
+  // Whether its patience with others ends at once.
+  bool impatient = false;
   // More of its environment.
   std::vector<std::string> environment;
 
