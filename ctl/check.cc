@@ -21,6 +21,7 @@ constexpr const char* kPassed =
 
 std::vector<std::string> written_down(const std::vector<std::string>& destinations) {
   std::vector<std::string> texts;
+  texts.reserve(destinations.size());
   for (const std::string& destination : destinations) {
     texts.push_back(as_in_state_file(destination));
   }
@@ -63,6 +64,10 @@ void conclude(const Checking& checking, CheckReport& report) {
   } else if (const Finding* unknown = findings.first_unknown()) {
     report.verdict = "Cannot tell whether a trap would arrive: " + unknown->text;
     report.exit_status = kCannotTell;
+  } else if (checking.reached == 0) {
+    report.reached = 0;
+    report.verdict = "A trap would NOT arrive: tvurev takes no receiver out of its settings.";
+    report.exit_status = kDoesNotArrive;
   } else {
     report.reached = checking.reached;
     report.verdict = "A trap would arrive at " + std::to_string(checking.reached) + " of " +
