@@ -97,6 +97,7 @@ DebugSwitch look_at_module(const ModuleSwitch& module) {
 
 std::vector<DebugSwitch> debug_switches(const View& view) {
   std::vector<DebugSwitch> switches;
+  switches.reserve(kOwnSwitches.size() + kModuleSwitches.size());
   for (const OwnSwitch& own : kOwnSwitches) {
     switches.push_back(look_at_own(own, view));
   }

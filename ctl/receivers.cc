@@ -63,6 +63,7 @@ std::string examine(const std::string& destination, bool probe) {
 
 std::vector<Job> start_examining(const std::vector<std::string>& destinations, bool probe) {
   std::vector<Job> jobs;
+  jobs.reserve(destinations.size());
   for (const std::string& destination : destinations) {
     jobs.push_back(start_job(kPatienceMs, [&] { return examine(destination, probe); }));
   }
