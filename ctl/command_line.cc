@@ -195,6 +195,7 @@ int run_tvurevctl(int argc, const char* const* argv) {
   Request request;
   CLI::App app("Tells whether tvurev's traps would arrive, and steers it.", "tvurevctl");
   app.set_version_flag("--version", std::string("tvurevctl ") + TVUREV_VERSION);
+  app.add_flag("--json", request.json, "Print one JSON document instead of text");
   app.require_subcommand(0, 1);  // so that an unknown word is named as such
   app.footer(
       "Exit status: 0 a trap would arrive at every receiver, or done; 1 not at every one, "

@@ -23,6 +23,7 @@
 namespace {
 
 using testing::AllOf;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -255,6 +256,8 @@ constexpr std::array kStopped = {
          }},
     Play{"stop-file-lying", kBmcStopFile, [](CtlHost&) { touch(kBmcStopFile); },
          [](CtlHost&) { unlink(kBmcStopFile); }},
+    Play{"stop-file-lying", kOrtStopFile, [](CtlHost&) { touch(kOrtStopFile); },
+         [](CtlHost&) { unlink(kOrtStopFile); }},
     Play{"restart-file-lying", kRestartFile, [](CtlHost&) { touch(kRestartFile); },
          [](CtlHost&) { unlink(kRestartFile); }},
     Play{"debug-ignored", "/tmp/chif.text does not count: it shows nothing without /tmp/tvud.text",
@@ -361,6 +364,9 @@ class CtlCheck : public CtlHost {
     std::vector<std::string> arguments = {"check"};
     if (*play.options != '\0') {
       arguments.emplace_back(play.options);
+    }
+    if (!std::string_view(play.id).starts_with("receiver-")) {
+      arguments.emplace_back("--no-probe");  // which waits for an answer
     }
     const Told told = ctl(arguments);
     const Row& found = row(play.id);
@@ -565,6 +571,47 @@ TEST_F(CtlCheck, NamesALogDaemonThatDoesNotRead) {
   }
   const Told told = ctl_alone("check --no-bmc");
   EXPECT_THAT(told.line_of("log-stalled"), StartsWith("warn")) << told.out;
+}
+
+TEST_F(CtlCheck, WaitsForNoCommandLongerThanASecond) {
+  write_localcli("sleep 1000");
+  const Told told = ctl({"check"});
+  EXPECT_THAT(told.line_of("localcli-failing"), HasSubstr("no answer within a second"));
+  EXPECT_EQ(told.status, 1);
+}
+
+TEST_F(CtlCheck, KnowsTheDaemonByItsProgramFileAlone) {
+  // Called like it, but another program.
+  Child impostor;
+  ASSERT_EQ(impostor.start({.arguments = {"bash", "-c", "exec -a /sbin/tvurev sleep 1000"}}), "");
+  EXPECT_NE(ctl({"check"}).line_of("daemon-not-running"), "");
+  // And from a file that is gone.
+  run("mkdir /tmp/other && cp /sbin/tvurev /tmp/other/tvurev");
+  Child other;
+  ASSERT_EQ(other.start({.arguments = {"/tmp/other/tvurev"},
+                         .environment = {"LD_PRELOAD=/run/lab/libmoxshim.so",
+                                         "ASAN_OPTIONS=verify_asan_link_order=0"}}),
+            "");
+  ASSERT_TRUE(run_until_logged(kConnectedLine));
+  ASSERT_TRUE(run_until([] { return exists(kRunningFile); }));
+  unlink("/tmp/other/tvurev");
+  const Told told = ctl({"check"});
+  EXPECT_EQ(told.last(), "A trap would arrive at 2 of 2 receivers.");
+  EXPECT_THAT(told.line_of("daemon-other-version"), HasSubstr("program file that was replaced"));
+  EXPECT_EQ(ctl({"stop"}).status, 0);
+  EXPECT_TRUE(impostor.running());
+}
+
+TEST_F(CtlCheck, GoesByTheStateFilesWhereThereIsNoProc) {
+  start_relay();
+  const std::string without_proc =
+      "unshare --mount sh -c 'umount -l /proc && /sbin/tvurevctl check --no-bmc' >/tmp/out 2>&1";
+  EXPECT_EQ(WEXITSTATUS(system(without_proc.c_str())), 0);
+  EXPECT_THAT(read_file("/tmp/out"), AllOf(HasSubstr("connected to the BMC on channel 15"),
+                                           EndsWith("A trap would arrive at 2 of 2 receivers.\n")));
+  write_file(kState, "pid=999999\nstate=connected\n");
+  EXPECT_EQ(WEXITSTATUS(system(without_proc.c_str())), 1);
+  EXPECT_THAT(read_file("/tmp/out"), HasSubstr("[daemon-not-running]"));
 }
 
 TEST_F(CtlCheck, WithoutAProbeSendsNothing) {

@@ -285,6 +285,15 @@ TEST_F(CtlCommands, DebugMakesSwitchesThatCountAndNeverFollowsALink) {
   EXPECT_THAT(ctl({"debug"}).lines(), Contains(AllOf(StartsWith("utils "), HasSubstr(" on "))));
   EXPECT_EQ(ctl({"debug", "off", "utils"}).status, 0);
   EXPECT_TRUE(exists("/tmp/ortdebug.text") && !exists("/tmp/utils.text"));
+  // Another user's file is replaced.
+  struct stat before = {};
+  ASSERT_EQ(stat("/tmp/ortdebug.text", &before), 0);
+  foreign_files = "/tmp/ortdebug.text";
+  EXPECT_EQ(ctl({"debug", "on", "ortdebug"}).status, 0);
+  foreign_files.clear();
+  struct stat after = {};
+  ASSERT_EQ(stat("/tmp/ortdebug.text", &after), 0);
+  EXPECT_NE(before.st_ino, after.st_ino);
   EXPECT_EQ(ctl({"debug", "off"}).status, 0);
   EXPECT_EQ(ctl({"debug", "on"}).status, 0);
   EXPECT_TRUE(exists("/tmp/tvud.text") && exists("/tmp/ortAll.text") &&
