@@ -72,7 +72,9 @@ void conclude(const Checking& checking, CheckReport& report) {
     report.reached = checking.reached;
     report.verdict = "A trap would arrive at " + std::to_string(checking.reached) + " of " +
                      std::to_string(checking.receivers) + " receivers.";
-    report.exit_status = checking.reached == checking.receivers ? kArrives : kDoesNotArrive;
+    const bool everywhere = checking.reached == checking.receivers &&
+                            findings.first_failure(Costs::kReceiver) == nullptr;
+    report.exit_status = everywhere ? kArrives : kDoesNotArrive;
   }
 }
 

@@ -62,8 +62,8 @@ void for_each_targets(std::string_view text, const Taker& take) {
        start = text.find(kTargets, start)) {
     start += kTargets.size();
     const size_t end = text.find(kTargetsEnd, start);
-    const bool has_end = end != std::string_view::npos;
-    // Without an end the rest of the line, not of the file.
+    const bool has_end = end < text.find(kTargets, start);
+    // Without an end of its own the rest of the line, not of the file.
     const size_t until = has_end ? end : std::min(text.find('\n', start), text.size());
     const std::string_view targets = text.substr(start, until - start);
     take(targets, !has_end || targets.find('\n') != std::string_view::npos);

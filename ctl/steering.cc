@@ -57,11 +57,22 @@ Pids pids_of(ProcessKind kind) {
   return pids;
 }
 
-bool signal_all(ProcessKind kind, int number, int patience_ms) {
-  for (const pid_t pid : pids_of(kind)) {
-    kill(pid, number);
+// Whether these have ended. Others may have come: who starts tvurev is not waited
+// for.
+bool have_ended(ProcessKind kind, const Pids& pids) {
+  const Pids now = pids_of(kind);
+  return std::ranges::none_of(pids,
+                              [&](pid_t pid) { return std::ranges::find(now, pid) != now.end(); });
+}
+
+bool signal_all(ProcessKind kind, const Pids& pids, int number, int patience_ms) {
+  const Pids now = pids_of(kind);  // a number may have become another process's
+  for (const pid_t pid : pids) {
+    if (std::ranges::find(now, pid) != now.end()) {
+      kill(pid, number);
+    }
   }
-  return await(patience_ms, [&] { return pids_of(kind).empty(); });
+  return await(patience_ms, [&] { return have_ended(kind, pids); });
 }
 
 // Whether the process looks for its stop file now.
@@ -77,16 +88,16 @@ const char* stop_file_of(ProcessKind kind) {
 }
 
 // How it was ended; empty when it still runs.
-std::string end_processes(ProcessKind kind) {
+std::string end_processes(ProcessKind kind, const Pids& pids) {
   const View view = look_around();
   const char* file = stop_file_of(kind);
   std::string how;
   if (looks_for_stop_file(view, kind) && make_marker(file) &&
-      await(kFileMs, [&] { return pids_of(kind).empty(); })) {
+      await(kFileMs, [&] { return have_ended(kind, pids); })) {
     how = "ended by its stop file";
-  } else if (signal_all(kind, SIGTERM, kTermMs)) {
+  } else if (signal_all(kind, pids, SIGTERM, kTermMs)) {
     how = "ended by SIGTERM";
-  } else if (signal_all(kind, SIGKILL, kKillMs)) {
+  } else if (signal_all(kind, pids, SIGKILL, kKillMs)) {
     how = "killed";
   }
   unlink(file);  // nobody would read it any more
@@ -104,7 +115,7 @@ bool stop_part(Outcome& outcome, ProcessKind kind) {
     outcome.add(name_of_part(kind), "state", "does not run");
     return true;
   }
-  const std::string how = end_processes(kind);
+  const std::string how = end_processes(kind, pids);
   for (const pid_t pid : pids) {
     outcome.add(name_of_part(kind), std::to_string(pid), how.empty() ? "still runs" : how);
   }
@@ -198,10 +209,7 @@ bool end_for_restart(Outcome& outcome, const View& view, const Pids& before) {
   make_marker(host_files::kRestart);
   outcome.add("BMC process", std::to_string(before.front()),
               "waits, and looks for the restart file every 120 seconds");
-  return await(kRestartFileMs, [&] {
-    const Pids now = pids_of(ProcessKind::kMain);
-    return std::ranges::find(now, before.front()) == now.end();
-  });
+  return await(kRestartFileMs, [&] { return have_ended(ProcessKind::kMain, before); });
 }
 
 }  // namespace
@@ -225,6 +233,9 @@ Outcome run_stop(Part part) {
     well = stop_part(outcome, ProcessKind::kRelay) && well;
   }
   name_timers(outcome);
+  if (well && part != Part::kAgent && !pids_of(ProcessKind::kMain).empty()) {
+    return outcome.end(kExitNotDone, "tvurev has ended, and something has started it again.");
+  }
   return outcome.end(well ? kExitDone : kExitNotDone, well ? "Stopped." : "Not all has ended.");
 }
 

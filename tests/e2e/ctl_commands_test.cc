@@ -191,6 +191,22 @@ TEST_F(CtlCommands, RestartBringsAWaitingDaemonBack) {
   EXPECT_FALSE(exists(kRestartFile));
 }
 
+TEST_F(CtlCommands, RestartLeavesAloneWhatWasStartedMeanwhile) {
+  start_relay();
+  Child tool;
+  ASSERT_EQ(tool.start({.arguments = {"/sbin/tvurevctl", "restart"}}), "");
+  EXPECT_EQ(run_until_exit(), 1);
+  start_daemon();  // before it looks again
+  ASSERT_TRUE(run_until_logged(kConnectedLine, 2));
+  ASSERT_TRUE(run_until([&] {
+    tool.pump();
+    return tool.ended();
+  }));
+  EXPECT_EQ(tool.status(), 0) << tool.out();
+  EXPECT_THAT(tool.out(), HasSubstr("ended by its stop file"));
+  EXPECT_TRUE(relays());
+}
+
 TEST_F(CtlCommands, ModeOnWritesTheVariableAndRestarts) {
   event("nvram KXHVM6=00");
   EXPECT_EQ(ctl({"mode"}).last(), "Reverse mode is off.");
