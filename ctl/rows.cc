@@ -93,7 +93,8 @@ constexpr std::array kRows = {
         "{receiver} is written behind three others and gets nothing.",
         "Keep three receivers at most, or let one of them pass traps on.", kReceivers},
     Row{"entry-without-at", kFail, kReceiver,
-        "The entry {receiver} has no \"@\": it gets nothing, nor does the one behind it.",
+        "The entry {receiver} has no \"@\": neither it nor the one behind it is read as it is "
+        "meant.",
         "Write it as RECEIVER@162 COMMUNITY, then run \"tvurevctl restart\".", kReceivers},
     Row{"entry-without-community", kFail, kReceiver,
         "The entry {receiver} has no blank and community behind its \"@\".",
@@ -225,7 +226,9 @@ constexpr std::array kRows = {
         "Remove it, or run \"tvurevctl restart\".", kReceivers},
     // The log.
     Row{"debug-ignored", kWarn, kNothing, "The debug switch {path} does not count: {why}.",
-        "Run \"tvurevctl debug on\" with its name, or \"tvurevctl debug off\".", kLog},
+        "Run \"tvurevctl debug on\" with its name, then \"tvurevctl restart\"; or \"tvurevctl "
+        "debug off\".",
+        kLog},
     Row{"debug-on", kWarn, kNothing, "Debug output is on: {switches}.",
         "Once it is not needed any more, run \"tvurevctl debug off\".", kLog},
     Row{"log", kOk, kNothing, "The system log takes messages.", "", kLog},

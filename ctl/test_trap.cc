@@ -84,7 +84,7 @@ Outcome& tell_fates(Outcome& outcome, const std::string& lines) {
   return outcome.end(sent == receivers.size() && sent > 0 ? kExitDone : kExitNotDone,
                      "The test trap was handed to the network for " + std::to_string(sent) +
                          " of " + std::to_string(receivers.size()) +
-                         " receivers. Whether it came tells their log only.");
+                         " receivers. Only their logs tell whether it came.");
 }
 
 Outcome& send_directly(Outcome& outcome, const TestTrapOptions& options,
@@ -156,9 +156,10 @@ Outcome& send_through_daemon(Outcome& outcome, const std::vector<uint8_t>& packe
       outcome.add(receiver, "trap", "given to the daemon");
     }
   }
-  return outcome.end(kExitDone,
-                     "The test notification was given to the daemon. What became of it tells the "
-                     "host's log.");
+  return outcome.end(
+      kExitDone,
+      "The test notification was given to the daemon. The host's log tells what became "
+      "of it.");
 }
 
 }  // namespace

@@ -35,7 +35,6 @@ constexpr const char* kChannels = "/vmfs/devices/char/vmkdriver";
 constexpr const char* kSocketFolder = "/opt/ortdv/sockets/agentx";
 constexpr const char* kSocket = "/opt/ortdv/sockets/agentx/tvud";
 constexpr const char* kMarkers = "/opt/ortdv/tmp";
-constexpr const char* kState = "/opt/ortdv/tmp/tvurevstate.text";
 constexpr const char* kLocalcli = "/sbin/localcli";
 constexpr const char* kAside = "/tmp/aside";
 
@@ -324,7 +323,7 @@ constexpr std::array kRunning = {
     Play{"stop-file-pending", "about to end",
          [](CtlHost& h) {
            ASSERT_EQ(g_agent.connect(), "");
-           ASSERT_TRUE(h.run_until_logged(kClientLine));
+           ASSERT_TRUE(h.run_until_state(kAgentState, "serving"));
            halt(h, h.socket_proxy());
            touch(kOrtStopFile);
          },
@@ -333,6 +332,7 @@ constexpr std::array kRunning = {
            g_agent.hang_up();
            kill(h.socket_proxy(), SIGCONT);
            ASSERT_TRUE(h.run_until_logged("clock: sleep 30"));
+           ASSERT_TRUE(h.run_until_state(kAgentState, "listening"));
          }},
     Play{"shutdown-timer", "A shutdown timer runs",
          [](CtlHost& h) {
@@ -592,8 +592,8 @@ TEST_F(CtlCheck, KnowsTheDaemonByItsProgramFileAlone) {
                          .environment = {"LD_PRELOAD=/run/lab/libmoxshim.so",
                                          "ASAN_OPTIONS=verify_asan_link_order=0"}}),
             "");
-  ASSERT_TRUE(run_until_logged(kConnectedLine));
-  ASSERT_TRUE(run_until([] { return exists(kRunningFile); }));
+  ASSERT_TRUE(run_until_state(kState, "connected"));
+  ASSERT_TRUE(run_until_state(kAgentState, "listening"));
   unlink("/tmp/other/tvurev");
   const Told told = ctl({"check"});
   EXPECT_EQ(told.last(), "A trap would arrive at 2 of 2 receivers.");

@@ -39,6 +39,18 @@ void CtlHost::SetUp() {
   write_targets("192.0.2.7@162 public;198.51.100.9@162 ops");
 }
 
+void CtlHost::start_relay(const Settings& settings) {
+  Host::start_relay(settings);
+  ASSERT_TRUE(run_until_state(kState, "connected"));
+  ASSERT_TRUE(run_until_state(kAgentState, "listening"));
+}
+
+testing::AssertionResult CtlHost::run_until_state(const char* file, const std::string& state) {
+  return run_until(
+             [&] { return read_file(file).find("\nstate=" + state + "\n") != std::string::npos; })
+         << ": " << file << ": " << state;
+}
+
 Told CtlHost::ctl(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), "/sbin/tvurevctl");
   std::vector<std::string> variables = environment;

@@ -9,6 +9,9 @@
 
 #include "tests/e2e/host.h"
 
+inline constexpr const char* kState = "/opt/ortdv/tmp/tvurevstate.text";
+inline constexpr const char* kAgentState = "/opt/ortdv/tmp/tvurevagentstate.text";
+
 // What the tool printed, and how it ended.
 struct Told {
   int status = -1;
@@ -26,6 +29,12 @@ class CtlHost : public Host {
  public:
   void SetUp() override;
 
+  // Until both processes have written down that they wait, which they do after they
+  // have logged it.
+  void start_relay(const Settings& settings = {});
+  // Until a state file says this.
+  testing::AssertionResult run_until_state(const char* file, const std::string& state);
+
   // Runs "tvurevctl ARGUMENTS" while the BMC answers.
   Told ctl(std::vector<std::string> arguments);
   // The same without anybody serving the BMC or reading the log.
@@ -33,7 +42,7 @@ class CtlHost : public Host {
 
   // What the tool sees from now on as another user's files.
   std::string foreign_files;
-  // Whether its patience with others ends at once.
+  // Whether its patience with others ends soon.
   bool impatient = false;
   // More of its environment.
   std::vector<std::string> environment;

@@ -1,7 +1,8 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /* libleapingclock.so: for a program that looks for something again and again, with
  * usleep between two looks, until its patience is over. Each usleep takes a
- * millisecond, and the clock that it measures its patience by leaps by a second. */
+ * seventh of a second, in which whoever was killed is gone, and the clock that it
+ * measures its patience by leaps by a second. */
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <time.h>
@@ -12,7 +13,7 @@ typedef int (*clock_gettime_function)(clockid_t, struct timespec*);
 static time_t leaps = 0;
 
 int usleep(useconds_t microseconds) {
-  static const struct timespec kMoment = {0, 1000000};
+  static const struct timespec kMoment = {0, 150000000};
   (void)microseconds;
   ++leaps;
   return nanosleep(&kMoment, NULL);

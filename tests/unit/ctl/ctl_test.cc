@@ -47,9 +47,10 @@ TEST(Findings, OfOneKindAreOneLineFromTheFourthOn) {
   findings.add("entry-without-at", {"d"});
   const std::vector<Finding> lines = findings.condensed();
   ASSERT_EQ(lines.size(), 2U);
-  EXPECT_EQ(lines[0].text,
-            "The entry a has no \"@\": it gets nothing, nor does the one behind it. And 3 more of "
-            "this kind.");
+  EXPECT_EQ(
+      lines[0].text,
+      "The entry a has no \"@\": neither it nor the one behind it is read as it is meant. And 3 "
+      "more of this kind.");
 }
 
 TEST(Findings, TellTheFirstThatCostsEverything) {
