@@ -149,7 +149,7 @@ constexpr std::array kCommands = {
             [](const Request& r) { return print(r, run_status(r.show_communities)); },
             add_communities_option},
     Command{"test-trap", "Send a test trap to the receivers",
-            "tvurevctl test-trap --oid 1.3.6.1.4.1.99999.1 --text \"rack 7\"",
+            "tvurevctl test-trap --oid 1.3.6.1.4.1.32473.1.0.9 --text \"rack 7\"",
             [](const Request& r) { return print(r, run_test_trap(r.test_trap)); },
             add_test_trap_options},
     Command{"restart", "Make tvurev read its settings again", "tvurevctl restart",

@@ -14,7 +14,7 @@ import sys
 import jsonschema
 
 COMMANDS = ["check", "check --no-bmc --no-probe", "status", "test-trap", "test-trap --oid "
-            "1.3.6.1.4.1.99999.1", "restart", "stop", "debug", "debug on chif", "debug off",
+            "1.3.6.1.4.1.32473.1.0.9", "restart", "stop", "debug", "debug on chif", "debug off",
             "forget", "mode", "report --output /tmp"]
 
 
