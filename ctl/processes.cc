@@ -20,7 +20,8 @@
 
 namespace {
 
-constexpr std::string_view kProgram = "tvurev";
+// The second is linked statically, for hosts without a loader.
+constexpr std::array<std::string_view, 2> kPrograms = {"tvurev", "tvurev-static"};
 constexpr std::string_view kDeleted = " (deleted)";
 
 struct FolderCloser {
@@ -104,7 +105,8 @@ bool look_at(pid_t pid, Look& look) {
   if (look.replaced) {
     program.resize(program.size() - kDeleted.size());
   }
-  if (program.substr(program.rfind('/') + 1) != kProgram || !read_stat(look)) {
+  const std::string name = program.substr(program.rfind('/') + 1);
+  if (std::ranges::find(kPrograms, name) == kPrograms.end() || !read_stat(look)) {
     return false;
   }
   look.caught = caught_signals(pid);
