@@ -6,8 +6,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "ctl/jobs.h"
-#include "ctl/receivers.h"
+#include "ctl/checking.h"
 
 namespace {
 

@@ -10,8 +10,6 @@
 #include <vector>
 
 #include "ctl/findings.h"
-#include "ctl/settings.h"
-#include "ctl/view.h"
 
 struct CheckOptions {
   bool bmc = true;    // ask the BMC
@@ -28,38 +26,5 @@ struct CheckReport {
 
 // Takes a second or two, ten at most.
 CheckReport run_check(const CheckOptions& options);
-
-// What the parts of a check share.
-struct Checking {
-  CheckOptions options;
-  View view;
-  Settings settings;
-  // Whether the receivers in force are others than those of the file.
-  bool changed = false;
-  std::vector<std::string> in_force;  // receivers
-  size_t receivers = 0;
-  size_t reached = 0;
-  Findings findings;
-
-  // Adds what is wrong with a gate: no harm is done once the daemon has passed it.
-  void add_gate(std::string_view id, std::initializer_list<std::string_view> words = {});
-};
-
-// The parts, in the order of the road; each in the file of its name.
-struct Job;
-struct Receiver;
-bool check_driver(Checking& checking);  // false where the BMC cannot be asked
-std::string ask_bmc();                  // a job
-void check_bmc(Checking& checking, const Job& answers);
-void check_no_bmc(Checking& checking, std::string_view why);
-void check_settings(Checking& checking);
-void check_receivers(Checking& checking, const std::vector<Receiver>& receivers);
-std::string ask_host_address();  // a job
-void check_host_address(Checking& checking, const Job& address);
-void check_folders(Checking& checking);
-void check_daemon(Checking& checking);
-void check_socket(Checking& checking);
-void check_marker_files(Checking& checking);
-void check_log(Checking& checking);
 
 #endif  // TVUREV_CTL_CHECK_H_

@@ -9,8 +9,7 @@
 
 #include "base/file.h"
 #include "bmc/generation.h"
-#include "ctl/check.h"
-#include "ctl/jobs.h"
+#include "ctl/checking.h"
 #include "wire/host_files.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <iterator>
 
 #include "base/file.h"
-#include "ctl/check.h"
+#include "ctl/checking.h"
 #include "wire/host_files.h"
 
 namespace {

@@ -16,7 +16,7 @@
 
 #include "base/descriptor.h"
 #include "base/file.h"
-#include "ctl/check.h"
+#include "ctl/checking.h"
 #include "ctl/debug_switches.h"
 #include "wire/host_files.h"
 

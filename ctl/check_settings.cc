@@ -11,9 +11,7 @@
 #include <cstring>
 
 #include "base/file.h"
-#include "ctl/check.h"
-#include "ctl/jobs.h"
-#include "ctl/receivers.h"
+#include "ctl/checking.h"
 #include "trap/host_address.h"
 #include "trap/host_snmp.h"
 #include "trap/receiver_text.h"
