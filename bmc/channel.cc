@@ -15,6 +15,7 @@
 #include "base/text.h"
 #include "log/log.h"
 #include "wire/chif.h"
+#include "wire/host_files.h"
 
 namespace {
 
@@ -24,23 +25,26 @@ constexpr useconds_t kSweepPauseUs = 100'000;
 constexpr useconds_t kPauseUs = 10'000;
 constexpr int kAttempts = 10;
 
+int g_last_opened = -1;
+
 // The daemon's one long session takes from the top, the short queries from 4
 // down, so that they seldom meet.
 int first_channel(const char* name) {
   if (name == nullptr) {
-    return 4;
+    return host_files::kHighestQueryChannel;
   }
-  return holds(name, "vbqd") ? 9 : 15;
+  return holds(name, "vbqd") ? 9 : host_files::kHighestChannel;
 }
 
 // Tries every channel once, from the first down to 0.
 int sweep_channels(const char* name) {
   for (int channel = first_channel(name); channel >= 0; --channel) {
     std::array<char, 256> path = {};
-    snprintf(path.data(), path.size(), "/vmfs/devices/char/vmkdriver/zemox-d0ccb%d", channel);
+    snprintf(path.data(), path.size(), "%s%d", host_files::kChannelNode, channel);
     // O_EXCL makes a channel its opener's alone: hence the walk to a free one.
     const int fd = open(path.data(), O_RDWR | O_EXCL | O_CLOEXEC);
     if (fd != -1) {
+      g_last_opened = channel;
       if (name != nullptr) {
         UtilLog("[%s]: BMC device is %s\n", name, path.data());
       }
@@ -92,6 +96,10 @@ int mox_chrdev(const char* name) {
   }
   UtilLog("mox_chrdev: Failed: no available Qel Mox channels\n");
   return -1;
+}
+
+int last_opened_channel() {
+  return g_last_opened;
 }
 
 void close_channel(int fd) {

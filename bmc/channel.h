@@ -21,6 +21,9 @@
 // a log line. Logs the device opened when a name was given.
 int mox_chrdev(const char* name);
 
+// The number of the node that mox_chrdev opened last, -1 before the first.
+int last_opened_channel();
+
 // Closes a channel; does nothing for -1.
 void close_channel(int fd);
 

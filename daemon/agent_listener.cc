@@ -15,10 +15,11 @@
 #include <string_view>
 
 #include "log/log.h"
+#include "wire/host_files.h"
 
 namespace {
 
-constexpr std::string_view kSocketPath = "/opt/ortdv/sockets/agentx/tvud";
+constexpr std::string_view kSocketPath = host_files::kAgentSocket;
 constexpr int kBacklog = 5;
 constexpr int kExit = 1;
 constexpr int kNone = -1;

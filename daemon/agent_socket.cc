@@ -24,6 +24,7 @@
 #include "daemon/packet_dump.h"
 #include "daemon/reverse_proxy.h"
 #include "daemon/signals.h"
+#include "daemon/state_file.h"
 #include "log/complaints.h"
 #include "log/debug_flags.h"
 #include "log/log.h"
@@ -110,9 +111,11 @@ int accept_client(int listener) {
   }
   numfds = 0;
   DaemonDebug(" reverse mode:  Waiting for a connection with forward mode ORT...\n");
+  note_agent_state(AgentState::kListening);
   wait_for_client(listener);
   const int client = accept_from(listener);
   Log(LOG_INFO, "[tvud]: TVU Reverse Proxy Connected.\n");
+  note_agent_state(AgentState::kServing);
   add_poll_entry(client, POLLIN);
   DaemonDebug("tvud: TVU Reverse Proxy: numfds [%d].\n", numfds);
   return client;
@@ -177,6 +180,7 @@ void serve(int client) {
 // next accept, after the pause.
 void pause_after_client() {
   leave_if_replaced();
+  note_agent_state(AgentState::kPausing);
   remove_running_file();
   pause_seconds(kHangupPauseSeconds);
   leave_if_signalled(kNoClient);

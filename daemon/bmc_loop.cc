@@ -17,6 +17,7 @@
 #include "daemon/pacing.h"
 #include "daemon/reverse_proxy.h"
 #include "daemon/signals.h"
+#include "daemon/state_file.h"
 #include "log/complaints.h"
 #include "log/log.h"
 
@@ -36,6 +37,7 @@ constexpr int kExitStopped = 1;
 constexpr int kExitSignalled = 0;
 
 void leave_bmc() {
+  note_bmc_state(BmcState::kUnconnected);
   go_bye(bmc_fd, kLongForm);
   bmc_fd = -1;
 }
@@ -70,6 +72,7 @@ void open_bmc() {
   numfds = 0;
   DaemonDebug("reverse mode: call bmc_init()\n");
   bmc_fd = -1;
+  note_bmc_state(BmcState::kUnconnected);
   bmc_init();
   connect_param = 0;
 }
@@ -103,6 +106,7 @@ bool connect_bmc() {
   DaemonDebug("reverse mode: BMC Reverse Proxy Connected. Starting proxy loop\n");
   Log(LOG_INFO, "[tvud]: BMC Reverse Proxy Connected.\n");
   Log(LOG_INFO, "[tvud]: BMC Reverse channel is [%d].\n", bmc_fd);
+  note_bmc_state(BmcState::kConnected);
   return true;
 }
 
@@ -207,6 +211,7 @@ int run_bmc_loop() {
       pause_or_end(kOpenPauseSeconds);
       continue;
     }
+    note_bmc_state(BmcState::kGreeting);
     greet_bmc();
     if (!connect_bmc()) {
       continue;

@@ -11,15 +11,16 @@
 #include "base/file.h"
 #include "daemon/signals.h"
 #include "log/log.h"
+#include "wire/host_files.h"
 
-const char* g_running_file = "/opt/ortdv/tmp/tvurevrunning.text";
-const char* g_bmc_stop_file = "/opt/ortdv/tmp/tvurevbmcstop.text";
-const char* g_ort_stop_file = "/opt/ortdv/tmp/tvurevortstop.text";
+const char* g_running_file = host_files::kRunning;
+const char* g_bmc_stop_file = host_files::kBmcStop;
+const char* g_ort_stop_file = host_files::kOrtStop;
 
 namespace {
 
-constexpr const char* kRestartFile = "/opt/ortdv/tmp/tvurevrestart.text";
-constexpr unsigned kRestartCheckSeconds = 120;
+using host_files::kRestart;
+using host_files::kRestartCheckSeconds;
 
 // Through the shell: the file comes out as an operator's own touch would make it.
 // Whether the command succeeded.
@@ -66,13 +67,13 @@ void clear_bmcstop() {
 }
 
 int restart_requested() {
-  if (!exists(kRestartFile)) {
+  if (!exists(kRestart)) {
     return 0;
   }
   // Logged first: what cannot be removed is seen again after the restart, and
   // the log then shows why the daemon keeps restarting.
   Log(LOG_INFO, "tvurev: Detected TVUREV enable/disable. Restarting tvurev ....\n");
-  unlink(kRestartFile);
+  unlink(kRestart);
   return 1;
 }
 

@@ -9,6 +9,7 @@
 #include "daemon/reverse_proxy.h"
 #include "daemon/signals.h"
 #include "daemon/startup.h"
+#include "daemon/state_file.h"
 #include "trap/host_address.h"
 
 namespace {
@@ -28,6 +29,7 @@ void find_host_address() {
 
 int main() {
   prepare_process();
+  note_bmc_state(BmcState::kStarting);
   if (const std::optional<int> status = check_gates()) {
     return end_signalled() ? leave_signalled() : *status;
   }

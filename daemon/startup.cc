@@ -13,22 +13,22 @@
 #include "daemon/control_files.h"
 #include "daemon/reverse_proxy.h"
 #include "daemon/signals.h"
+#include "daemon/state_file.h"
 #include "log/debug_flags.h"
 #include "log/log.h"
 #include "ortinv/rev_mode.h"
 #include "ortinv/support_check.h"
 #include "trap/host_snmp.h"
+#include "wire/host_files.h"
 
 namespace {
 
-constexpr const char* kDriverNode = "/vmfs/devices/zemox-d0ccb0";
-constexpr const char* kSocketDirectory = "/opt/ortdv/sockets/agentx";
+constexpr const char* kSocketDirectory = host_files::kSocketFolder;
 // For the other tools of the host; nothing here reads the file.
 constexpr const char* kListInterfaces =
     "/sbin/localcli network ip interface ipv4 get > /opt/ortdv/tmp/ipv4.txt 2>/dev/null";
 constexpr mode_t kOwnerOnly = 0700;
 constexpr mode_t kWritableByOwnerOnly = 022;
-constexpr const char* kSystemPath = "/sbin:/usr/sbin:/bin:/usr/bin";
 constexpr int kFirstInherited = 3;
 constexpr int kExitSignalled = 0;
 constexpr int kExitCannotRun = 0;  // a supervisor restarts on 1: nothing would change here
@@ -59,13 +59,13 @@ void prepare_process() {
   umask(kWritableByOwnerOnly);
   const char* path = getenv("PATH");
   if (path == nullptr || *path == '\0') {
-    setenv("PATH", kSystemPath, 1);
+    setenv("PATH", host_files::kSystemPath, 1);
   }
   watch_signals();
 }
 
 std::optional<int> check_gates() {
-  if (!exists(kDriverNode)) {
+  if (!exists(host_files::kDriverNode)) {
     Log(LOG_INFO, "tvurev: ERROR: Missing mox driver.\n");
     return kExitCannotRun;
   }
@@ -88,6 +88,7 @@ std::optional<int> check_gates() {
   }
   if (rev_mode == 0) {
     Log(LOG_INFO, "tvurev:  Reverse TVU disabled.\n");
+    note_bmc_state(BmcState::kWaitsForMode);
     return wait_for_restart();
   }
   host_snmp_enabled = 0;
@@ -95,6 +96,7 @@ std::optional<int> check_gates() {
   if (host_snmp_enabled == 0) {
     print_line("ESXi Host SNMP disabled. Cannot run TVU Reverse Proxy.");
     Log(LOG_INFO, "ESXi Host SNMP disabled. Cannot run TVU Reverse Proxy.\n");
+    note_bmc_state(BmcState::kWaitsForSnmp);
     return wait_for_restart();
   }
   Log(LOG_INFO, "tvurev:  Reverse TVU enabled and Host SNMP enabled.\n");

@@ -15,6 +15,7 @@
 #include "base/text.h"
 #include "log/log.h"
 #include "trap/receiver_address.h"
+#include "wire/host_files.h"
 
 std::vector<std::string> trap_destinations;
 std::vector<std::string> trap_communities;
@@ -23,13 +24,9 @@ int32_t trap_target_count = 0;
 
 namespace {
 
-constexpr const char* kConfigFile = "/etc/vmware/snmp.xml";
+constexpr const char* kConfigFile = host_files::kSnmpSettings;
 constexpr std::string_view kTargetsTag = "<targets>";
 constexpr std::string_view kTargetsEndTag = "</targets>";
-constexpr size_t kTargetsMax = 2047;
-constexpr size_t kDestinationMax = 32;
-constexpr size_t kCommunityMax = 128;
-constexpr int32_t kTargetCountMax = 3;
 
 using Line = std::array<char, 4096>;
 
@@ -100,7 +97,7 @@ void load_targets(Reading& reading, std::string_view targets) {
     const std::string_view community = rest.substr(0, rest.find(';'));
     require_fits(reading, community, kCommunityMax, "a community");
     // Counted even so (docs/oddities.md: fourth-target).
-    if (++trap_target_count > kTargetCountMax) {
+    if (++trap_target_count > kDestinationsMax) {
       return;
     }
     trap_destinations.emplace_back(destination);
@@ -140,10 +137,10 @@ int read_settings() {
   }
   rewind(file.get());
   // Short communities live in the vector's own memory, which must not move.
-  trap_communities.reserve(kTargetCountMax);
+  trap_communities.reserve(kDestinationsMax);
   while (read_line(file.get(), reading.line)) {
     const std::string_view targets = targets_in(reading.line.data());
-    require_fits(reading, targets, kTargetsMax, "a targets text");
+    require_fits(reading, targets, kTargetsTextMax, "a targets text");
     load_targets(reading, targets);
   }
   if (ferror(file.get()) != 0) {

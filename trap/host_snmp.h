@@ -5,6 +5,7 @@
 #ifndef TVUREV_TRAP_HOST_SNMP_H_
 #define TVUREV_TRAP_HOST_SNMP_H_
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -17,6 +18,12 @@ extern std::vector<std::string> trap_destinations;
 extern std::vector<std::string> trap_communities;
 extern int32_t snmp_enabled_flag;
 extern int32_t trap_target_count;  // targets seen in this reading, the dropped ones too
+
+// The longest pieces of the configuration; longer ones end the process.
+inline constexpr size_t kTargetsTextMax = 2047;
+inline constexpr size_t kDestinationMax = 32;
+inline constexpr size_t kCommunityMax = 128;
+inline constexpr int32_t kDestinationsMax = 3;
 
 // Reads the configuration. Returns 1, and loads the first destinations, when
 // a line holds "<enable>true"; 0 when none does or the file cannot be read, from

@@ -57,6 +57,11 @@ bool is_port(std::string_view port) {
 
 }  // namespace
 
+std::string_view shown_receiver(std::string_view text) {
+  const std::string_view whole = skip_blanks(text);
+  return whole.substr(0, whole.find_first_of(" ;"));
+}
+
 ReceiverText read_receiver(std::string_view text) {
   const std::string_view whole = skip_blanks(text);
   // What follows a blank behind a numeric address is not looked at.

@@ -28,4 +28,9 @@ struct ReceiverText {
 // still be no address ("300.1.1.1").
 ReceiverText read_receiver(std::string_view text);
 
+// As much of the text as may be shown to anyone: without the blanks before it, up to
+// the next blank or ";", behind which a community may stand where an entry was
+// written wrongly. The view lies in the text.
+std::string_view shown_receiver(std::string_view text);
+
 #endif  // TVUREV_TRAP_RECEIVER_TEXT_H_

@@ -5,6 +5,7 @@
 #ifndef TVUREV_TRAP_TRAP_SENDER_H_
 #define TVUREV_TRAP_TRAP_SENDER_H_
 
+#include <array>
 #include <cstdint>
 #include <span>
 
@@ -18,5 +19,15 @@
 // receivers. Throws std::bad_alloc when there is none, before anything is sent:
 // no trap goes out with a binding missing.
 int send_trap_to_host(std::span<const uint8_t> packet);
+
+// What became of the trap of one destination.
+struct TrapFate {
+  bool handed_over = false;        // to the network
+  std::array<char, 256> why = {};  // where it was not: as the log says it
+};
+
+// The same, and tells what became of each destination's trap: entry i of fates is
+// that of destination i. Entries without a trap are left as they were.
+int send_trap_to_host(std::span<const uint8_t> packet, std::span<TrapFate> fates);
 
 #endif  // TVUREV_TRAP_TRAP_SENDER_H_

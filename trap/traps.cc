@@ -76,7 +76,7 @@ void set_address(CTarget& target, const char* destination) {
   }
 }
 
-using Reason = std::array<char, 256>;
+using Reason = decltype(TrapFate::why);
 
 // error is errno of a failed send, 0 where there was none.
 Reason why_not_sent(int status, int error, bool has_address, const char* destination) {
@@ -97,7 +97,8 @@ Complaint g_not_sent = {.about = "tvurev: traps that were not sent"};
 
 }  // namespace
 
-int send_traps(const OidText& trapOid, uint32_t timestamp, std::vector<Snmp_pp::Vb> vbs) {
+int send_traps(const OidText& trapOid, uint32_t timestamp, std::vector<Snmp_pp::Vb> vbs,
+               std::span<TrapFate> fates) {
   if (trap_destinations.empty()) {
     Log(LOG_ERR, "tvurev: no trap destinations defined!\n");
     return 1;
@@ -115,26 +116,33 @@ int send_traps(const OidText& trapOid, uint32_t timestamp, std::vector<Snmp_pp::
   for (size_t i = 0; i < trap_destinations.size(); ++i) {
     set_address(target, trap_destinations[i].c_str());
     target.set_readcommunity(trap_communities[i].c_str());
-    send_one_trap(pdu, target, trap_destinations[i].c_str(), trapOid);
+    const TrapFate fate = send_one_trap(pdu, target, trap_destinations[i].c_str(), trapOid);
+    if (i < fates.size()) {
+      fates[i] = fate;
+    }
   }
   return 1;
 }
 
-void send_one_trap(Snmp_pp::Pdu& pdu, Snmp_pp::CTarget& target, const char* destination,
-                   const OidText& trapOid) {
+TrapFate send_one_trap(Snmp_pp::Pdu& pdu, Snmp_pp::CTarget& target, const char* destination,
+                       const OidText& trapOid) {
+  TrapFate fate;
   int status = SNMP_CLASS_SUCCESS;
   // A session, and so a socket, for each trap: nothing is held between two.
   Snmp session(status, 0);
   if (status != SNMP_CLASS_SUCCESS) {
     Log(LOG_ERR, "Unable to construct SNMP++ session, failed to send traps\n");
-    return;
+    copy_text(fate.why, "no session");
+    return fate;
   }
   Log(LOG_INFO, "tvurev: Sending trap [%s] to dest [%s] ...\n", trapOid.data(), destination);
   errno = 0;
   const int result = session.trap(pdu, target);
   if (result != SNMP_CLASS_SUCCESS) {
-    const Reason reason = why_not_sent(result, errno, target.valid(), destination);
+    fate.why = why_not_sent(result, errno, target.valid(), destination);
     complain(g_not_sent, "tvurev: Trap [%s] to dest [%s] was not sent: %s\n", trapOid.data(),
-             destination, reason.data());
+             destination, fate.why.data());
   }
+  fate.handed_over = result == SNMP_CLASS_SUCCESS;
+  return fate;
 }

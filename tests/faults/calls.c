@@ -489,6 +489,13 @@ ssize_t sendto(int fd, const void* bytes, size_t count, int flags, __CONST_SOCKA
                            : real(fd, bytes, count, flags, address.__sockaddr__, length);
 }
 
+typedef int (*rename_function)(const char*, const char*);
+int rename(const char* from, const char* to) {
+  REAL(rename_function, "rename")
+  const int fault = fault_of("rename", CALLER);
+  return fault != kNoFault ? failed(fault) : real(from, to);
+}
+
 typedef int (*setenv_function)(const char*, const char*, int);
 int setenv(const char* name, const char* value, int overwrite) {
   REAL(setenv_function, "setenv")

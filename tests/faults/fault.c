@@ -39,13 +39,13 @@ static int g_fault_error;
 
 /* Every function that calls.c and heap.c replace. */
 static const char* const kNames[] = {
-    "accept", "accept4",     "bind",           "calloc",  "close",  "close_range", "connect",
-    "fclose", "fflush",      "fgets",          "fopen",   "fork",   "fprintf",     "fputs",
-    "fwrite", "getaddrinfo", "gethostname",    "ioctl",   "listen", "localtime_r", "lstat",
-    "malloc", "mkdir",       "nanosleep",      "open",    "pclose", "pipe2",       "poll",
-    "popen",  "ppoll",       "pthread_atfork", "puts",    "read",   "readlink",    "realloc",
-    "recv",   "send",        "sendto",         "setenv",  "sleep",  "socket",      "stat",
-    "system", "unlink",      "usleep",         "waitpid", "write",
+    "accept", "accept4",     "bind",           "calloc", "close",   "close_range", "connect",
+    "fclose", "fflush",      "fgets",          "fopen",  "fork",    "fprintf",     "fputs",
+    "fwrite", "getaddrinfo", "gethostname",    "ioctl",  "listen",  "localtime_r", "lstat",
+    "malloc", "mkdir",       "nanosleep",      "open",   "pclose",  "pipe2",       "poll",
+    "popen",  "ppoll",       "pthread_atfork", "puts",   "read",    "readlink",    "realloc",
+    "recv",   "rename",      "send",           "sendto", "setenv",  "sleep",       "socket",
+    "stat",   "system",      "unlink",         "usleep", "waitpid", "write",
 };
 _Static_assert(sizeof kNames / sizeof kNames[0] <= kMostCalls, "more functions than rows");
 

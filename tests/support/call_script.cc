@@ -195,6 +195,10 @@ CallStep& CallScript::usleep(unsigned microseconds) {
 CallStep& CallScript::stat(std::string_view path) {
   return add(call_text("stat", quoted(path)));
 }
+CallStep& CallScript::rename(std::string_view from, std::string_view to) {
+  return add(call_text("rename", quoted(from) + ", " + quoted(to)));
+}
+
 CallStep& CallScript::unlink(std::string_view path) {
   return add(call_text("unlink", quoted(path)));
 }

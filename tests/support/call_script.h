@@ -123,6 +123,7 @@ class CallScript {
   CallStep& sleep(unsigned seconds);
   CallStep& usleep(unsigned microseconds);
   CallStep& stat(std::string_view path);  // only where a file must come or go midway
+  CallStep& rename(std::string_view from, std::string_view to);
   CallStep& unlink(std::string_view path);
   CallStep& mkdir(std::string_view path, mode_t mode);
   CallStep& readlink(std::string_view path, size_t size);

@@ -231,6 +231,7 @@ int __wrap_lstat(const char* path, struct stat* status);
 int __wrap_lstat64(const char* path, struct stat* status);
 int __wrap_clock_gettime(clockid_t clock, timespec* now);
 int __wrap_system(const char* command);
+int __wrap_rename(const char* from, const char* to);
 int __wrap_unlink(const char* path);
 int __wrap_usleep(useconds_t microseconds);
 pid_t __wrap_waitpid(pid_t pid, int* status, int options);
@@ -354,6 +355,12 @@ int __wrap_lstat(const char* path, struct stat* status) {
 }
 int __wrap_lstat64(const char* path, struct stat* status) {
   return wrapped_lstat(path, status);
+}
+
+int __wrap_rename(const char* from, const char* to) {
+  return CallScript::active() == nullptr
+             ? __real_rename(from, to)
+             : answer(call_text("rename", quoted(from) + ", " + quoted(to)));
 }
 
 int __wrap_unlink(const char* path) {

@@ -53,6 +53,7 @@ unsigned __real_sleep(unsigned seconds);
 int __real_socket(int domain, int type, int protocol);
 int __real_stat(const char* path, struct stat* status);
 int __real_system(const char* command);
+int __real_rename(const char* from, const char* to);
 int __real_unlink(const char* path);
 int __real_usleep(useconds_t microseconds);
 pid_t __real_waitpid(pid_t pid, int* status, int options);
