@@ -19,6 +19,9 @@
 #include "ortinv/support_check.h"
 #include "trap/host_snmp.h"
 
+// An older C library has none: looked up when the program is started.
+extern "C" int close_range(unsigned first, unsigned last, int flags) noexcept __attribute__((weak));
+
 namespace {
 
 constexpr const char* kDriverNode = "/vmfs/devices/zemox-d0ccb0";
@@ -131,12 +134,12 @@ void ensure_socket_directory() {
 
 void close_inherited_descriptors() {
   const int last = getdtablesize() - 1;
-#ifdef TVUREV_HAVE_CLOSE_RANGE
   // One call instead of as many as the descriptor limit, which may be a billion.
-  if (last < kFirstInherited || close_range(kFirstInherited, static_cast<unsigned>(last), 0) == 0) {
+  if (last < kFirstInherited ||
+      (close_range != nullptr &&
+       close_range(kFirstInherited, static_cast<unsigned>(last), 0) == 0)) {
     return;
   }
-#endif
   for (int fd = last; fd >= kFirstInherited; --fd) {
     close(fd);
   }
