@@ -57,7 +57,8 @@ echo $((now + ${seconds:-0})) >time
 umask >umask
 echo "$PATH" >path
 pwd -P >folder
-ls -l /proc/$$/fd/ | busybox sed -n 's/.* \([0-9]* -> \)/\1/p' >descriptors
+ls -l /proc/$$/fd/ | busybox sed -n 's/.* \([0-9]* -> \)/\1/p' >descriptors.new
+busybox mv descriptors.new descriptors
 case $what in
 status) exit "$number" ;;
 signal) kill "-$number" $$ && busybox usleep 10000000 ;;
@@ -170,7 +171,7 @@ has_ended() { # PID
 }
 
 set_up() {
-  rm -rf $bent/hold $bent/log_stalls $bent/wrong $tmp /opt/ortdv/sockets
+  rm -rf $bent/hold $bent/log_stalls $bent/wrong $bent/descriptors $tmp /opt/ortdv/sockets
   : >$bent/sleeps
   : >$bent/lives
   : >$bent/log
@@ -523,6 +524,7 @@ case_a_killed_supervisor_is_followed_by_another() {
   live_through
   old_daemon=$(field daemon)
   kill -9 "$(field pid)"
+  await has_ended "$(field pid)"
   $init status >/dev/null
   equal "status without it" $? 3
   $init start >/dev/null
@@ -537,6 +539,7 @@ case_stop_ends_what_a_killed_supervisor_left() {
   live_through
   old_daemon=$(field daemon)
   kill -9 "$(field pid)"
+  await has_ended "$(field pid)"
   $init stop >/dev/null
   equal status $? 0
   await has_ended "$old_daemon"
