@@ -333,6 +333,7 @@ case_start_twice_is_once() {
   equal status $? 0
   equal answer "$answer" "tvurev-supervisor: runs already, process $first."
   equal process "$(field pid)" "$first"
+  await lived_more_than 0
   equal lives "$(lives)" 1
 }
 
@@ -347,6 +348,7 @@ case_many_starts_at_once_are_one() {
   # shellcheck disable=SC2086  # words
   wait $starters
   await field_is state running
+  await lived_more_than 0
   equal supervisors "$(supervisors)" 1
   equal lives "$(lives)" 1
   equal locks "$(find $tmp -name 'tvurevsupervisor.lock.*' | wc -l)" 1
@@ -406,6 +408,7 @@ case_restart_is_another_life() {
   equal status $? 0
   await field_is state running
   [ "$(field pid)" != "$first" ] || fail "the same supervisor"
+  await lived_more_than 1
   equal lives "$(lives)" 2
 }
 
