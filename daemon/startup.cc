@@ -20,6 +20,7 @@
 #include "trap/host_snmp.h"
 
 // An older C library has none: looked up when the program is started.
+// NOLINTNEXTLINE(readability-redundant-declaration): nor does its header declare it
 extern "C" int close_range(unsigned first, unsigned last, int flags) noexcept __attribute__((weak));
 
 namespace {
