@@ -21,6 +21,10 @@
 #include "trap/host_snmp.h"
 #include "wire/host_files.h"
 
+// An older C library has none: looked up when the program is started.
+// NOLINTNEXTLINE(readability-redundant-declaration): nor does its header declare it
+extern "C" int close_range(unsigned first, unsigned last, int flags) noexcept __attribute__((weak));
+
 namespace {
 
 constexpr const char* kSocketDirectory = host_files::kSocketFolder;
@@ -133,12 +137,12 @@ void ensure_socket_directory() {
 
 void close_inherited_descriptors() {
   const int last = getdtablesize() - 1;
-#ifdef TVUREV_HAVE_CLOSE_RANGE
   // One call instead of as many as the descriptor limit, which may be a billion.
-  if (last < kFirstInherited || close_range(kFirstInherited, static_cast<unsigned>(last), 0) == 0) {
+  if (last < kFirstInherited ||
+      (close_range != nullptr &&
+       close_range(kFirstInherited, static_cast<unsigned>(last), 0) == 0)) {
     return;
   }
-#endif
   for (int fd = last; fd >= kFirstInherited; --fd) {
     close(fd);
   }
