@@ -124,7 +124,7 @@ void add(const Json& answer, Report& report) {
   try {
     query(answer);
     // The binary form, because texts of the host need not be UTF-8.
-    write_all(fd, Json::to_cbor(packed(answer)));
+    write_all(fd, Json::to_msgpack(packed(answer)));
   } catch (const std::exception&) {
     _exit(EXIT_FAILURE);
   }
@@ -177,7 +177,7 @@ bool collect(const std::string& source, Report& report, pid_t child, int fd) {
     return false;
   }
   const int status = wait_for(child);
-  const Json answer = Json::from_cbor(*bytes, true, false);
+  const Json answer = Json::from_msgpack(*bytes, true, false);
   if (!answer.is_object()) {
     report.add_problem(source, WIFSIGNALED(status) ? "the query was ended by signal " +
                                                          std::to_string(WTERMSIG(status))

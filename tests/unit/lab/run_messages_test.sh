@@ -40,7 +40,7 @@ expect 2 "mox-sim: $work/none/x.pcap: cannot write: No such file or directory" \
 expect 2 "lab/run: --mibs: no such folder: $work/none" "$run" --mibs "$work/none"
 expect 2 "lab/run: no command after --" "$run" --
 expect 2 "lab/run: one scenario only: b" "$run" a b
-expect 2 "lab/run: not built: $work/empty/lab/mox-sim" "$run" --build "$work/empty"
+expect 2 "lab/run: not built: $work/empty/lab/mox-sim (./demo builds it)" "$run" --build "$work/empty"
 expect 2 "lab/run: --host: no such folder: $work/none" "$run" --build "$build" --host "$work/none"
 expect 2 "lab/run: no such scenario: $work/none" "$run" --build "$build" "$work/none"
 expect 2 "mox-sim: $work/wrong.scenario:3: unknown event: logg" "$run" --build "$build" "$work/wrong.scenario"
@@ -52,7 +52,7 @@ expect 2 "sandbox: unknown option: --bogus (see --help)" "$sandbox" --bogus
 expect 2 "sandbox: no command given (see --help)" "$sandbox" --
 expect 2 "sandbox: --bind needs a source and a destination" "$sandbox" --bind /tmp
 expect 2 "sandbox: --host: no such file or folder: $work/none" "$sandbox" --host "$work/none" -- true
-expect 2 "sandbox: bubblewrap is missing: run scripts/setup" \
+expect 2 "sandbox: bubblewrap is missing: run scripts/setup demo" \
   env PATH="$work/bin" "$BASH" "$sandbox" -- true
 expect 0 "" "$sandbox" --help
 
