@@ -80,10 +80,11 @@ std::vector<std::string> aligned(const std::vector<Row>& rows) {
 std::vector<std::string> lines_of(const Json& list, std::initializer_list<const char*> keys) {
   std::vector<Row> rows;
   for (const Json& object : list) {
-    Row& row = rows.emplace_back();
+    Row row;
     for (const char* key : keys) {
       row.push_back(text_of(object.value(key, Json())));
     }
+    rows.push_back(std::move(row));
   }
   return aligned(rows);
 }
