@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <string_view>
 
 #include "base/clock.h"
@@ -34,6 +35,26 @@ struct KnownName {
 
 // As many as there are receivers. Each process has its own.
 std::array<KnownName, 3> g_names = {};
+
+// A numeric address as it was read. Each trap to a receiver asks for the same.
+struct KnownNumber {
+  std::array<char, 48> text = {};  // empty: the place is free
+  GenAddress address;
+};
+
+std::array<KnownNumber, 3> g_numbers = {};
+size_t g_oldest_number = 0;
+
+GenAddress numeric_address(const char* text) {
+  GenAddress address(text);
+  KnownNumber& place = g_numbers[g_oldest_number];
+  if (strlen(text) < place.text.size()) {
+    copy_text(place.text, text);
+    place.address = address;
+    g_oldest_number = (g_oldest_number + 1) % g_numbers.size();
+  }
+  return address;
+}
 
 KnownName* find_name(std::string_view name) {
   const auto found = std::find_if(g_names.begin(), g_names.end(), [&](const KnownName& known) {
@@ -107,9 +128,14 @@ const AddressText& address_of(std::string_view name) {
 }  // namespace
 
 GenAddress receiver_address(const char* destination) {
+  for (const KnownNumber& known : g_numbers) {
+    if (strcmp(destination, known.text.data()) == 0) {
+      return known.address;
+    }
+  }
   const ReceiverText text = read_receiver(destination);
   if (text.kind == ReceiverKind::kNumeric) {
-    return GenAddress(destination);
+    return numeric_address(destination);
   }
   if (text.kind != ReceiverKind::kName) {
     return {};
