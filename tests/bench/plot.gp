@@ -2,7 +2,7 @@
 # on standard output.
 set terminal pngcairo size 1200,1250 font "sans,11"
 set datafile separator "\t"
-set key autotitle columnhead left top
+set key autotitle columnhead left bottom
 set grid ytics
 set yrange [0:*]
 set style data linespoints
@@ -25,6 +25,7 @@ set ylabel "µs, logarithmic"
 set logscale y
 set yrange [10:*]
 set xtics auto rotate by -12 nomirror
+set key left top
 set style data histogram
 set style histogram clustered gap 1
 set style fill solid 0.7 border -1
