@@ -178,6 +178,9 @@ int FakeHost::read_channel(uint8_t* buffer) {
   if ((control & 2) != 0) {
     const unsigned seqno = last_seqno_ + (control >> 2 & 3U);
     put_u16(whole, chif::header::kSeqno, static_cast<uint16_t>(seqno));
+  } else if (counts_on) {
+    const unsigned seqno = last_seqno_ + 4U + get_u16(whole, chif::header::kSeqno) % 100U;
+    put_u16(whole, chif::header::kSeqno, static_cast<uint16_t>(seqno));
   }
   return control >= 0xD0 ? input_.word() : static_cast<int>(packet.size());
 }

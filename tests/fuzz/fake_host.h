@@ -47,8 +47,11 @@ class FakeHost {
   std::map<std::string, std::string, std::less<>> commands;  // output by the command's words
   std::vector<std::string> folder;  // names that a listing of the image database has
   bool channels_free = true;
-  int busy_writes = 0;   // of the channel, before one goes through
-  int write_error = 0;   // of the channel, once that is over; 0 for none
+  int busy_writes = 0;  // of the channel, before one goes through
+  int write_error = 0;  // of the channel, once that is over; 0 for none
+  // Whether requests are numbered on from execution to execution, so that a packet's
+  // own number must not meet theirs by chance.
+  bool counts_on = false;
   uid_t file_owner = 0;  // what stat says of the files
   time_t now = 1'700'000'000;
   // Half a minute later in each execution: none meets what another one has used

@@ -81,6 +81,7 @@ std::string outcome_of(std::span<const uint8_t> bytes) {
   Input input(bytes);
   FakeHost host(input);
   host.busy_writes = input.byte();
+  host.counts_on = true;
   const uint8_t query = input.byte() % 8;
   const uint16_t number = input.word();
   const int channel = host.open_descriptor(FakeHost::Kind::kChannel);
