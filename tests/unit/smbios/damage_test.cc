@@ -18,7 +18,7 @@ constexpr int kRounds = 5'000;  // one thread: slow there, and nothing to be fou
 #elif defined(__SANITIZE_ADDRESS__)
 constexpr int kRounds = 20'000;  // the fuzz target has all the time
 #else
-constexpr int kRounds = 100'000;
+constexpr int kRounds = 40'000;
 #endif
 constexpr uint64_t kSeed = 20240314;
 
