@@ -78,10 +78,13 @@ std::map<int, std::string> descriptors_of(pid_t pid) {
   return descriptors;
 }
 
-long resident_kib(pid_t pid) {
-  std::ifstream file(proc_file(pid, "statm"));
-  long size = 0;
-  long resident = 0;
-  file >> size >> resident;
-  return resident * (sysconf(_SC_PAGESIZE) / 1024);
+long written_kib(pid_t pid) {
+  std::ifstream file(proc_file(pid, "smaps_rollup"));
+  for (std::string word; file >> word;) {
+    long kib = 0;
+    if (word == "Anonymous:" && file >> kib) {
+      return kib;
+    }
+  }
+  return 0;
 }

@@ -19,7 +19,8 @@ bool is_alive(pid_t pid);
 // What its descriptors are: "/dev/null", "socket:[4711]".
 std::map<int, std::string> descriptors_of(pid_t pid);
 
-// Resident memory.
-long resident_kib(pid_t pid);
+// The memory that a process has written itself; what it maps of files grows with what
+// it happens to look at. 0 when there is no such process.
+long written_kib(pid_t pid);
 
 #endif  // TVUREV_TESTS_E2E_PROCESS_H_
