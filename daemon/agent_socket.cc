@@ -61,6 +61,7 @@ void leave_if_signalled(int client) {
   if (!end_signalled()) {
     return;
   }
+  say_all_held_complaints();
   log_signalled_end("agent socket's relay");
   if (client != kNoClient) {
     close(client);
@@ -126,6 +127,7 @@ void stop_if_requested() {
   if (ortstop_requested() == 0) {
     return;
   }
+  say_all_held_complaints();
   Log(LOG_INFO, "tvu_rev_proxy: Detected request to disable and stop TVU Reverse mode for ORT.\n");
   Log(LOG_INFO, "[tvud]: TVU Reverse Proxy Service shutting down...\n");
   clear_ortstop();
@@ -179,6 +181,7 @@ void serve(int client) {
 // Agents look for the running file before they connect: it comes back with the
 // next accept, after the pause.
 void pause_after_client() {
+  say_all_held_complaints();
   leave_if_replaced();
   note_agent_state(AgentState::kPausing);
   remove_running_file();

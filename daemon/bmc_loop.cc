@@ -37,6 +37,7 @@ constexpr int kExitStopped = 1;
 constexpr int kExitSignalled = 0;
 
 void leave_bmc() {
+  say_all_held_complaints();
   note_bmc_state(BmcState::kUnconnected);
   go_bye(bmc_fd, kLongForm);
   bmc_fd = -1;

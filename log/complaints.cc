@@ -63,6 +63,25 @@ bool may_write(Complaint& kind) {
   return true;
 }
 
+enum class Held { kInSecondsThatAreOver, kAll };
+
+void say_held(Held which) {
+  if (g_holding == nullptr) {
+    return;
+  }
+  const int64_t now = monotonic_ms();
+  Complaint** link = &g_holding;
+  while (*link != nullptr) {
+    Complaint& kind = **link;
+    if (which == Held::kAll || second_is_over(kind, now)) {
+      *link = kind.next;
+      say_how_many(kind);
+    } else {
+      link = &kind.next;
+    }
+  }
+}
+
 }  // namespace
 
 void complain(Complaint& kind, const char* format, ...) {
@@ -81,18 +100,9 @@ void complain(Complaint& kind, const char* format, ...) {
 }
 
 void say_held_complaints() {
-  if (g_holding == nullptr) {
-    return;
-  }
-  const int64_t now = monotonic_ms();
-  Complaint** link = &g_holding;
-  while (*link != nullptr) {
-    Complaint& kind = **link;
-    if (second_is_over(kind, now)) {
-      *link = kind.next;
-      say_how_many(kind);
-    } else {
-      link = &kind.next;
-    }
-  }
+  say_held(Held::kInSecondsThatAreOver);
+}
+
+void say_all_held_complaints() {
+  say_held(Held::kAll);
 }

@@ -20,12 +20,16 @@ struct Complaint {
 
 // Writes the line at priority 3, as Log does but with control characters as \x1b,
 // unless ten of its kind were written within a second; then it is counted, and
-// "ABOUT: N more like this." is written before the next line of its kind, or by
-// say_held_complaints. Takes no memory and leaves errno alone.
+// "ABOUT: N more like this." is written before the next line of its kind, or by one
+// of the functions below. Takes no memory and leaves errno alone.
 [[gnu::format(printf, 2, 3)]] void complain(Complaint& kind, const char* format, ...);
 
 // Writes that line for each kind whose second is over. For a loop to call
 // whenever it comes round; without anything held back it costs a comparison.
 void say_held_complaints();
+
+// Writes that line for each kind at once: for a process that is about to end, or
+// whose loop will not come round for long.
+void say_all_held_complaints();
 
 #endif  // TVUREV_LOG_COMPLAINTS_H_

@@ -80,6 +80,19 @@ TEST_F(Complaints, HeldBackAreCountedWhenTheLoopComesRound) {
   EXPECT_EQ(new_lines(), Lines());
 }
 
+TEST_F(Complaints, HeldBackAreCountedAtOnceWhereTheLoopEnds) {
+  complain_about_fans(12);
+  new_lines();
+  say_all_held_complaints();
+  EXPECT_EQ(new_lines(), Lines({"3 fans: 2 more like this.\n"}));
+  say_all_held_complaints();
+  complain_about_fans(1);
+  EXPECT_EQ(new_lines(), Lines());
+  script.pass_ms(1'000);
+  say_held_complaints();
+  EXPECT_EQ(new_lines(), Lines({"3 fans: 1 more like this.\n"}));
+}
+
 TEST_F(Complaints, AreCountedOnceASecondForAsLongAsTheyCome) {
   for (int second = 0; second < 3; ++second) {
     complain_about_fans(110);
