@@ -6,9 +6,9 @@
 
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 
 #include "base/file.h"
+#include "daemon/shell_command.h"
 #include "daemon/signals.h"
 #include "log/log.h"
 #include "wire/host_files.h"
@@ -25,10 +25,9 @@ using host_files::kRestartCheckSeconds;
 // Through the shell: the file comes out as an operator's own touch would make it.
 // Whether the command succeeded.
 bool touch(const char* path) {
-  const OpenToSignals open;
   std::array<char, 256> command = {};
   snprintf(command.data(), command.size(), "touch %s", path);
-  return system(command.data()) == 0;
+  return run_shell_command(command.data()) == 0;
 }
 
 }  // namespace

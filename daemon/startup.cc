@@ -12,6 +12,7 @@
 #include "base/file.h"
 #include "daemon/control_files.h"
 #include "daemon/reverse_proxy.h"
+#include "daemon/shell_command.h"
 #include "daemon/signals.h"
 #include "daemon/state_file.h"
 #include "log/debug_flags.h"
@@ -45,8 +46,7 @@ void print_line(const char* text) {
 }
 
 void list_interfaces() {
-  const OpenToSignals open;
-  if (system(kListInterfaces) == -1) {
+  if (run_shell_command(kListInterfaces) == -1) {
     DaemonDebug("localcli cmd to get network ipv4 address failed.\n");
   }
 }

@@ -20,7 +20,7 @@ using testing::StartsWith;
 
 constexpr const char* kLoopEnds = "6 ortdv: tvurev: signal 15 ends the BMC loop.";
 constexpr const char* kProxyEnds = "6 ortdv: tvurev: signal 15 ends the agent socket's relay.";
-constexpr const char* kLocalcli = "/sbin/localcli";
+constexpr const char* kHostCommand = "/sbin/localcli";
 
 class Signals : public Host {
  protected:
@@ -41,9 +41,16 @@ class Signals : public Host {
     EXPECT_THAT(received(PacketKind::kBye), IsEmpty());
   }
 
+  // The first command at start, which lists the interfaces, never ends.
+  void hang_in_a_command() {
+    replace_localcli("touch /tmp/hangs\nexec tail -f /dev/null\n");
+    start_daemon();
+    ASSERT_TRUE(run_until([] { return exists("/tmp/hangs"); }));
+  }
+
   void replace_localcli(std::string_view script) {
-    write_file(kLocalcli, "#!/bin/sh\n" + std::string(script));
-    ASSERT_EQ(chmod(kLocalcli, 0755), 0);
+    write_file(kHostCommand, "#!/bin/sh\n" + std::string(script));
+    ASSERT_EQ(chmod(kHostCommand, 0755), 0);
   }
 };
 
@@ -145,10 +152,14 @@ TEST_F(Signals, EndTheStatusQueryOfASilentBmc) {
 }
 
 TEST_F(Signals, EndACommandAtStartThatHangs) {
-  replace_localcli("touch /tmp/hangs\nexec tail -f /dev/null\n");
-  start_daemon();
-  ASSERT_TRUE(run_until([] { return exists("/tmp/hangs"); }));
+  hang_in_a_command();
   expect_end();
+  EXPECT_THAT(log(), Contains(StartsWith("6 ortdv: tvurev: a signal ends it, in the middle of")));
+}
+
+TEST_F(Signals, SigintEndsACommandAtStartToo) {
+  hang_in_a_command();
+  expect_end(SIGINT);
   EXPECT_THAT(log(), Contains(StartsWith("6 ortdv: tvurev: a signal ends it, in the middle of")));
 }
 

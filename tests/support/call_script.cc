@@ -217,6 +217,10 @@ CallStep& CallScript::popen(std::string_view command) {
 CallStep& CallScript::pclose(std::string_view command) {
   return add(call_text("pclose", quoted(command)));
 }
+CallStep& CallScript::runs(std::string_view command) {
+  popen(command);
+  return pclose(command);
+}
 CallStep& CallScript::fopen(std::string_view path, std::string_view mode) {
   return add(call_text("fopen", quoted(path), quoted(mode)));
 }

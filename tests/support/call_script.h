@@ -130,6 +130,8 @@ class CallScript {
   CallStep& system(std::string_view command);
   CallStep& popen(std::string_view command);
   CallStep& pclose(std::string_view command);
+  // Both of a command that is run for what it does: the second step.
+  CallStep& runs(std::string_view command);
   CallStep& fopen(std::string_view path, std::string_view mode);
   CallStep& fork();
   CallStep& setsid();

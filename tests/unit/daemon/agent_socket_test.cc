@@ -16,7 +16,7 @@ namespace {
 constexpr int kListener = 1;
 constexpr int kClient = 2;
 constexpr const char* kSocketPath = "/opt/ortdv/sockets/agentx/tvud";
-constexpr const char* kRunning = "/opt/ortdv/tmp/tvurevrunning.text";
+constexpr const char* kRunningFile = "/opt/ortdv/tmp/tvurevrunning.text";
 constexpr const char* kStop = "/opt/ortdv/tmp/tvurevortstop.text";
 constexpr const char* kTouch = "touch /opt/ortdv/tmp/tvurevrunning.text";
 constexpr const char* kAddresses = "localcli network ip interface ipv4 get";
@@ -57,7 +57,7 @@ void expect_ready_listener(CallScript& script) {
 
 void expect_client(CallScript& script, int client = kClient) {
   script.message(LOG_INFO, " main TVUD reverse_mode loop\n");
-  script.system(kTouch);
+  script.runs(kTouch);
   script.message(LOG_INFO, " reverse mode:  Waiting for a connection with forward mode ORT...\n");
   expect_ready_listener(script);
   script.accept4(kListener, 110, SOCK_CLOEXEC).returns(client);
@@ -80,7 +80,7 @@ void expect_stop(CallScript& script) {
 void expect_hang_up(CallScript& script, int client = kClient) {
   script.message(LOG_INFO, "reverse mode: tvu_rev_proxy_ort: HUP exit. socket exit\n");
   script.close(client);
-  script.unlink(kRunning);
+  script.unlink(kRunningFile);
   script.sleep(30).returns(0);
 }
 
@@ -116,7 +116,7 @@ TEST_F(SocketProxy, LeavesWithStatus0OnceItsSocketWasReplacedAndKeepsTheRunningF
         script.listen(kListener, 5);
         script.popen(kAddresses);
         script.pclose(kAddresses);
-        script.system(kTouch);
+        script.runs(kTouch);
         script.poll(kListener, POLLIN, 1'000).returns(0);
         script.stat(kSocketPath).reports(7);
         script.poll(kListener, POLLIN, 1'000).returns(0);
@@ -183,7 +183,7 @@ TEST_F(SocketProxy, EndsBySigtermWithStatus0AndTakesItsRunningFileAlong) {
         script.stat(kStop).fails(ENOENT);
         script.message(LOG_INFO, "tvurev: signal 15 ends the agent socket's relay.\n");
         script.close(kClient);
-        script.unlink(kRunning);
+        script.unlink(kRunningFile);
         run();
       },
       ExitedWithCode(0), "");
@@ -237,7 +237,7 @@ TEST_F(SocketProxy, SaysThatTheRunningFileCouldNotBeMade) {
       {
         CallScript script;
         expect_listening(script);
-        script.system(kTouch).fails(EAGAIN);
+        script.popen(kTouch).fails(EAGAIN);
         expect_ready_listener(script);
         script.accept4(kListener, 110, SOCK_CLOEXEC).fails(EMFILE);
         script.close(kListener);
@@ -260,7 +260,7 @@ TEST_F(SocketProxy, TakesAFailingLookAtItsPathForNoProofThatItWasReplaced) {
         script.listen(kListener, 5);
         script.popen(kAddresses).prints("title\nrule\nvmk0 192.0.2.1\n");
         script.pclose(kAddresses);
-        script.system(kTouch);
+        script.runs(kTouch);
         script.poll(kListener, POLLIN, 1'000).returns(0);
         script.stat(kSocketPath).reports(4711);
         script.poll(kListener, POLLIN, 1'000).returns(0);
@@ -277,7 +277,7 @@ TEST_F(SocketProxy, EndsWhenAcceptFails) {
       {
         CallScript script;
         expect_listening(script);
-        script.system(kTouch);
+        script.runs(kTouch);
         expect_ready_listener(script);
         script.accept4(kListener, 110, SOCK_CLOEXEC).fails(EMFILE);
         script.close(kListener);
@@ -488,7 +488,7 @@ TEST_F(ReceivedPiece, IsReportedTenTimesASecondAndTheRestCountedWhenTheLoopComes
         trap_destinations = {"192.0.2.7"};
         CallScript script;
         expect_listening(script);
-        script.system(kTouch);
+        script.runs(kTouch);
         expect_ready_listener(script);
         script.accept4(kListener, 110, SOCK_CLOEXEC).returns(kClient);
         for (int i = 0; i < 14; ++i) {

@@ -14,8 +14,6 @@
 
 namespace {
 
-constexpr int kFd = 5;
-
 class Dispatch : public Daemon {
  protected:
   int receive(const Bytes& packet) {

@@ -16,9 +16,8 @@
 
 namespace {
 
-constexpr int kFd = 5;
 constexpr short kLoopEvents = POLLIN | POLLERR | POLLHUP;
-constexpr const char* kStop = "/opt/ortdv/tmp/tvurevbmcstop.text";
+constexpr const char* kStopFile = "/opt/ortdv/tmp/tvurevbmcstop.text";
 constexpr const char* kChannel = "/vmfs/devices/char/vmkdriver/zemox-d0ccb15";
 
 using testing::ExitedWithCode;
@@ -73,23 +72,23 @@ void expect_poll(CallScript& script, short revents, int fd = kFd) {
 
 // The stop file is looked for after each poll.
 void expect_no_stop(CallScript& script) {
-  script.stat(kStop).fails(ENOENT);
+  script.stat(kStopFile).fails(ENOENT);
 }
 
 constexpr int kNoChannel = -1;
 
-void expect_stop(CallScript& script, int fd = kFd) {
-  script.stat(kStop);
+void expect_end_of_loop(CallScript& script, int fd = kFd) {
+  script.stat(kStopFile);
   script.message(LOG_INFO,
                  "proxy_bmc_rev: Detected request to disable and stop TVU Reverse mode for Mox.\n");
-  script.unlink(kStop);
+  script.unlink(kStopFile);
   script.message(LOG_INFO, "tvud: BMC Reverse Proxy Service shutting down...\n");
   if (fd != kNoChannel) {
     expect_goodbye(script, fd);
   }
 }
 
-[[noreturn]] void run() {
+[[noreturn]] void run_loop() {
   run_bmc_loop();
   _exit(99);
 }
@@ -102,8 +101,8 @@ TEST_F(BmcLoop, StopsWithStatus1AndAGoodbye) {
         expect_poll(script, 0);
         expect_no_stop(script);
         expect_poll(script, 0);
-        expect_stop(script);
-        run();
+        expect_end_of_loop(script);
+        run_loop();
       },
       ExitedWithCode(1),
       "6 .tvud.: BMC Reverse Proxy Connected.\n+.*6 .tvud.: BMC Reverse channel is .5..\n"
@@ -118,8 +117,8 @@ TEST_F(BmcLoop, ConnectsWithParameterZeroWhateverItWasBefore) {
         CallScript script;
         expect_connection(script, 0);
         expect_poll(script, 0);
-        expect_stop(script);
-        run();
+        expect_end_of_loop(script);
+        run_loop();
       },
       ExitedWithCode(1), "");
 }
@@ -134,8 +133,8 @@ TEST_F(BmcLoop, PollsTheNewChannelAfterAHangUp) {
         expect_no_stop(script);
         expect_connection(script, 1, kFd + 1);
         expect_poll(script, 0, kFd + 1);
-        expect_stop(script, kFd + 1);
-        run();
+        expect_end_of_loop(script, kFd + 1);
+        run_loop();
       },
       ExitedWithCode(1), "");
 }
@@ -156,8 +155,8 @@ TEST_F(BmcLoop, RetriesAFailedOpenEvery10Seconds) {
         script.sleep(10).returns(0);
         expect_connection(script, 0);
         expect_poll(script, 0);
-        expect_stop(script);
-        run();
+        expect_end_of_loop(script);
+        run_loop();
       },
       ExitedWithCode(1), "no available Qel Mox channels");
 }
@@ -186,8 +185,8 @@ TEST_F(BmcLoop, GivesUpAfterThreeHellosAndConnectsOnTheClosedChannelOnPurpose) {
         script.sleep(15).returns(0);
         expect_connection(script, 3);
         expect_poll(script, 0);
-        expect_stop(script);
-        run();
+        expect_end_of_loop(script);
+        run_loop();
       },
       ExitedWithCode(1), "");
 }
@@ -213,8 +212,8 @@ TEST_F(BmcLoop, SaysThreeHellosAgainAfterItGaveUp) {
         }
         expect_connection(script, 6);
         expect_poll(script, 0);
-        expect_stop(script);
-        run();
+        expect_end_of_loop(script);
+        run_loop();
       },
       ExitedWithCode(1), "");
 }
@@ -232,8 +231,8 @@ TEST_F(BmcLoop, ReopensTheChannel15SecondsAfterAFailedConnect) {
         script.sleep(15).returns(0);
         expect_connection(script, 1);
         expect_poll(script, 0);
-        expect_stop(script);
-        run();
+        expect_end_of_loop(script);
+        run_loop();
       },
       ExitedWithCode(1), "do_connect_rev\\(\\): Failed: poll\\(\\) error=5");
 }
@@ -251,8 +250,8 @@ TEST_F(BmcLoop, SaysGoodbyeAndReconnects10SecondsAfterAReset) {
         expect_no_stop(script);
         expect_connection(script, 1);
         expect_poll(script, 0);
-        expect_stop(script);
-        run();
+        expect_end_of_loop(script);
+        run_loop();
       },
       ExitedWithCode(1),
       "6 reverse mode: proxy_bmc_trap returns recvd Mox reset trap\n"
@@ -271,8 +270,8 @@ TEST_F(BmcLoop, SaysASecondGoodbyeOnNoChannelWhenTheResetCameWithAHangUp) {
         script.sleep(10).returns(0);
         script.write(-1, ChifBuilder(0x0193).svc(13).u16_at(8, 2).sized(16).bytes()).fails(EBADF);
         script.usleep(1'000);
-        expect_stop(script, kNoChannel);
-        run();
+        expect_end_of_loop(script, kNoChannel);
+        run_loop();
       },
       ExitedWithCode(1), "3 go_bye\\(\\): Failed: Writing SNMP_HELLO_BYE send=-1 errno =9\n");
 }
@@ -288,8 +287,8 @@ TEST_F(BmcLoop, ReconnectsAtOnceAfterAHangUp) {
           expect_no_stop(script);
           expect_connection(script, 1);
           expect_poll(script, 0);
-          expect_stop(script);
-          run();
+          expect_end_of_loop(script);
+          run_loop();
         },
         ExitedWithCode(1), "BMC Reverse Proxy Connected");
   }
@@ -299,12 +298,12 @@ TEST_F(BmcLoop, SaysGoodbyeBeforeItSeesAStopRequestThatCameWithAHangUp) {
   EXPECT_EXIT(
       {
         CallScript script;
-        script.file(kStop);
+        script.file(kStopFile);
         expect_connection(script, 0);
         expect_poll(script, POLLHUP);
         expect_goodbye(script);
-        expect_stop(script, kNoChannel);
-        run();
+        expect_end_of_loop(script, kNoChannel);
+        run_loop();
       },
       ExitedWithCode(1), "");
 }
@@ -320,8 +319,8 @@ TEST_F(BmcLoop, RelaysPacketAfterPacket) {
           expect_no_stop(script);
         }
         expect_poll(script, 0);
-        expect_stop(script);
-        run();
+        expect_end_of_loop(script);
+        run_loop();
       },
       ExitedWithCode(1), "(3 tvurev: no trap destinations defined!\n+){3}");
 }
@@ -335,8 +334,8 @@ TEST_F(BmcLoop, DoesNotReadAgainOnTheEventsOfAFailedPoll) {
         script.ioctl(kFd).gives(ChifBuilder(1).agentx(fan_failure()).bytes());
         expect_no_stop(script);
         script.poll(kFd, kLoopEvents, 1'000).fails(ENOMEM);
-        expect_stop(script);
-        run();
+        expect_end_of_loop(script);
+        run_loop();
       },
       ExitedWithCode(1), "");
 }
@@ -358,7 +357,7 @@ TEST_F(BmcLoop, EndsBySigtermWithAGoodbyeAndStatus0) {
         script.poll(kFd, POLLIN, 400).returns(0);
         script.close(kFd);
         script.waitpid(40, WNOHANG).returns(40);
-        run();
+        run_loop();
       },
       ExitedWithCode(0), "");
 }
@@ -375,7 +374,7 @@ TEST_F(BmcLoop, EndsBySigtermInAPauseWithoutAGoodbye) {
         script.poll(kFd, POLLIN, 10'000).fails(EIO);
         script.close(kFd);
         script.sleep(15).raises(SIGTERM);
-        run();
+        run_loop();
       },
       ExitedWithCode(0), "6 tvurev: signal 15 ends the BMC loop.\n");
 }
@@ -393,8 +392,8 @@ TEST_F(BmcLoop, IsPacedWhilePollKeepsFailing) {
           }
         }
         expect_poll(script, 0);
-        expect_stop(script);
-        run();
+        expect_end_of_loop(script);
+        run_loop();
       },
       ExitedWithCode(1),
       "3 tvurev: reading from the BMC channel keeps failing \\(Cannot allocate memory\\). It is "
@@ -413,8 +412,8 @@ TEST_F(BmcLoop, IsPacedWhileReadingKeepsFailingOrComesBackEmpty) {
         }
         script.sleep(1);
         expect_poll(script, 0);
-        expect_stop(script);
-        run();
+        expect_end_of_loop(script);
+        run_loop();
       },
       ExitedWithCode(1), "reading from the BMC channel keeps failing \\(No data available\\)");
 }
@@ -434,8 +433,8 @@ TEST_F(BmcLoop, LeavesABmcThatHangsUpOnEverySessionAloneForTenSeconds) {
         }
         expect_connection(script, 4);
         expect_poll(script, 0);
-        expect_stop(script);
-        run();
+        expect_end_of_loop(script);
+        run_loop();
       },
       ExitedWithCode(1), "3 tvurev: the BMC hung up on three sessions in a row.");
 }

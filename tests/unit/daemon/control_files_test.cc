@@ -31,7 +31,7 @@ TEST_F(ControlFiles, AFileIsARequestWhoeverOwnsIt) {
 
 TEST_F(ControlFiles, AMissingRunningFileIsMadeThroughTheShell) {
   CallScript script;
-  script.system("touch /opt/ortdv/tmp/tvurevrunning.text");
+  script.runs("touch /opt/ortdv/tmp/tvurevrunning.text");
   EXPECT_TRUE(create_running_file());
 }
 
@@ -43,15 +43,17 @@ TEST_F(ControlFiles, AnExistingRunningFileStartsNoShell) {
 
 TEST_F(ControlFiles, AFailingTouchIsNotLogged) {
   CallScript script;
-  script.system("touch /opt/ortdv/tmp/tvurevrunning.text").returns(-1);
+  script.popen("touch /opt/ortdv/tmp/tvurevrunning.text").fails(EAGAIN);
+  EXPECT_FALSE(create_running_file());
+  script.runs("touch /opt/ortdv/tmp/tvurevrunning.text").returns(256);
   EXPECT_FALSE(create_running_file());
   EXPECT_EQ(script.logs(), Lines());
 }
 
 TEST_F(ControlFiles, RequestStopMakesTheHostAgentsFileFirst) {
   CallScript script;
-  script.system("touch /opt/ortdv/tmp/tvurevortstop.text");
-  script.system("touch /opt/ortdv/tmp/tvurevbmcstop.text");
+  script.runs("touch /opt/ortdv/tmp/tvurevortstop.text");
+  script.runs("touch /opt/ortdv/tmp/tvurevbmcstop.text");
   request_stop();
 }
 
@@ -105,7 +107,7 @@ TEST_F(ControlFiles, ThePathsCanBeChanged) {
   const char* original = g_running_file;
   g_running_file = "/opt/elsewhere";
   CallScript script;
-  script.system("touch /opt/elsewhere");
+  script.runs("touch /opt/elsewhere");
   create_running_file();
   g_running_file = original;
 }

@@ -18,6 +18,9 @@
 #include "trap/host_address.h"
 #include "trap/host_snmp.h"
 
+// The descriptor of the channel to the BMC.
+inline constexpr int kFd = 5;
+
 class Daemon : public testing::Test {
  protected:
   void SetUp() override { reset(); }

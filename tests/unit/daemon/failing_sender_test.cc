@@ -24,7 +24,6 @@ int send_trap_to_host(std::span<const uint8_t> packet) {
 
 namespace {
 
-constexpr int kFd = 5;
 constexpr short kLoopEvents = POLLIN | POLLERR | POLLHUP;
 
 class FailingSender : public Daemon {
@@ -100,7 +99,7 @@ TEST_F(FailingSender, WithoutMemoryCostsTheSocketProxyOneNotification) {
         script.listen(kListener, 5);
         script.popen("localcli network ip interface ipv4 get");
         script.pclose("localcli network ip interface ipv4 get");
-        script.system("touch /opt/ortdv/tmp/tvurevrunning.text");
+        script.runs("touch /opt/ortdv/tmp/tvurevrunning.text");
         script.poll(kListener, POLLIN, 1'000).reports(POLLIN);
         script.accept4(kListener, 110, SOCK_CLOEXEC).returns(kFd);
         script.poll(kFd, POLLIN, 1'000).reports(POLLIN);

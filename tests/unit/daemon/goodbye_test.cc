@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr int kFd = 5;
 constexpr int kLongForm = 1;
 constexpr int kShortForm = 0;
 

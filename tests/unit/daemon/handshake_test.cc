@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr int kFd = 5;
-
 // A reply of the BMC that is just long enough for a hello.
 Bytes reply(uint16_t seqno, uint16_t more = 0, uint32_t errcode = 0) {
   return ChifBuilder(0x8193)

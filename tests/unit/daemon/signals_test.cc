@@ -12,6 +12,7 @@
 #include <tuple>
 
 #include "daemon/handshake.h"
+#include "daemon/shell_command.h"
 #include "daemon/startup.h"
 #include "tests/unit/daemon/daemon_fixture.h"
 
@@ -20,8 +21,6 @@ namespace {
 using testing::ExitedWithCode;
 
 using Signals = Daemon;
-
-constexpr int kFd = 5;
 
 // What the process has seen so far, as an exit status of its own.
 [[noreturn]] void exit_with(bool right) {
@@ -122,6 +121,17 @@ TEST_F(Signals, AreOpenForACommandAndHeldBackAgainAfterIt) {
         exit_with(open && is_blocked(SIGTERM) && is_blocked(SIGINT));
       },
       ExitedWithCode(42), "");
+}
+
+TEST_F(Signals, AreHeardWhileACommandRuns) {
+  for (const char* command : {"kill -TERM $PPID", "kill -INT $PPID"}) {
+    EXPECT_EXIT(
+        {
+          watch_signals();
+          exit_with(run_shell_command(command) == 0 && end_signalled());
+        },
+        ExitedWithCode(42), "");
+  }
 }
 
 TEST_F(Signals, EndACommandThatDoesNotComeBackWithStatus0AfterTheLastAct) {

@@ -11,7 +11,7 @@ namespace {
 constexpr const char* kDriverNode = "/vmfs/devices/zemox-d0ccb0";
 constexpr const char* kStatusFile = "/opt/ortdv/tmp/moxstatus";
 constexpr const char* kSocketDirectory = "/opt/ortdv/sockets/agentx";
-constexpr const char* kRestart = "/opt/ortdv/tmp/tvurevrestart.text";
+constexpr const char* kRestartFile = "/opt/ortdv/tmp/tvurevrestart.text";
 constexpr const char* kSnmpXml = "/etc/vmware/snmp.xml";
 
 class Gates : public Daemon {
@@ -60,7 +60,7 @@ int Gates::message_id_ = 0;
 
 TEST_F(Gates, WithoutTheDriverNodeNothingElseRuns) {
   script.no_file(kDriverNode);
-  script.file(kRestart);
+  script.file(kRestartFile);
   script.file("/opt/ortdv/tmp/tvurevbmcstop.text");
   EXPECT_EQ(check_gates(), 0);
   EXPECT_EQ(script.stats(), Lines({kDriverNode}));
@@ -78,9 +78,9 @@ TEST_F(Gates, AnUnsupportedServerIsLoggedAndPrinted) {
 TEST_F(Gates, DisabledReverseModeWaitsForARestart) {
   expect_generation("Mox6\r\n");
   expect_reverse_mode(0);
-  script.stat(kRestart).fails(ENOENT);
-  script.stat(kRestart);
-  script.unlink(kRestart);
+  script.stat(kRestartFile).fails(ENOENT);
+  script.stat(kRestartFile);
+  script.unlink(kRestartFile);
   EXPECT_EQ(check_gates(), 1);
   EXPECT_EQ(script.waits().back(), "sleep 120");
   EXPECT_EQ(script.logs(), Lines({"6 tvurev:  Supported Ryn11 server detected.\n",
@@ -92,8 +92,8 @@ TEST_F(Gates, DisabledReverseModeWaitsForARestart) {
 TEST_F(Gates, UnreadableReverseModeCountsAsDisabled) {
   expect_generation("Mox6\r\n");
   expect_reverse_mode_unreadable();
-  script.file(kRestart);
-  script.unlink(kRestart);
+  script.file(kRestartFile);
+  script.unlink(kRestartFile);
   EXPECT_EQ(check_gates(), 1);
   EXPECT_EQ(script.logs()[1], "6 mox_chrdev: Failed: no available Qel Mox channels\n");
   EXPECT_EQ(script.logs()[2], "6 tvurev:  Reverse TVU disabled.\n");
@@ -103,8 +103,8 @@ TEST_F(Gates, DisabledHostSnmpIsPrintedAndLoggedAndWaits) {
   expect_generation("Mox6\r\n");
   expect_reverse_mode(1);
   script.fopen(kSnmpXml, "re").fails(ENOENT);
-  script.file(kRestart);
-  script.unlink(kRestart);
+  script.file(kRestartFile);
+  script.unlink(kRestartFile);
   const OutputCapture capture;
   EXPECT_EQ(check_gates(), 1);
   EXPECT_EQ(host_snmp_enabled, 0);
@@ -151,7 +151,7 @@ class Preparation : public Daemon {
 TEST_F(Preparation, ClosesForgetsAndListsInThisOrder) {
   expect_closing();
   expect_unlinks();
-  script.system(kListInterfaces);
+  script.runs(kListInterfaces);
   script.file(kSocketDirectory);
   prepare_host();
   EXPECT_EQ(proxy_running, 1);
@@ -165,7 +165,7 @@ TEST_F(Preparation, SetsTheDebugFlagsBeforeAnythingElse) {
   script.stat("/tmp/agentx.text");
   expect_closing();
   expect_unlinks();
-  script.system(kListInterfaces);
+  script.runs(kListInterfaces);
   script.file(kSocketDirectory);
   prepare_host();
   EXPECT_EQ(g_agentx_dump_flag, 1);
@@ -174,12 +174,14 @@ TEST_F(Preparation, SetsTheDebugFlagsBeforeAnythingElse) {
 TEST_F(Preparation, NoticesOnlyThatNoShellCouldBeStarted) {
   script.file("/tmp/tvud.text");
   script.file(kSocketDirectory);
-  for (const long status : {-1L, 256L}) {
-    expect_closing();
-    expect_unlinks();
-    script.system(kListInterfaces).returns(status);
-    prepare_host();
-  }
+  expect_closing();
+  expect_unlinks();
+  script.popen(kListInterfaces).fails(EAGAIN);
+  prepare_host();
+  expect_closing();
+  expect_unlinks();
+  script.runs(kListInterfaces).returns(256);
+  prepare_host();
   EXPECT_EQ(script.logs(), Lines({"6 localcli cmd to get network ipv4 address failed.\n"}));
 }
 

@@ -2,8 +2,8 @@
 // The state files: their bytes, and the calls that bring them into being.
 #include <unistd.h>
 
-#include <regex>
 #include <string>
+#include <string_view>
 
 #include "base/text.h"
 #include "bmc/channel.h"
@@ -15,23 +15,30 @@ namespace {
 constexpr const char* kFile = "/opt/ortdv/tmp/tvurevstate.text";
 constexpr const char* kNew = "/opt/ortdv/tmp/tvurevstate.text.new";
 constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
-constexpr int kFd = 7;
+constexpr int kOpened = 7;
 
 // What was noted last is kept: each test notes a state of its own.
 class StateFile : public Daemon {
  protected:
   static void expect_written(CallScript& script, const std::string& path) {
     script.unlink(path + ".new").fails(ENOENT);
-    script.open(path + ".new", kFlags).returns(kFd);
-    script.write(kFd);
-    script.close(kFd);
+    script.open(path + ".new", kFlags).returns(kOpened);
+    script.write(kOpened);
+    script.close(kOpened);
     script.rename(path + ".new", path);
   }
   // What was written, its times as N.
   static std::string text(const CallScript& script, size_t number = 0) {
     const Bytes bytes = script.written().at(number);
-    return std::regex_replace(std::string(bytes.begin(), bytes.end()),
-                              std::regex("since=[1-9][0-9]*"), "since=N");
+    std::string text(bytes.begin(), bytes.end());
+    constexpr std::string_view kKey = "since=";
+    for (size_t at = 0; (at = text.find(kKey, at)) != text.npos;) {
+      at += kKey.size();
+      if (text.find_first_of("123456789", at) == at) {
+        text.replace(at, text.find_first_not_of("0123456789", at) - at, "N");
+      }
+    }
+    return text;
   }
   static std::string begin(const char* state) {
     return "pid=" + std::to_string(getpid()) +
@@ -83,9 +90,9 @@ TEST_F(StateFile, OfTheSocketProxySaysWhetherAnAgentIsConnected) {
 TEST_F(StateFile, ThatCannotBeWrittenTakesTheOneBeforeAway) {
   CallScript script;
   script.unlink(kNew).fails(ENOENT);
-  script.open(kNew, kFlags).returns(kFd);
-  script.write(kFd).fails(ENOSPC);
-  script.close(kFd);
+  script.open(kNew, kFlags).returns(kOpened);
+  script.write(kOpened).fails(ENOSPC);
+  script.close(kOpened);
   script.unlink(kNew);
   script.unlink(kFile);
   errno = EBUSY;
