@@ -1,8 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
-# One precompiled header for all programs that are built as tests: reading
-# GoogleTest and the C++ library again for each file is most of what building the
-# tests takes. Each file includes what it needs all the same: clang's build has no
-# such header and holds them to it.
+# How the programs that are built as tests are built sooner: with one precompiled
+# header for all of them, and several files of a program at a time. Reading GoogleTest
+# and making code of its templates again for each file is most of what building the
+# tests takes. Each file includes what it needs all the same, and stands for itself:
+# clang's build does neither and holds them to it.
 if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   return()
 endif()
@@ -26,6 +27,12 @@ function(use_precompiled_header folder)
     get_target_property(links ${target} LINK_LIBRARIES)
     if(type STREQUAL "EXECUTABLE" AND links MATCHES "GTest::" AND NOT target STREQUAL "tests_precompiled")
       target_precompile_headers(${target} REUSE_FROM tests_precompiled)
+      get_target_property(unity ${target} UNITY_BUILD)
+      if(unity STREQUAL "unity-NOTFOUND")
+        set_target_properties(${target} PROPERTIES UNITY_BUILD ON)
+        # It takes the files that are built together for headers.
+        target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
+      endif()
     endif()
   endforeach()
 endfunction()

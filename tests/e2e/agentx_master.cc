@@ -17,7 +17,7 @@ namespace {
 
 constexpr const char* kPath = "/tmp/agentx-master";
 constexpr std::chrono::seconds kLimit(60);
-constexpr int kLookMs = 5;
+constexpr int kPauseMs = 5;
 
 constexpr uint8_t kNetworkByteOrder = 0x10;
 constexpr uint8_t kResponse = 18;
@@ -75,7 +75,7 @@ void serve(const Descriptor& listener, Child* client, std::vector<Bytes>* pdus) 
   while (client->running() && std::chrono::steady_clock::now() < end) {
     std::vector<pollfd> descriptors = {{listener.get(), POLLIN, 0}, {connection.get(), POLLIN, 0}};
     client->add_descriptors(&descriptors);
-    poll(descriptors.data(), descriptors.size(), kLookMs);
+    poll(descriptors.data(), descriptors.size(), kPauseMs);
     if (!connection.valid()) {
       connection = Descriptor(accept4(listener.get(), nullptr, nullptr, SOCK_CLOEXEC));
     }

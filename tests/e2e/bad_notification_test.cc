@@ -11,7 +11,7 @@ using testing::IsEmpty;
 
 using Lines = std::vector<std::string>;
 
-constexpr const char* kTrap = "public 1.3.6.1.4.1.32473.1 192.0.2.20 6/3 @0";
+constexpr const char* kFirstTrap = "public 1.3.6.1.4.1.32473.1 192.0.2.20 6/3 @0";
 constexpr const char* kNextTrap = "public 1.3.6.1.4.1.32473.1 192.0.2.20 6/98 @0";
 constexpr const char* kNoTrap =
     "3 ortdv: tvurev: notification without a valid trap OID []: no trap sent";
@@ -86,7 +86,7 @@ class BadNotification : public Host {
 TEST_F(BadNotification, PayloadLengthBeyondThePacket) {
   const Bytes pdu = started().payload_length(4294967295U).bytes();
   const Outcome outcome = outcome_of(pdu);
-  EXPECT_THAT(outcome.traps, ElementsAre(kTrap));
+  EXPECT_THAT(outcome.traps, ElementsAre(kFirstTrap));
   ASSERT_FALSE(outcome.errors.empty());
   EXPECT_EQ(outcome.errors[0], "3 ortdv: send_trap_to_host(): " + std::to_string(pdu.size()) +
                                    " bytes are only the first piece of a notification that states "
@@ -96,7 +96,7 @@ TEST_F(BadNotification, PayloadLengthBeyondThePacket) {
 TEST_F(BadNotification, PayloadLengthBelowTheBindingsLeavesTheRestOut) {
   const Outcome outcome =
       outcome_of(started().integer("1.3.6.1.4.1.32473.2.1", 1).payload_length(1).bytes());
-  EXPECT_THAT(outcome.traps, ElementsAre(kTrap));
+  EXPECT_THAT(outcome.traps, ElementsAre(kFirstTrap));
   EXPECT_THAT(outcome.errors, IsEmpty());
 }
 
@@ -126,7 +126,8 @@ TEST_F(BadNotification, NameLongerThanThePacket) {
   notify.name_claiming(2, 255, 4, std::vector<uint32_t>{1, 32473});
   const Outcome outcome = outcome_of(notify.bytes());
   ASSERT_EQ(outcome.traps.size(), 1U);
-  EXPECT_TRUE(outcome.traps[0].starts_with(std::string(kTrap) + " 1.3.6.1.4.1.32473.2.1=\"xxx"));
+  EXPECT_TRUE(
+      outcome.traps[0].starts_with(std::string(kFirstTrap) + " 1.3.6.1.4.1.32473.2.1=\"xxx"));
   ASSERT_FALSE(outcome.errors.empty());
   EXPECT_EQ(outcome.errors.back(), passes_end(3, 2, "1028"));
 }
@@ -149,7 +150,7 @@ TEST_F(BadNotification, OctetLengthsThatCannotBe) {
       notify.string_claiming(static_cast<uint16_t>(type), "1.3.6.1.4.1.32473.2.2", length,
                              Bytes{1, 2, 3, 4});
       const Outcome outcome = outcome_of(notify.bytes());
-      EXPECT_THAT(outcome.traps, ElementsAre(std::string(kTrap) + " 1.3.6.1.4.1.32473.2.1=1"));
+      EXPECT_THAT(outcome.traps, ElementsAre(std::string(kFirstTrap) + " 1.3.6.1.4.1.32473.2.1=1"));
       EXPECT_THAT(outcome.errors, ElementsAre(passes_end(3, type, size)));
     }
   }
@@ -173,8 +174,8 @@ TEST_F(BadNotification, AddressesOfAnyLength) {
   notify.ip_address("1.3.6.1.4.1.32473.2.4", Bytes{10, 0, 0, 5});
   const Outcome outcome = outcome_of(notify.bytes());
   EXPECT_THAT(outcome.traps,
-              ElementsAre(std::string(kTrap) + " 1.3.6.1.4.1.32473.2.2=ip:10.0.0.0"
-                                               " 1.3.6.1.4.1.32473.2.4=ip:10.0.0.5"));
+              ElementsAre(std::string(kFirstTrap) + " 1.3.6.1.4.1.32473.2.2=ip:10.0.0.0"
+                                                    " 1.3.6.1.4.1.32473.2.4=ip:10.0.0.5"));
   EXPECT_THAT(outcome.errors, IsEmpty());
 }
 
@@ -196,8 +197,8 @@ TEST_F(BadNotification, UnknownTypeIsPassedByTheLengthOfTheOneBefore) {
   notify.integer("1.3.6.1.4.1.32473.2.1", 1).word(77, "1.3.6.1.4.1.32473.2.2", 2);
   notify.integer("1.3.6.1.4.1.32473.2.3", 3);
   const Outcome outcome = outcome_of(notify.bytes());
-  EXPECT_THAT(outcome.traps, ElementsAre(std::string(kTrap) + " 1.3.6.1.4.1.32473.2.1=1"
-                                                              " 1.3.6.1.4.1.32473.2.3=3"));
+  EXPECT_THAT(outcome.traps, ElementsAre(std::string(kFirstTrap) + " 1.3.6.1.4.1.32473.2.1=1"
+                                                                   " 1.3.6.1.4.1.32473.2.3=3"));
   EXPECT_THAT(outcome.errors, IsEmpty());
 }
 
@@ -206,7 +207,7 @@ TEST_F(BadNotification, TypesWithoutAValueAsTheFirstAreSkipped) {
     NotifyBuilder notify;
     notify.nothing(static_cast<uint16_t>(type), "1.3.6.1.4.1.32473.2.1");
     const Outcome outcome = outcome_of(notify.trap_oid("1.3.6.1.4.1.32473.1.0.3").bytes());
-    EXPECT_THAT(outcome.traps, ElementsAre(kTrap)) << type;
+    EXPECT_THAT(outcome.traps, ElementsAre(kFirstTrap)) << type;
     EXPECT_THAT(outcome.errors, IsEmpty()) << type;
   }
 }

@@ -93,7 +93,7 @@ void listen_there(Descriptor& listener) {
 Descriptor g_listener;
 
 // Without a daemon, on a host where all else is well.
-constexpr std::array kStopped = {
+constexpr std::array kWithoutADaemon = {
     Play{"daemon-not-running", "tvurev does not run.", nothing, nothing},
     Play{"driver-missing", kDriverNode, [](CtlHost&) { move(kDriverNode, kAside); },
          [](CtlHost&) { move(kAside, kDriverNode); }},
@@ -396,7 +396,7 @@ class CtlCheck : public CtlHost {
 
 TEST_F(CtlCheck, EveryFindingIsPlayed) {
   std::set<std::string_view> played(kPlayedAlone.begin(), kPlayedAlone.end());
-  for (const Play& play : kStopped) {
+  for (const Play& play : kWithoutADaemon) {
     played.insert(play.id);
   }
   for (const Play& play : kRunning) {
@@ -408,7 +408,7 @@ TEST_F(CtlCheck, EveryFindingIsPlayed) {
 }
 
 TEST_F(CtlCheck, FindsWhatKeepsADaemonFromItsStart) {
-  for (const Play& each : kStopped) {
+  for (const Play& each : kWithoutADaemon) {
     play(each);
   }
   EXPECT_THAT(host_commands(), Not(testing::Contains(HasSubstr("reboot"))));

@@ -179,15 +179,15 @@ TEST_F(Handshake, NoFreeChannelIsLookedForEveryTenSeconds) {
   // Taken while the daemon still holds the one that its last query needs.
   on_first(PacketKind::kNvramGet, [this] { event("occupy 0-15"); });
   start_daemon();
-  constexpr const char* kNone = "6 ortdv: mox_chrdev: Failed: no available Qel Mox channels";
-  ASSERT_TRUE(run_until_logged(kNone, 3));
+  constexpr const char* kNoChannel = "6 ortdv: mox_chrdev: Failed: no available Qel Mox channels";
+  ASSERT_TRUE(run_until_logged(kNoChannel, 3));
   event("release 15");
   ASSERT_TRUE(run_until_connected());
   std::vector<std::string> lines = log_of(daemon.pid());
-  lines.erase(lines.begin(), std::ranges::find(lines, kNone));
+  lines.erase(lines.begin(), std::ranges::find(lines, kNoChannel));
   ASSERT_EQ(lines.size() % 2, 1U);
   for (size_t i = 0; i + 1 < lines.size() && lines[i] != kDeviceLine; i += 2) {
-    EXPECT_EQ(lines[i], kNone);
+    EXPECT_EQ(lines[i], kNoChannel);
     EXPECT_EQ(lines[i + 1], "clock: sleep 10");
   }
 }

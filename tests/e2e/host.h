@@ -51,6 +51,11 @@ inline constexpr const char* kSnmpFile = "/etc/vmware/snmp.xml";
 inline constexpr const char* kHoldFile = "/tmp/hold";
 
 // Log lines that mark a state.
+inline constexpr const char* kModeOffLine = "6 ortdv: tvurev:  Reverse TVU disabled.";
+inline constexpr const char* kFirmwareLine = "6 ortdv: Mox6: 2.10 (2025/4/23)";
+inline constexpr const char* kSupportedLine = "6 ortdv: tvurev:  Supported Ryn11 server detected.";
+inline constexpr const char* kRestartingLine =
+    "6 ortdv: tvurev: Detected TVUREV enable/disable. Restarting tvurev ....";
 inline constexpr const char* kConnectedLine = "6 ortdv: [tvud]: BMC Reverse Proxy Connected.";
 inline constexpr const char* kClientLine = "6 ortdv: [tvud]: TVU Reverse Proxy Connected.";
 

@@ -10,7 +10,7 @@ namespace {
 using testing::ElementsAre;
 
 constexpr const char* kReceiverAddress = "203.0.113.5";
-constexpr uint8_t kNetworkByteOrder = 0x10;
+constexpr uint8_t kByteOrderFlag = 0x10;
 constexpr std::string_view kMark = "TRAP ";
 constexpr const char* kFormat = "TRAP %a %N %w/%q @%T %P: %v\n";
 
@@ -39,7 +39,7 @@ class RealAgentx : public Host {
       return {};
     }
     // A little-endian host's sender leaves the order as it is, and says so.
-    EXPECT_EQ(capture.notify[2] & kNetworkByteOrder, 0);
+    EXPECT_EQ(capture.notify[2] & kByteOrderFlag, 0);
     push_notify(capture.notify);
     EXPECT_TRUE(run_until([&] { return printed_traps().size() == 1; })) << trapd_.out();
     LocalClient agent = connected_client();

@@ -22,14 +22,9 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr const char* kDriverNode = "/vmfs/devices/zemox-d0ccb0";
+constexpr const char* kDriver = "/vmfs/devices/zemox-d0ccb0";
 constexpr const char* kSocketDirectory = "/opt/ortdv/sockets/agentx";
-constexpr const char* kSupported = "6 ortdv: tvurev:  Supported Ryn11 server detected.";
-constexpr const char* kModeOff = "6 ortdv: tvurev:  Reverse TVU disabled.";
 constexpr const char* kSnmpOff = "6 ortdv: ESXi Host SNMP disabled. Cannot run TVU Reverse Proxy.";
-constexpr const char* kRestarting =
-    "6 ortdv: tvurev: Detected TVUREV enable/disable. Restarting tvurev ....";
-constexpr const char* kFirmware = "6 ortdv: Mox6: 2.10 (2025/4/23)";
 
 mode_t mode_of(const std::string& path) {
   struct stat status = {};
@@ -42,17 +37,18 @@ TEST_F(StartupGates, PassedInOrderThenConnected) {
   start_relay({.record = "sleep,usleep"});
   ASSERT_TRUE(run_until_logged("6 ortdv: [tvud]: BMC Reverse channel is [3]."));
 
-  EXPECT_THAT(log_of(daemon.pid()),
-              ElementsAre("clock: usleep 10000",  // after the open
-                          "clock: usleep 10000",  // between request and answer
-                          kFirmware, kSupported, "clock: usleep 10000", "clock: usleep 10000",
-                          "6 ortdv: tvurev:  Reverse TVU enabled and Host SNMP enabled.",
-                          "6 ortdv: [tvud]: BMC device is "
-                          "/vmfs/devices/char/vmkdriver/zemox-d0ccb15",
-                          "clock: usleep 10000",  // after the open
-                          "clock: usleep 10000",  // after the hello
-                          "clock: usleep 10000",  // after the connect
-                          kConnectedLine, "6 ortdv: [tvud]: BMC Reverse channel is [3]."));
+  EXPECT_THAT(
+      log_of(daemon.pid()),
+      ElementsAre("clock: usleep 10000",  // after the open
+                  "clock: usleep 10000",  // between request and answer
+                  kFirmwareLine, kSupportedLine, "clock: usleep 10000", "clock: usleep 10000",
+                  "6 ortdv: tvurev:  Reverse TVU enabled and Host SNMP enabled.",
+                  "6 ortdv: [tvud]: BMC device is "
+                  "/vmfs/devices/char/vmkdriver/zemox-d0ccb15",
+                  "clock: usleep 10000",  // after the open
+                  "clock: usleep 10000",  // after the hello
+                  "clock: usleep 10000",  // after the connect
+                  kConnectedLine, "6 ortdv: [tvud]: BMC Reverse channel is [3]."));
   EXPECT_EQ(daemon.out(), "");
   EXPECT_EQ(daemon.err(), "");
 }
@@ -72,7 +68,7 @@ TEST_F(StartupGates, QueriesUseTheLowChannelsAndTheSessionTheHighest) {
 }
 
 TEST_F(StartupGates, MissingDriverNodeEndsItBeforeAnythingElse) {
-  unlink(kDriverNode);
+  unlink(kDriver);
   for (const char* file : {kRestartFile, kBmcStopFile, kOrtStopFile}) {
     touch(file);
   }
@@ -105,8 +101,8 @@ TEST_F(StartupGates, ReverseModeOffWaitsForTheRestartFile) {
   std::vector<std::string> lines = log();
   ASSERT_GE(lines.size(), 7U);
   EXPECT_THAT(std::vector(lines.begin(), lines.begin() + 3),
-              ElementsAre(kFirmware, kSupported, kModeOff));
-  EXPECT_EQ(lines.back(), kRestarting);
+              ElementsAre(kFirmwareLine, kSupportedLine, kModeOffLine));
+  EXPECT_EQ(lines.back(), kRestartingLine);
   EXPECT_THAT(std::vector(lines.begin() + 3, lines.end() - 1), Each("clock: sleep 120"));
   EXPECT_FALSE(exists(kRestartFile));
   EXPECT_EQ(daemon.out(), "");
@@ -116,7 +112,7 @@ TEST_F(StartupGates, RestartFileAtTheFirstCheckIsConsumedWithoutAWait) {
   bmc.variables["KXHVM6"] = {0};
   touch(kRestartFile);
   EXPECT_EQ(run_daemon(), 1);
-  EXPECT_THAT(log(), ElementsAre(kFirmware, kSupported, kModeOff, kRestarting));
+  EXPECT_THAT(log(), ElementsAre(kFirmwareLine, kSupportedLine, kModeOffLine, kRestartingLine));
   EXPECT_FALSE(exists(kRestartFile));
 }
 
@@ -128,7 +124,8 @@ TEST_F(StartupGates, RestartFileIsSeenOnlyAfterTheWhole120Seconds) {
   touch(kRestartFile);
   unlink(kHoldFile);
   EXPECT_EQ(run_until_exit(), 1);
-  EXPECT_THAT(log(), ElementsAre(kFirmware, kSupported, kModeOff, "clock: sleep 120", kRestarting));
+  EXPECT_THAT(log(), ElementsAre(kFirmwareLine, kSupportedLine, kModeOffLine, "clock: sleep 120",
+                                 kRestartingLine));
 }
 
 TEST_F(StartupGates, HostSnmpOffSaysSoOnBothOutputsAndWaits) {
@@ -141,8 +138,8 @@ TEST_F(StartupGates, HostSnmpOffSaysSoOnBothOutputsAndWaits) {
   EXPECT_EQ(run_until_exit(), 1);
   const std::vector<std::string> lines = log();
   EXPECT_THAT(std::vector(lines.begin(), lines.begin() + 3),
-              ElementsAre(kFirmware, kSupported, kSnmpOff));
-  EXPECT_EQ(lines.back(), kRestarting);
+              ElementsAre(kFirmwareLine, kSupportedLine, kSnmpOff));
+  EXPECT_EQ(lines.back(), kRestartingLine);
   EXPECT_EQ(daemon.out(), "ESXi Host SNMP disabled. Cannot run TVU Reverse Proxy.\n");
   EXPECT_FALSE(exists(kRestartFile));
 }
@@ -151,7 +148,7 @@ TEST_F(StartupGates, MissingSnmpFileCountsAsOff) {
   unlink(kSnmpFile);
   touch(kRestartFile);
   EXPECT_EQ(run_daemon(), 1);
-  EXPECT_THAT(log(), ElementsAre(kFirmware, kSupported, kSnmpOff, kRestarting));
+  EXPECT_THAT(log(), ElementsAre(kFirmwareLine, kSupportedLine, kSnmpOff, kRestartingLine));
 }
 
 TEST_F(StartupGates, UnreadableSnmpFileCountsAsOff) {
@@ -159,7 +156,7 @@ TEST_F(StartupGates, UnreadableSnmpFileCountsAsOff) {
   std::filesystem::create_directory(kSnmpFile);
   touch(kRestartFile);
   EXPECT_EQ(run_daemon(), 1);
-  EXPECT_THAT(log(), ElementsAre(kFirmware, kSupported, kSnmpOff, kRestarting));
+  EXPECT_THAT(log(), ElementsAre(kFirmwareLine, kSupportedLine, kSnmpOff, kRestartingLine));
 }
 
 TEST_F(StartupGates, AnyEnablingLineCountsWhateverElseTheFileSays) {

@@ -14,6 +14,10 @@
 #include "tests/support/call_script.h"
 #include "tests/support/packets.h"
 
+// The descriptors of a channel, and of a second one where two are opened.
+inline constexpr int kFd = 7;
+inline constexpr int kSecondFd = 8;
+
 inline constexpr int kChannelFlags = O_RDWR | O_EXCL | O_CLOEXEC;
 
 std::string channel_path(int channel);

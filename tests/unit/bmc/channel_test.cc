@@ -13,7 +13,6 @@
 
 namespace {
 
-constexpr int kFd = 7;
 constexpr const char* kNoChannel = "6 mox_chrdev: Failed: no available Qel Mox channels\n";
 
 using Channel = BmcTest;

@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr int kFd = 7;
-constexpr int kSecondFd = 8;
 constexpr std::string_view kGet = "04 04 00 4b 58 48 56 4d 41 00";  // KXHVMA
 constexpr std::string_view kSet = "05 04 00 4b 58 48 56 4d 41 00";
 

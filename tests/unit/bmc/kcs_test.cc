@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr int kFd = 7;
 constexpr uint8_t kNetworkFunction = 0x06;
 constexpr uint8_t kCommand = 0x01;
 

@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr int kFd = 7;
-
 // The request for one byte of KXHVM6.
 constexpr std::string_view kGetOneByte = "04 01 00 4b 58 48 56 4d 36 00";
 

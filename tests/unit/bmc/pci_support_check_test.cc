@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr const char* kCommand = "/sbin/localcli hardware pci list";
+constexpr const char* kListDevices = "/sbin/localcli hardware pci list";
 
 const std::string kOtherDevice =
     "0000:00:01.0\n"
@@ -32,8 +32,8 @@ std::string device(const char* vendor, const char* device_id, const char* sub_ve
 class PciSupportCheck : public testing::Test {
  protected:
   int supported(const std::string& list, int32_t generation = 5) {
-    script.popen(kCommand).prints(list);
-    script.pclose(kCommand);
+    script.popen(kListDevices).prints(list);
+    script.pclose(kListDevices);
     return system_is_supported(generation);
   }
 
@@ -97,13 +97,14 @@ TEST_F(PciSupportCheck, ScansOnFromTheLineAfterTheOneThatDiffers) {
   // The vendor line in the place of a device line is read as the latter.
   EXPECT_EQ(supported("   Vendor ID: 0x103c\n" + device("0x103c", "0x3307", "0x1590", "0x00e4")),
             1);
-  script.popen(kCommand).prints(
-      "   Vendor ID: 0x103c\n"
-      "   Vendor ID: 0x103c\n"
-      "   Device ID: 0x3307\n"
-      "   SubVendor ID: 0x1590\n"
-      "   SubDevice ID: 0x00e4\n");
-  script.pclose(kCommand);
+  script.popen(kListDevices)
+      .prints(
+          "   Vendor ID: 0x103c\n"
+          "   Vendor ID: 0x103c\n"
+          "   Device ID: 0x3307\n"
+          "   SubVendor ID: 0x1590\n"
+          "   SubDevice ID: 0x00e4\n");
+  script.pclose(kListDevices);
   EXPECT_EQ(system_is_supported(5), 0);
 }
 
@@ -134,7 +135,7 @@ TEST_F(PciSupportCheck, ReadsALineLongerThanItsBufferInPieces) {
 }
 
 TEST_F(PciSupportCheck, ReportsACommandThatCannotBeRun) {
-  script.popen(kCommand).fails(EMFILE);
+  script.popen(kListDevices).fails(EMFILE);
   EXPECT_EQ(system_is_supported(5), 0);
   EXPECT_EQ(script.logs(), Lines({"6 system_is_supported(): Error popen\n"}));
 }

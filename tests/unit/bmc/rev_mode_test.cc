@@ -8,9 +8,7 @@
 
 namespace {
 
-constexpr int kFd = 7;
-constexpr int kSecondFd = 8;
-constexpr std::string_view kGet = "04 01 00 4b 58 48 56 4d 36 00";
+constexpr std::string_view kGetMode = "04 01 00 4b 58 48 56 4d 36 00";
 constexpr std::string_view kSetZero = "05 01 00 4b 58 48 56 4d 36 00 00";
 
 class RevMode : public BmcTest {
@@ -20,7 +18,7 @@ class RevMode : public BmcTest {
 
 TEST_F(RevMode, IsTheVariablesByte) {
   expect_open(kFd);
-  expect_nvram(kFd, kGet, "00 00 01 00 01");
+  expect_nvram(kFd, kGetMode, "00 00 01 00 01");
   script.close(kFd);
   EXPECT_EQ(getRevModeConfig(), 1);
   EXPECT_EQ(own_logs(), Lines({"6 utils: getRevModeConfig(): GetEV Success! EV value is [0x1]\n"}));
@@ -28,7 +26,7 @@ TEST_F(RevMode, IsTheVariablesByte) {
 
 TEST_F(RevMode, IsNotNegativeForAHighByte) {
   expect_open(kFd);
-  expect_nvram(kFd, kGet, "00 00 01 00 ff");
+  expect_nvram(kFd, kGetMode, "00 00 01 00 ff");
   script.close(kFd);
   EXPECT_EQ(getRevModeConfig(), 255);
   EXPECT_EQ(own_logs(),
@@ -37,7 +35,7 @@ TEST_F(RevMode, IsNotNegativeForAHighByte) {
 
 TEST_F(RevMode, IsDisabledWithTheValue0) {
   expect_open(kFd);
-  expect_nvram(kFd, kGet, "00 00 01 00 00");
+  expect_nvram(kFd, kGetMode, "00 00 01 00 00");
   script.close(kFd);
   EXPECT_EQ(getRevModeConfig(), 0);
 }
@@ -50,14 +48,14 @@ TEST_F(RevMode, IsDisabledWithoutAFreeChannel) {
 
 TEST_F(RevMode, IsDisabledWhenTheValueIsLongerThanAByte) {
   expect_open(kFd);
-  expect_nvram(kFd, kGet, "00 00 02 00 01 01");
+  expect_nvram(kFd, kGetMode, "00 00 02 00 01 01");
   script.close(kFd);
   EXPECT_EQ(getRevModeConfig(), 0);
 }
 
 TEST_F(RevMode, CreatesAMissingVariableOnTheNextFreeChannel) {
   expect_open(kFd);
-  expect_nvram(kFd, kGet, "00 88");
+  expect_nvram(kFd, kGetMode, "00 88");
   expect_open(kSecondFd, 3);
   expect_nvram(kSecondFd, kSetZero, "00 00");
   script.close(kSecondFd);
@@ -70,7 +68,7 @@ TEST_F(RevMode, CreatesAMissingVariableOnTheNextFreeChannel) {
 
 TEST_F(RevMode, IsDisabledWhenAMissingVariableCannotBeCreated) {
   expect_open(kFd);
-  expect_nvram(kFd, kGet, "00 88");
+  expect_nvram(kFd, kGetMode, "00 88");
   expect_open(kSecondFd, 3);
   expect_nvram_failure(kSecondFd, kSetZero);
   script.close(kSecondFd);
@@ -80,7 +78,7 @@ TEST_F(RevMode, IsDisabledWhenAMissingVariableCannotBeCreated) {
 
 TEST_F(RevMode, ReportsAnotherStatus) {
   expect_open(kFd);
-  expect_nvram(kFd, kGet, "00 c9 01 00 01");
+  expect_nvram(kFd, kGetMode, "00 c9 01 00 01");
   script.close(kFd);
   EXPECT_EQ(getRevModeConfig(), 0);
   EXPECT_EQ(own_logs(), Lines({"6 utils: getRevModeConfig(): Get TVU EV Failed! return status "
@@ -89,11 +87,11 @@ TEST_F(RevMode, ReportsAnotherStatus) {
 
 TEST_F(RevMode, IsReadAgainASecondAfterAFailure) {
   expect_open(kFd);
-  expect_nvram_failure(kFd, kGet);
+  expect_nvram_failure(kFd, kGetMode);
   script.sleep(1);
-  expect_nvram_failure(kFd, kGet);
+  expect_nvram_failure(kFd, kGetMode);
   script.sleep(1);
-  expect_nvram(kFd, kGet, "00 00 01 00 01");
+  expect_nvram(kFd, kGetMode, "00 00 01 00 01");
   script.close(kFd);
   EXPECT_EQ(getRevModeConfig(), 1);
   EXPECT_EQ(own_logs(), Lines({"6 utils: getRevModeConfig(): retries [2]\n",
@@ -104,7 +102,7 @@ TEST_F(RevMode, IsReadAgainASecondAfterAFailure) {
 TEST_F(RevMode, IsDisabledAfterThreeFailures) {
   expect_open(kFd);
   for (int attempt = 0; attempt < 3; ++attempt) {
-    expect_nvram_failure(kFd, kGet);
+    expect_nvram_failure(kFd, kGetMode);
     script.sleep(1);
   }
   script.close(kFd);
@@ -117,9 +115,9 @@ TEST_F(RevMode, IsDisabledAfterThreeFailures) {
 TEST_F(RevMode, IsReadAgainAfterACompletionCode) {
   expect_open(kFd);
   const int id = next_message_id();
-  expect_exchange(kFd, nvram_request(id, kGet), nvram_response(id, "00 00 01 00 01", 0xC0));
+  expect_exchange(kFd, nvram_request(id, kGetMode), nvram_response(id, "00 00 01 00 01", 0xC0));
   script.sleep(1);
-  expect_nvram(kFd, kGet, "00 00 01 00 01");
+  expect_nvram(kFd, kGetMode, "00 00 01 00 01");
   script.close(kFd);
   EXPECT_EQ(getRevModeConfig(), 1);
 }

@@ -12,7 +12,6 @@
 
 namespace {
 
-constexpr int kFd = 7;
 constexpr const char* kStatusFile = "/opt/ortdv/tmp/moxstatus";
 
 const Lines kSearching = {"6 utils: check if system is supported...\n",

@@ -11,8 +11,7 @@
 
 namespace {
 
-constexpr int kFd = 7;
-constexpr std::string_view kGet = "04 04 00 4b 58 48 56 4d 41 00";  // KXHVMA
+constexpr std::string_view kGetVariable = "04 04 00 4b 58 48 56 4d 41 00";  // KXHVMA
 
 struct Outcome {
   int result;
@@ -42,7 +41,7 @@ class ReadVariable : public BmcTest {
  protected:
   Outcome read_answered(std::string_view response_hex) {
     expect_open(kFd);
-    expect_nvram(kFd, kGet, response_hex);
+    expect_nvram(kFd, kGetVariable, response_hex);
     script.close(kFd);
     return read_interval();
   }
@@ -103,7 +102,7 @@ TEST_F(ReadVariable, TellsThatNoChannelIsFree) {
 
 TEST_F(ReadVariable, TellsThatTheRequestFailedAndTriesOnce) {
   expect_open(kFd);
-  expect_nvram_failure(kFd, kGet);
+  expect_nvram_failure(kFd, kGetVariable);
   script.close(kFd);
   EXPECT_EQ(read_interval(), (Outcome{kOrtinvReadNoAnswer, 0, 0, kUntouched}));
 }

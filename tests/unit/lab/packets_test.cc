@@ -15,14 +15,14 @@ Bytes hex(const char* text) {
   return parse_hex(text).value();
 }
 
-const Bytes kHello = hex("1000 0700 9301 0d00 0100 0000 0000 0000");
+const Bytes kHelloBytes = hex("1000 0700 9301 0d00 0100 0000 0000 0000");
 const Bytes kGet = hex("1500 0300 0000 0100 d8 02 04 0100 4b5848564d3600");
 const Bytes kSet = hex("1600 0400 0000 0100 d8 02 05 0100 4b5848564d3600 01");
 
 }  // namespace
 
 TEST(Classify, KnowsEveryPacketOfTheHost) {
-  EXPECT_EQ(classify(kHello), PacketKind::kHello);
+  EXPECT_EQ(classify(kHelloBytes), PacketKind::kHello);
   EXPECT_EQ(classify(hex("1000000093010d000200000000000000")), PacketKind::kBye);
   EXPECT_EQ(classify(hex("0c00000093000d0002000400")), PacketKind::kBye);
   EXPECT_EQ(classify(hex("1000000093010d000300000000000000")), PacketKind::kConnect);
@@ -47,9 +47,10 @@ TEST(KindName, LeadsBackToTheKind) {
 }
 
 TEST(SessionReply, CarriesTheRequestsNumberAndCommand) {
-  EXPECT_EQ(session_reply(kHello, 20), hex("1400 0700 9381 0d00 0000 0000 0000 0000 0000 0000"));
-  EXPECT_EQ(session_reply(kHello, 4084).size(), 4084U);
-  EXPECT_EQ(get_u16(session_reply(kHello, 4084), 0), 4084);
+  EXPECT_EQ(session_reply(kHelloBytes, 20),
+            hex("1400 0700 9381 0d00 0000 0000 0000 0000 0000 0000"));
+  EXPECT_EQ(session_reply(kHelloBytes, 4084).size(), 4084U);
+  EXPECT_EQ(get_u16(session_reply(kHelloBytes, 4084), 0), 4084);
 }
 
 TEST(StatusReply, HoldsGenerationAndFirmware) {
@@ -162,7 +163,7 @@ TEST(ChangeFields, PktsizeFollowsTheSizeUnlessItIsGiven) {
 }
 
 TEST(Describe, SaysWhatTheHostSent) {
-  EXPECT_EQ(describe_to_bmc(kHello), "hello, seqno 7");
+  EXPECT_EQ(describe_to_bmc(kHelloBytes), "hello, seqno 7");
   EXPECT_EQ(describe_to_bmc(hex("1000000093010d000300000009000000")),
             "connect, seqno 0, parameter 9");
   EXPECT_EQ(describe_to_bmc(kGet), "read of variable KXHVM6");
@@ -182,8 +183,8 @@ TEST(Describe, SaysWhatTheBmcSent) {
 }
 
 TEST(Describe, TakesAnyPrefixOfAnyPacket) {
-  for (const Bytes& packet : {kHello, kGet, kSet, log_packet("abc"), shutdown_packet(1, 2, "abc"),
-                              notification_packet(Bytes(40, 0x06))}) {
+  for (const Bytes& packet : {kHelloBytes, kGet, kSet, log_packet("abc"),
+                              shutdown_packet(1, 2, "abc"), notification_packet(Bytes(40, 0x06))}) {
     for (size_t length = 0; length <= packet.size(); ++length) {
       EXPECT_FALSE(describe_to_bmc(std::span(packet).first(length)).empty());
       EXPECT_FALSE(describe_from_bmc(std::span(packet).first(length)).empty());

@@ -17,11 +17,11 @@ using testing::ElementsAre;
 
 namespace {
 
-const Bytes kHello = parse_hex("1000070093010d000100000000000000").value();
+const Bytes kHelloRequest = parse_hex("1000070093010d000100000000000000").value();
 const Bytes kBye = parse_hex("1000000093010d000200000000000000").value();
 const Bytes kStatusQuery = parse_hex("0800adde02000000").value();
-const Bytes kGet = parse_hex("150003000000 0100 d8020401004b5848564d3600").value();
-const Bytes kSet = parse_hex("160004000000 0100 d8020501004b5848564d3600 2a").value();
+const Bytes kGetRequest = parse_hex("150003000000 0100 d8020401004b5848564d3600").value();
+const Bytes kSetRequest = parse_hex("160004000000 0100 d8020501004b5848564d3600 2a").value();
 
 // A host of the test's own, without the shim.
 class Host {
@@ -84,7 +84,7 @@ class SimulatorTest : public testing::Test {
 
 TEST_F(SimulatorTest, AnswersTheSession) {
   const Host host(node(2));
-  EXPECT_EQ(ask(host, kHello), parse_hex("1400070093810d00" + std::string(24, '0')));
+  EXPECT_EQ(ask(host, kHelloRequest), parse_hex("1400070093810d00" + std::string(24, '0')));
   const auto bye = ask(host, kBye);
   ASSERT_TRUE(bye.has_value());
   EXPECT_EQ(bye->size(), 4084U);
@@ -110,7 +110,7 @@ TEST_F(SimulatorTest, RecordsWhatHappensInOrder) {
 }
 
 TEST_F(SimulatorTest, HearsWhatWasSentBeforeAClose) {
-  Host(node(2)).send(kHello);
+  Host(node(2)).send(kHelloRequest);
   settle();
   EXPECT_EQ(bmc_.received(PacketKind::kHello), 1);
   EXPECT_EQ(bmc_.history.back().what, Happening::What::kClosed);
@@ -122,13 +122,13 @@ TEST_F(SimulatorTest, HangsUpOnASecondClientAndKeepsTheFirst) {
   const Host second(node(2));
   settle();
   EXPECT_TRUE(second.is_hung_up());
-  EXPECT_TRUE(ask(first, kHello).has_value());
+  EXPECT_TRUE(ask(first, kHelloRequest).has_value());
 }
 
 TEST_F(SimulatorTest, TakesTheNextClientAfterTheFirstLeft) {
   { const Host first(node(2)); }
   const Host second(node(2));
-  EXPECT_TRUE(ask(second, kHello).has_value());
+  EXPECT_TRUE(ask(second, kHelloRequest).has_value());
 }
 
 TEST_F(SimulatorTest, TheSessionIsWhereTheHelloCame) {
@@ -138,7 +138,7 @@ TEST_F(SimulatorTest, TheSessionIsWhereTheHelloCame) {
   EXPECT_EQ(bmc_.session_channel(), 2);
   {
     const Host proxy(node(1));
-    ask(proxy, kHello);
+    ask(proxy, kHelloRequest);
     EXPECT_EQ(bmc_.session_channel(), 1);
   }
   settle();
@@ -147,7 +147,7 @@ TEST_F(SimulatorTest, TheSessionIsWhereTheHelloCame) {
 
 TEST_F(SimulatorTest, PushesWithARunningNumberUnlessOneIsGiven) {
   const Host host(node(2));
-  ask(host, kHello);
+  ask(host, kHelloRequest);
   EXPECT_EQ(play("log a"), "");
   EXPECT_EQ(play("log b"), "");
   EXPECT_EQ(play("log c seqno=99"), "");
@@ -184,14 +184,14 @@ TEST_F(SimulatorTest, ReplacedAnswersAreUsedAsOftenAsTold) {
   const Host host(node(2));
   EXPECT_EQ(play("answer hello errcode=5 times=1"), "");
   EXPECT_EQ(play("answer hello seqno=+3 more=1"), "");
-  EXPECT_EQ(get_u32(*ask(host, kHello), 8), 5U);
+  EXPECT_EQ(get_u32(*ask(host, kHelloRequest), 8), 5U);
   for (int i = 0; i < 2; ++i) {
-    const auto reply = ask(host, kHello);
+    const auto reply = ask(host, kHelloRequest);
     EXPECT_EQ(get_u16(*reply, 2), 10);
     EXPECT_EQ(get_u16(*reply, 14), 1);
   }
   EXPECT_EQ(play("answer hello normal"), "");
-  EXPECT_EQ(get_u16(*ask(host, kHello), 2), 7);
+  EXPECT_EQ(get_u16(*ask(host, kHelloRequest), 2), 7);
 }
 
 TEST_F(SimulatorTest, AReplacedAnswerIsForItsOwnKind) {
@@ -199,7 +199,7 @@ TEST_F(SimulatorTest, AReplacedAnswerIsForItsOwnKind) {
   play("answer any errcode=9");
   play("answer bye size=16");
   EXPECT_EQ(ask(host, kBye)->size(), 16U);
-  EXPECT_EQ(get_u32(*ask(host, kHello), 8), 9U);
+  EXPECT_EQ(get_u32(*ask(host, kHelloRequest), 8), 9U);
   play("answer any normal");
   EXPECT_EQ(ask(host, kBye)->size(), 4084U);
 }
@@ -207,7 +207,7 @@ TEST_F(SimulatorTest, AReplacedAnswerIsForItsOwnKind) {
 TEST_F(SimulatorTest, SilenceIsNoAnswerToTheSession) {
   const Host host(node(2));
   play("answer hello silent");
-  EXPECT_EQ(ask(host, kHello), std::nullopt);
+  EXPECT_EQ(ask(host, kHelloRequest), std::nullopt);
 }
 
 TEST_F(SimulatorTest, SilenceIsTenEmptyReadsToAQuery) {
@@ -225,9 +225,9 @@ TEST_F(SimulatorTest, SilenceIsTenEmptyReadsToAQuery) {
 TEST_F(SimulatorTest, AnAnswerCanBeAnyBytes) {
   const Host host(node(2));
   play("answer nvram-get raw=0102 times=1");
-  EXPECT_EQ(ask(host, kGet), (Bytes{1, 2}));
+  EXPECT_EQ(ask(host, kGetRequest), (Bytes{1, 2}));
   play("answer nvram-get completion=0xc9 status=7 length=300 times=1");
-  const auto reply = ask(host, kGet);
+  const auto reply = ask(host, kGetRequest);
   EXPECT_EQ(reply->at(10), 0xC9);
   EXPECT_EQ(reply->at(12), 7);
   EXPECT_EQ(get_u16(*reply, 13), 300);
@@ -236,14 +236,14 @@ TEST_F(SimulatorTest, AnAnswerCanBeAnyBytes) {
 TEST_F(SimulatorTest, VariablesAreSetAndKeptInTheirFile) {
   bmc_.nvram_path = directory_ / "nvram";
   const Host host(node(2));
-  ask(host, kSet);
+  ask(host, kSetRequest);
   EXPECT_THAT(bmc_.variables.at("KXHVM6"), ElementsAre(0x2A));
   play("nvram OTHER=0102");
   std::ifstream file(bmc_.nvram_path);
   EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "KXHVM6=2a\nOTHER=0102\n");
-  EXPECT_EQ(ask(host, kGet)->at(15), 0x2A);
+  EXPECT_EQ(ask(host, kGetRequest)->at(15), 0x2A);
   play("nvram KXHVM6 absent");
-  EXPECT_EQ(ask(host, kGet)->at(12), 0x88);
+  EXPECT_EQ(ask(host, kGetRequest)->at(12), 0x88);
 }
 
 TEST_F(SimulatorTest, UnknownKcsCommandsAreInvalid) {

@@ -16,8 +16,8 @@ namespace {
 using Bytes = std::vector<uint8_t>;
 using Random = std::mt19937_64;
 
-constexpr uint64_t kSeed = 20261121;
-constexpr int kRounds = 3'000;
+constexpr uint64_t kLoadSeed = 20261121;
+constexpr int kLoadRounds = 3'000;
 
 // A structure of each type that has rows, random but for its header.
 Bytes random_table(Random& random) {
@@ -91,9 +91,9 @@ void expect_sound_table() {
 }
 
 TEST(LoadDamage, OfATableIsDecodedWithinIt) {
-  Random random(kSeed);
+  Random random(kLoadSeed);
   const Bytes entry = sample_host_table().dmidecode_dump();
-  for (int round = 0; round < kRounds && !testing::Test::HasFailure(); ++round) {
+  for (int round = 0; round < kLoadRounds && !testing::Test::HasFailure(); ++round) {
     Bytes table = random_table(random);
     damage(table, random);
     Bytes point(entry.begin(), entry.begin() + 31);
@@ -115,10 +115,10 @@ TEST(LoadDamage, OfATableIsDecodedWithinIt) {
 }
 
 TEST(LoadDamage, OfADumpIsRefusedOrDecodedWithinIt) {
-  Random random(kSeed + 1);
+  Random random(kLoadSeed + 1);
   const Bytes whole = sample_host_table().dmidecode_dump();
   int loaded = 0;
-  for (int round = 0; round < kRounds && !testing::Test::HasFailure(); ++round) {
+  for (int round = 0; round < kLoadRounds && !testing::Test::HasFailure(); ++round) {
     Bytes dump = whole;
     damage(dump, random);
     char reason[SMB_REASON_SIZE] = "";
@@ -130,7 +130,7 @@ TEST(LoadDamage, OfADumpIsRefusedOrDecodedWithinIt) {
     }
     SmBiosTerm();
   }
-  EXPECT_GT(loaded, kRounds / 4);
+  EXPECT_GT(loaded, kLoadRounds / 4);
 }
 
 }  // namespace

@@ -19,7 +19,7 @@ using Bytes = std::vector<uint8_t>;
 
 constexpr size_t kDumpTable = 32;
 
-SmbiosTable small_table() {
+SmbiosTable table_to_dump() {
   return SmbiosTable()
       .add(SmbiosStructure(1, 0x0100, 27).string(4, "Maker").string(5, "Product"))
       .add(SmbiosStructure(9, 0x0901, 17).string(4, "Slot"))
@@ -80,14 +80,14 @@ class Load : public testing::Test {
 };
 
 TEST_F(Load, TakesTheDevicesPlaceForAllOtherCalls) {
-  ASSERT_EQ(load(small_table().dmidecode_dump()), "");
+  ASSERT_EQ(load(table_to_dump().dmidecode_dump()), "");
   EXPECT_EQ(SmBiosInit(), 0);
   EXPECT_STREQ(records_of<SmbSystemInfoRec>(1).at(0).productName, "Product");
   EXPECT_STREQ(records_of<SmbSlotRec>(9).at(0).designation, "Slot");
 }
 
 TEST_F(Load, ReadsADumpWitha32BitEntryPoint) {
-  ASSERT_EQ(load(small_table().dmidecode_dump()), "");
+  ASSERT_EQ(load(table_to_dump().dmidecode_dump()), "");
   EXPECT_EQ(status().entry_point, kSmbEntryPoint32);
   EXPECT_EQ(status().address, kDumpTable);
   EXPECT_EQ(status().count, 3U);
@@ -95,7 +95,7 @@ TEST_F(Load, ReadsADumpWitha32BitEntryPoint) {
 }
 
 TEST_F(Load, ReadsADumpWithA64BitEntryPoint) {
-  ASSERT_EQ(load(dump64(small_table().structures(), 4096)), "");
+  ASSERT_EQ(load(dump64(table_to_dump().structures(), 4096)), "");
   EXPECT_EQ(status().entry_point, kSmbEntryPoint64);
   EXPECT_EQ(status().major, 3);
   EXPECT_EQ(status().minor, 6);
@@ -104,7 +104,7 @@ TEST_F(Load, ReadsADumpWithA64BitEntryPoint) {
 }
 
 TEST_F(Load, ReadsADumpWithALegacyEntryPointAlone) {
-  Bytes dump = small_table().dmidecode_dump();
+  Bytes dump = table_to_dump().dmidecode_dump();
   std::copy(dump.begin() + 16, dump.begin() + 31, dump.begin());
   std::fill(dump.begin() + 15, dump.begin() + 32, uint8_t{0});
   ASSERT_EQ(load(dump), "");
@@ -113,12 +113,12 @@ TEST_F(Load, ReadsADumpWithALegacyEntryPointAlone) {
 }
 
 TEST_F(Load, ReadsWhatTheHostsDeviceReturns) {
-  ASSERT_EQ(load(small_table().device_image(64)), "");
+  ASSERT_EQ(load(table_to_dump().device_image(64)), "");
   EXPECT_EQ(structures().size(), 3U);
 }
 
 TEST_F(Load, ReadsATableBehindItsEntryPointWhateverItsAddress) {
-  Bytes dump = small_table().dmidecode_dump();
+  Bytes dump = table_to_dump().dmidecode_dump();
   dump[16 + 8] = 0xF0;
   dump[16 + 11] = 0x7E;
   mend_checksums(dump);
@@ -128,7 +128,7 @@ TEST_F(Load, ReadsATableBehindItsEntryPointWhateverItsAddress) {
 
 // 0xA5 and 0x55 look like structures that go on into the table.
 TEST_F(Load, FindsATableThatLiesElsewhere) {
-  const Bytes whole = small_table().dmidecode_dump();
+  const Bytes whole = table_to_dump().dmidecode_dump();
   ASSERT_EQ(load(whole), "");
   const size_t count = structures().size();
   for (const uint8_t filler : std::array<uint8_t, 4>{0x00, 0x55, 0xA5, 0xFF}) {
@@ -145,7 +145,7 @@ TEST_F(Load, FindsATableThatLiesElsewhere) {
 }
 
 TEST_F(Load, RefusesADumpWhoseTableLiesElsewhere) {
-  Bytes dump = small_table().dmidecode_dump();
+  Bytes dump = table_to_dump().dmidecode_dump();
   dump.insert(dump.begin() + kDumpTable, 100, 0xA5);
   dump.pop_back();  // or it would be found
   EXPECT_EQ(load(dump), "The table is not where the entry point says, nor elsewhere in the dump");
@@ -157,24 +157,24 @@ TEST_F(Load, RefusesADumpWhoseTableLiesElsewhere) {
 }
 
 TEST_F(Load, RefusesEntryPointsThatAreDamaged) {
-  Bytes dump = small_table().dmidecode_dump();
+  Bytes dump = table_to_dump().dmidecode_dump();
   dump[6] ^= 1;
   EXPECT_EQ(load(dump), "The entry point is damaged: its checksum is wrong");
-  dump = small_table().dmidecode_dump();
+  dump = table_to_dump().dmidecode_dump();
   dump[16 + 12] ^= 1;
   put_checksum(dump, 0, 31, 4);
   EXPECT_EQ(load(dump), "The entry point is damaged: its second checksum is wrong");
-  dump = small_table().dmidecode_dump();
+  dump = table_to_dump().dmidecode_dump();
   dump[16] = 'x';
   put_checksum(dump, 0, 31, 4);
   EXPECT_EQ(load(dump), "The entry point is damaged: its second anchor is missing");
-  dump = dump64(small_table().structures(), 4096);
+  dump = dump64(table_to_dump().structures(), 4096);
   dump[7] ^= 1;
   EXPECT_EQ(load(dump), "The entry point is damaged: its checksum is wrong");
-  dump = small_table().dmidecode_dump();
+  dump = table_to_dump().dmidecode_dump();
   dump[5] = 3;
   EXPECT_EQ(load(dump), "The entry point is damaged: its length is too small");
-  dump = small_table().dmidecode_dump();
+  dump = table_to_dump().dmidecode_dump();
   dump.resize(20);
   EXPECT_EQ(load(dump), "The entry point is damaged: it is cut off");
 }
@@ -185,7 +185,7 @@ TEST_F(Load, RefusesWhatIsNoDump) {
 }
 
 TEST_F(Load, RefusesATableThatIsTooLarge) {
-  Bytes table = small_table().structures();
+  Bytes table = table_to_dump().structures();
   Bytes many;
   while (many.size() <= SMB_TABLE_LIMIT) {
     many.insert(many.end(), table.begin(), table.end() - 6);
@@ -196,8 +196,8 @@ TEST_F(Load, RefusesATableThatIsTooLarge) {
 }
 
 TEST_F(Load, RefusesASecondTable) {
-  ASSERT_EQ(load(small_table().dmidecode_dump()), "");
-  EXPECT_EQ(load(small_table().dmidecode_dump()), "A table is loaded already");
+  ASSERT_EQ(load(table_to_dump().dmidecode_dump()), "");
+  EXPECT_EQ(load(table_to_dump().dmidecode_dump()), "A table is loaded already");
   EXPECT_EQ(structures().size(), 3U);
 }
 
@@ -211,10 +211,10 @@ TEST_F(Load, EndsAReasonInAFieldThatIsTooShort) {
 TEST_F(Load, ReadsFilesAndFolders) {
   const std::string folder = testing::TempDir() + "load_test.tables";
   mkdir(folder.c_str(), 0700);
-  const Bytes dump = small_table().dmidecode_dump();
+  const Bytes dump = table_to_dump().dmidecode_dump();
   ASSERT_TRUE(write_file(folder + "/dump.bin", dump));
   ASSERT_TRUE(write_file(folder + "/smbios_entry_point", Bytes(dump.begin(), dump.begin() + 31)));
-  ASSERT_TRUE(write_file(folder + "/DMI", small_table().structures()));
+  ASSERT_TRUE(write_file(folder + "/DMI", table_to_dump().structures()));
   for (const std::string& path : {folder, folder + "/DMI", folder + "/dump.bin"}) {
     char reason[SMB_REASON_SIZE];
     EXPECT_EQ(SmBiosLoadFile(path.c_str(), reason, sizeof reason), 0) << path << ": " << reason;
@@ -234,7 +234,7 @@ TEST_F(Load, NamesTheFileThatCannotBeRead) {
 }
 
 TEST_F(Load, RefusesATableThatBeginsWithNoStructure) {
-  const Bytes dump = small_table().dmidecode_dump();
+  const Bytes dump = table_to_dump().dmidecode_dump();
   const Bytes table(100, 0);
   char reason[SMB_REASON_SIZE];
   EXPECT_EQ(SmBiosLoadTable(dump.data(), 31, table.data(), table.size(), reason, sizeof reason),
@@ -243,7 +243,7 @@ TEST_F(Load, RefusesATableThatBeginsWithNoStructure) {
 }
 
 TEST_F(Load, SaysThatATableEndsEarly) {
-  Bytes dump = small_table().dmidecode_dump();
+  Bytes dump = table_to_dump().dmidecode_dump();
   const auto length = dump.size() - kDumpTable;
   dump.resize(dump.size() - 6);
   ASSERT_EQ(load(dump), "");
@@ -256,7 +256,7 @@ TEST_F(Load, SaysThatATableEndsEarly) {
 }
 
 TEST_F(Load, ShowsTheStructureThatRunsOverTheTablesEnd) {
-  Bytes dump = small_table().dmidecode_dump();
+  Bytes dump = table_to_dump().dmidecode_dump();
   dump.resize(dump.size() - 6 - 4);
   ASSERT_EQ(load(dump), "");
   EXPECT_NE(status().problems & kSmbTableOverlaps, 0U);
@@ -266,7 +266,7 @@ TEST_F(Load, ShowsTheStructureThatRunsOverTheTablesEnd) {
 }
 
 TEST_F(Load, MarksWhatLiesBehindTheEndOfTheTable) {
-  const SmbiosTable table = small_table().add(SmbiosStructure(41, 0x2900, 11).string(4, "NIC"));
+  const SmbiosTable table = table_to_dump().add(SmbiosStructure(41, 0x2900, 11).string(4, "NIC"));
   ASSERT_EQ(load(table.dmidecode_dump()), "");
   ASSERT_EQ(structures().size(), 4U);
   EXPECT_EQ(structures()[2].behind_end, 0);

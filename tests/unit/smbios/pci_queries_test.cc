@@ -45,7 +45,8 @@ class PartNumber : public PciQueries {};
 class PciName : public PciQueries {};
 class LinkedString : public PciQueries {};
 
-SmbiosStructure slot(uint16_t handle, uint16_t segment, uint8_t bus, uint8_t device_function = 0) {
+SmbiosStructure pci_slot(uint16_t handle, uint16_t segment, uint8_t bus,
+                         uint8_t device_function = 0) {
   return SmbiosStructure(9, handle, 17).u16(13, segment).u8(15, bus).u8(16, device_function);
 }
 
@@ -80,9 +81,9 @@ TEST_F(PciQueries, FindNothingWithoutTable) {
 
 TEST_F(PciQueries, FindASlotBySegmentAndBus) {
   load(SmbiosTable()
-           .add(slot(0x0901, 0, 1))
-           .add(slot(0x0902, 1, 1))
-           .add(slot(0x0903, 0x0100, 1))
+           .add(pci_slot(0x0901, 0, 1))
+           .add(pci_slot(0x0902, 1, 1))
+           .add(pci_slot(0x0903, 0x0100, 1))
            .add(correlation(0x2001, 0x0901, "A"))
            .add(correlation(0x2002, 0x0902, "B"))
            .add(correlation(0x2003, 0x0903, "C")));
@@ -95,8 +96,8 @@ TEST_F(PciQueries, FindASlotBySegmentAndBus) {
 
 TEST_F(PciQueries, TakeTheFirstSlotOnABusWhateverTheDevice) {
   load(SmbiosTable()
-           .add(slot(0x0901, 0, 1, 0x08))
-           .add(slot(0x0902, 0, 1, 0x10))
+           .add(pci_slot(0x0901, 0, 1, 0x08))
+           .add(pci_slot(0x0902, 0, 1, 0x10))
            .add(correlation(0x2002, 0x0902, "B"))
            .add(correlation(0x2001, 0x0901, "A")));
   EXPECT_STREQ(SmbGetPartNumber(0, 1, 1, 0), "part A");
@@ -125,14 +126,14 @@ TEST_F(PciQueries, FindAnOnboardDeviceByItsWholeAddress) {
 TEST_F(PciQueries, PreferASlotToAnOnboardDevice) {
   load(SmbiosTable()
            .add(onboard(0x2900, 0, 1, 0))
-           .add(slot(0x0901, 0, 1))
+           .add(pci_slot(0x0901, 0, 1))
            .add(correlation(0x2000, 0x2900, "onboard"))
-           .add(correlation(0x2001, 0x0901, "slot")));
-  EXPECT_STREQ(SmbGetPciName(0, 1, 0, 0), "name slot");
+           .add(correlation(0x2001, 0x0901, "pci_slot")));
+  EXPECT_STREQ(SmbGetPciName(0, 1, 0, 0), "name pci_slot");
 }
 
 TEST_F(PciLocation, IsACopyThatTheCallerOwns) {
-  load(SmbiosTable().add(slot(0x0901, 0, 1)).add(correlation(0x2001, 0x0901, "A")));
+  load(SmbiosTable().add(pci_slot(0x0901, 0, 1)).add(correlation(0x2001, 0x0901, "A")));
   char* text = SmbGetPciLocation(0, 1, 0, 0);
   ASSERT_STREQ(text, "location A");
   text[0] = 'L';
@@ -141,7 +142,7 @@ TEST_F(PciLocation, IsACopyThatTheCallerOwns) {
 }
 
 TEST_F(PciLocation, LogsTheAddressOfTheCopy) {
-  load(SmbiosTable().add(slot(0x0901, 0, 1)).add(correlation(0x2001, 0x0901, "A")));
+  load(SmbiosTable().add(pci_slot(0x0901, 0, 1)).add(correlation(0x2001, 0x0901, "A")));
   char* text = nullptr;
   const Lines lines = lines_of([&] { text = SmbGetPciLocation(0, 1, 0, 0); });
   const int address = static_cast<int>(reinterpret_cast<intptr_t>(text));
@@ -151,7 +152,7 @@ TEST_F(PciLocation, LogsTheAddressOfTheCopy) {
 }
 
 TEST_F(PciLocation, IsNullWithoutMemoryAndLogsNothing) {
-  load(SmbiosTable().add(slot(0x0901, 0, 1)).add(correlation(0x2001, 0x0901, "A")));
+  load(SmbiosTable().add(pci_slot(0x0901, 0, 1)).add(correlation(0x2001, 0x0901, "A")));
   const char* text = "not null";
   const Lines lines = lines_of([&] {
     g_strdup_fails = true;
@@ -164,8 +165,8 @@ TEST_F(PciLocation, IsNullWithoutMemoryAndLogsNothing) {
 
 TEST_F(PciLocation, IsNullWithoutDeviceHandleOrCorrelation) {
   load(SmbiosTable()
-           .add(slot(0x0000, 0, 1))
-           .add(slot(0x0902, 0, 2))
+           .add(pci_slot(0x0000, 0, 1))
+           .add(pci_slot(0x0902, 0, 2))
            .add(correlation(0x2001, 0x0000, "zero"))
            .add(correlation_at(0, 3, 0, "by address")));
   EXPECT_EQ(SmbGetPciLocation(0, 1, 0, 0), nullptr);
@@ -174,18 +175,18 @@ TEST_F(PciLocation, IsNullWithoutDeviceHandleOrCorrelation) {
 }
 
 TEST_F(PciLocation, IsEmptyForStringNumberZero) {
-  load(SmbiosTable().add(slot(0x0901, 0, 1)).add(SmbiosStructure(203, 1, 40).u16(4, 0x0901)));
+  load(SmbiosTable().add(pci_slot(0x0901, 0, 1)).add(SmbiosStructure(203, 1, 40).u16(4, 0x0901)));
   EXPECT_EQ(location(0, 1, 0, 0), "");
 }
 
 TEST_F(PciLocation, DoesNotCheckTheCorrelationsLength) {
-  load(SmbiosTable().add(slot(0x0901, 0, 1)).add(correlation(0x2001, 0x0901, "A", 32)));
+  load(SmbiosTable().add(pci_slot(0x0901, 0, 1)).add(correlation(0x2001, 0x0901, "A", 32)));
   EXPECT_EQ(location(0, 1, 0, 0), "location A");
 }
 
 TEST_F(PartNumber, ComesFromTheFirstCorrelationWithTheHandle) {
   load(SmbiosTable()
-           .add(slot(0x0901, 0, 1))
+           .add(pci_slot(0x0901, 0, 1))
            .add(correlation(0x2000, 0x0900, "other"))
            .add(correlation(0x2001, 0x0901, "A", 36))
            .add(correlation(0x2002, 0x0901, "B")));
@@ -196,7 +197,7 @@ TEST_F(PartNumber, ComesFromTheFirstCorrelationWithTheHandle) {
 
 TEST_F(PartNumber, IsNullBehindACorrelationBelowLength36) {
   load(SmbiosTable()
-           .add(slot(0x0901, 0, 1))
+           .add(pci_slot(0x0901, 0, 1))
            .add(correlation(0x2000, 0x0900, "short", 35))
            .add(correlation(0x2001, 0x0901, "A")));
   EXPECT_EQ(SmbGetPartNumber(0, 1, 0, 0), nullptr);
@@ -204,20 +205,20 @@ TEST_F(PartNumber, IsNullBehindACorrelationBelowLength36) {
 }
 
 TEST_F(PartNumber, IsNullForAMatchingCorrelationBelowLength36) {
-  load(SmbiosTable().add(slot(0x0901, 0, 1)).add(correlation(0x2000, 0x0901, "short", 35)));
+  load(SmbiosTable().add(pci_slot(0x0901, 0, 1)).add(correlation(0x2000, 0x0901, "short", 35)));
   EXPECT_EQ(SmbGetPartNumber(0, 1, 0, 0), nullptr);
 }
 
 TEST_F(PartNumber, StopsAtTheMatchBeforeAShortCorrelation) {
   load(SmbiosTable()
-           .add(slot(0x0901, 0, 1))
+           .add(pci_slot(0x0901, 0, 1))
            .add(correlation(0x2001, 0x0901, "A"))
            .add(correlation(0x2000, 0x0900, "short", 35)));
   EXPECT_STREQ(SmbGetPartNumber(0, 1, 0, 0), "part A");
 }
 
 TEST_F(PartNumber, DoesNotFallBackWhenTheSlotIsNotCorrelated) {
-  load(SmbiosTable().add(slot(0x0901, 0, 1)).add(correlation_at(0, 1, 0, "by address")));
+  load(SmbiosTable().add(pci_slot(0x0901, 0, 1)).add(correlation_at(0, 1, 0, "by address")));
   const Lines lines = lines_of([] {
     EXPECT_EQ(SmbGetPartNumber(0, 1, 0, 0), nullptr);
     EXPECT_EQ(SmbGetPciName(0, 1, 0, 0), nullptr);
@@ -240,7 +241,7 @@ TEST_F(PartNumber, ComesFromTheAddressWithoutDeviceRecord) {
 
 TEST_F(PartNumber, ComesFromTheAddressWhenTheHandleIsZero) {
   load(SmbiosTable()
-           .add(slot(0x0000, 0, 5))
+           .add(pci_slot(0x0000, 0, 5))
            .add(correlation(0x2000, 0, "zero"))
            .add(correlation_at(0, 5, 0x08, "A")));
   EXPECT_STREQ(SmbGetPartNumber(0, 5, 1, 0), "part A");
@@ -318,13 +319,13 @@ TEST_F(PciName, IsNotImplementedWhenTheFirstCorrelationIsShort) {
 }
 
 TEST_F(PciName, HasNoLengthTestForACorrelatedDevice) {
-  load(SmbiosTable().add(slot(0x0901, 0, 1)).add(correlation(0x2000, 0x0901, "A", 32)));
+  load(SmbiosTable().add(pci_slot(0x0901, 0, 1)).add(correlation(0x2000, 0x0901, "A", 32)));
   EXPECT_STREQ(SmbGetPciName(0, 1, 0, 0), "name A");
 }
 
 TEST_F(LinkedString, ComesFromTheRecordLinkedToTheCorrelation) {
   load(SmbiosTable()
-           .add(slot(0x0901, 0, 1))
+           .add(pci_slot(0x0901, 0, 1))
            .add(linked(0x2002, "other"))
            .add(linked(0x2001, "text"))
            .add(linked(0x2001, "second"))
@@ -347,9 +348,9 @@ TEST_F(LinkedString, MayHangOnALaterCorrelationOfTheDevice) {
 
 TEST_F(LinkedString, IsNullWithoutDeviceHandleCorrelationOrLink) {
   load(SmbiosTable()
-           .add(slot(0x0000, 0, 1))
-           .add(slot(0x0902, 0, 2))
-           .add(slot(0x0903, 0, 3))
+           .add(pci_slot(0x0000, 0, 1))
+           .add(pci_slot(0x0902, 0, 2))
+           .add(pci_slot(0x0903, 0, 3))
            .add(correlation(0x2000, 0x0000, "zero"))
            .add(correlation(0x2003, 0x0903, "unlinked"))
            .add(linked(0x2000, "of zero")));

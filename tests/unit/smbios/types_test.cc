@@ -48,7 +48,7 @@ std::string streamed_by(Call call) {
 }
 
 template <size_t Size>
-void set(char (&field)[Size], std::string_view text) {
+void set_text(char (&field)[Size], std::string_view text) {
   text.copy(field, Size - 1);
 }
 
@@ -156,11 +156,11 @@ TEST_F(Types, PrintToAStreamWhatTheirDumpsPrintToStandardOutput) {
   SmbServerIdRec server[1] = {};
   SmbEnclosureRec enclosures[2] = {};
   SmbGbxTableRec tables[2] = {};
-  set(bios[0].vendor, "Vendor");
-  set(system[0].sku, "SKU");
-  set(slots[1].designation, "Slot 2");
-  set(server[0].serverSystemIdStr, "SERVER");
-  set(enclosures[1].rackName, "Rack");
+  set_text(bios[0].vendor, "Vendor");
+  set_text(system[0].sku, "SKU");
+  set_text(slots[1].designation, "Slot 2");
+  set_text(server[0].serverSystemIdStr, "SERVER");
+  set_text(enclosures[1].rackName, "Rack");
   tables[0].GbxTableVersion = 3;
   const auto expect_same = [](uint32_t type, const void* records, uint32_t count,
                               const std::function<void()>& dump) {
@@ -205,14 +205,14 @@ TEST_F(Types, WithoutRecordsHaveNoDump) {
 TEST_F(Types, CanBeDumpedByTheirFields) {
   SmbSlotRec slots[2] = {};
   slots[0].header = {9, 17, 0x0A01};
-  set(slots[0].designation, "Slot 1");
+  set_text(slots[0].designation, "Slot 1");
   slots[0].type = 165;
   slots[0].id = 0x0201;
   slots[0].characteristics1 = 0x0C;
   slots[0].characteristics2 = 5;
   slots[0].segmentGroupNum = 0xFFFF;
   slots[1].header = {9, 17, 0x0A02};
-  set(slots[1].designation, "Slot 2");
+  set_text(slots[1].designation, "Slot 2");
   EXPECT_EQ(streamed_by([&](FILE* to) { dump_by_fields(*SmbFindType(9), slots, 2, to); }),
             "System slot record #1  (Type 9)\n"
             "   handle                   : 0x0A01\n"
