@@ -2,6 +2,7 @@
 // Types 0, 1 and 9 as dmidecode reads them from the same tables: a check of our
 // reading of the standard structures against another program's.
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <bit>
 #include <cstdarg>
@@ -27,7 +28,7 @@ struct Decoded {
 };
 
 std::string run_dmidecode(const SmbiosTable& table) {
-  const std::string path = testing::TempDir() + "dmidecode_test.bin";
+  const std::string path = testing::TempDir() + "dmidecode_test." + std::to_string(getpid());
   EXPECT_TRUE(write_file(path, table.dmidecode_dump()));
   const std::string command = "PATH=\"$PATH:/usr/sbin:/sbin\" dmidecode --from-dump '" + path + "'";
   FILE* pipe = popen(command.c_str(), "r");

@@ -4,6 +4,7 @@
 #include "ortinv/smbios_load.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -209,7 +210,7 @@ TEST_F(Load, EndsAReasonInAFieldThatIsTooShort) {
 }
 
 TEST_F(Load, ReadsFilesAndFolders) {
-  const std::string folder = testing::TempDir() + "load_test.tables";
+  const std::string folder = testing::TempDir() + "load_test." + std::to_string(getpid());
   mkdir(folder.c_str(), 0700);
   const Bytes dump = table_to_dump().dmidecode_dump();
   ASSERT_TRUE(write_file(folder + "/dump.bin", dump));
