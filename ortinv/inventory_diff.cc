@@ -54,10 +54,13 @@ std::string place_of(const Json& element) {
   const Json& fields = at(element, "fields");
   for (const char* key : kPlaces) {
     for (const Json* object : {&fields, &element}) {
-      if (const std::string place = plain_text(at(*object, key)); !place.empty()) {
+      if (std::string place = plain_text(at(*object, key)); !place.empty()) {
         const std::string bank = plain_text(
             at(*object, std::string_view(key) == "device_locator" ? "bank_locator" : "bank"));
-        return place + (bank.empty() ? "" : ", " + bank);
+        if (!bank.empty()) {
+          place.append(", ").append(bank);
+        }
+        return place;
       }
     }
   }

@@ -73,7 +73,8 @@ std::string without_control_characters(std::string json) {
     return json;
   }
   std::string out = json.substr(0, first);
-  std::string_view rest = std::string_view(json).substr(first);
+  std::string_view rest = json;
+  rest.remove_prefix(first);
   while (!rest.empty()) {
     const auto [character, length] = first_utf8_character(rest);
     const size_t taken = std::max<size_t>(length, 1);
