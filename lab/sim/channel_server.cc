@@ -44,6 +44,10 @@ bool serve_client(Channel* channel, const ChannelReports& report) {
       break;
     }
     any = true;
+    // A client that left something unread: said once, before what it had sent.
+    if (length < 0 && errno == ECONNRESET) {
+      continue;
+    }
     if (length < 0 || (length == 0 && has_hung_up(channel->client.get()))) {
       close_client(channel, report);
       break;

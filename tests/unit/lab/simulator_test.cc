@@ -116,6 +116,18 @@ TEST_F(SimulatorTest, HearsWhatWasSentBeforeAClose) {
   EXPECT_EQ(bmc_.history.back().what, Happening::What::kClosed);
 }
 
+TEST_F(SimulatorTest, HearsTheLastOfAClientThatLeftSomethingUnread) {
+  {
+    const Host host(node(2));
+    settle();
+    ASSERT_EQ(play("log a"), "");
+    host.send(kBye);
+  }
+  settle();
+  EXPECT_EQ(bmc_.received(PacketKind::kBye), 1);
+  EXPECT_EQ(bmc_.history.back().what, Happening::What::kClosed);
+}
+
 TEST_F(SimulatorTest, HangsUpOnASecondClientAndKeepsTheFirst) {
   const Host first(node(2));
   settle();
