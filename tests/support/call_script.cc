@@ -382,7 +382,9 @@ int CallScript::meet_wait(std::string_view function, unsigned length) {
     timeline_.push_back(call);
     return 0;
   }
-  return static_cast<int>(meet(call).answer(0));
+  const int result = static_cast<int>(meet(call).answer(0));
+  // A loop that has left its script comes to its last call without real pauses.
+  return broken_ ? 0 : result;
 }
 
 void CallScript::note_poll(int timeout_ms) {

@@ -482,31 +482,87 @@ TEST_F(ReceivedPiece, ThatIsTheFirstOfANotificationIsNamedAsSuch) {
                    stated + " bytes of bindings. What is missing reads as zero.\n"}));
 }
 
+// What is said of 14 pieces of one byte that come within a second; the rest of it
+// once it is known that nothing follows.
+constexpr const char* kTenLines =
+    "Connected.\n"
+    "(3 proxy_ortd_trap\\(\\): 1 bytes are only a piece of a notification, whose header has 20.\n"
+    "3 tvurev: notification without a valid trap OID \\[\\]: no trap sent\n){10}"
+    "3 tvurev: notifications without a valid trap OID: 4 more like this.\n"
+    "3 proxy_ortd_trap\\(\\): pieces shorter than a header: 4 more like this.\n";
+
+// Up to the look at the stop file after the last of the pieces.
+void expect_pieces(CallScript& script) {
+  trap_destinations = {"192.0.2.7"};
+  expect_listening(script);
+  script.runs(kTouch);
+  expect_ready_listener(script);
+  script.accept4(kListener, 110, SOCK_CLOEXEC).returns(kClient);
+  for (int i = 0; i < 14; ++i) {
+    if (i > 0) {
+      script.stat(kStop).fails(ENOENT);
+    }
+    script.poll(kClient, POLLIN, 1'000).reports(POLLIN);
+    script.recv(kClient, 4080, 0).gives(Bytes(1, 0));
+  }
+}
+
 TEST_F(ReceivedPiece, IsReportedTenTimesASecondAndTheRestCountedWhenTheLoopComesRound) {
   EXPECT_EXIT(
       {
-        trap_destinations = {"192.0.2.7"};
         CallScript script;
-        expect_listening(script);
-        script.runs(kTouch);
-        expect_ready_listener(script);
-        script.accept4(kListener, 110, SOCK_CLOEXEC).returns(kClient);
-        for (int i = 0; i < 14; ++i) {
-          script.poll(kClient, POLLIN, 1'000).reports(POLLIN);
-          script.recv(kClient, 4080, 0).gives(Bytes(1, 0));
-          script.stat(kStop).fails(ENOENT);
-        }
+        expect_pieces(script);
+        script.stat(kStop).fails(ENOENT);
         script.poll(kClient, POLLIN, 1'000).returns(0);
         expect_stop(script);
         run();
       },
-      ExitedWithCode(1),
-      "Connected.\n"
-      "(3 proxy_ortd_trap\\(\\): 1 bytes are only a piece of a notification, whose header has 20.\n"
-      "3 tvurev: notification without a valid trap OID \\[\\]: no trap sent\n){10}"
-      "3 tvurev: notifications without a valid trap OID: 4 more like this.\n"
-      "3 proxy_ortd_trap\\(\\): pieces shorter than a header: 4 more like this.\n"
-      "6 tvu_rev_proxy: Detected");
+      ExitedWithCode(1), std::string(kTenLines) + "6 tvu_rev_proxy: Detected");
+}
+
+TEST_F(ReceivedPiece, IsCountedBeforeTheEndToo) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_pieces(script);
+        expect_stop(script);
+        run();
+      },
+      ExitedWithCode(1), std::string(kTenLines) + "6 tvu_rev_proxy: Detected");
+}
+
+TEST_F(ReceivedPiece, IsCountedBeforeThePauseThatFollowsAHangUp) {
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_pieces(script);
+        script.stat(kStop).fails(ENOENT);
+        script.poll(kClient, POLLIN, 1'000).reports(POLLHUP);
+        script.close(kClient);
+        script.message(LOG_ERR,
+                       "proxy_ortd_trap(): pieces shorter than a header: 4 more like this.\n");
+        script.unlink(kRunningFile);
+        script.sleep(30).returns(0);
+        expect_stop(script);
+        run();
+      },
+      ExitedWithCode(1), "");
+}
+
+TEST_F(ReceivedPiece, IsCountedBeforeASignalsEndToo) {
+  EXPECT_EXIT(
+      {
+        watch_signals();
+        CallScript script;
+        expect_pieces(script);
+        script.stat(kStop).fails(ENOENT);
+        script.poll(kClient, POLLIN, 1'000).raises(SIGTERM);
+        script.stat(kStop).fails(ENOENT);
+        script.close(kClient);
+        script.unlink(kRunningFile);
+        run();
+      },
+      ExitedWithCode(0), std::string(kTenLines) + "6 tvurev: signal 15 ends");
 }
 
 }  // namespace

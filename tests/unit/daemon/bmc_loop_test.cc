@@ -418,6 +418,33 @@ TEST_F(BmcLoop, IsPacedWhileReadingKeepsFailingOrComesBackEmpty) {
       ExitedWithCode(1), "reading from the BMC channel keeps failing \\(No data available\\)");
 }
 
+// In the second of a complaint's tenth line nobody comes by to count the rest out.
+TEST_F(BmcLoop, SaysHowManyComplaintsWereHeldBackBeforeItSaysGoodbye) {
+  trap_destinations = {"192.0.2.7"};
+  EXPECT_EXIT(
+      {
+        CallScript script;
+        expect_connection(script, 0);
+        for (int packet = 0; packet < 14; ++packet) {
+          expect_poll(script, POLLIN);
+          script.ioctl(kFd).gives(ChifBuilder(1).agentx(NotifyBuilder().bytes()).bytes());
+          expect_no_stop(script);
+        }
+        expect_poll(script, POLLHUP);
+        script.message(LOG_ERR,
+                       "tvurev: notifications without a valid trap OID: 4 more like this.\n");
+        expect_goodbye(script);
+        expect_no_stop(script);
+        expect_connection(script, 1);
+        expect_poll(script, 0);
+        expect_end_of_loop(script);
+        run_loop();
+      },
+      ExitedWithCode(1),
+      "(3 tvurev: notification without a valid trap OID \\[\\]: no trap sent\n){10}"
+      "3 tvurev: notifications without a valid trap OID: 4 more like this.\n");
+}
+
 TEST_F(BmcLoop, LeavesABmcThatHangsUpOnEverySessionAloneForTenSeconds) {
   EXPECT_EXIT(
       {
