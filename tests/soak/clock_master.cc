@@ -167,8 +167,8 @@ void ClockMaster::settle(const Pump& pump) {
 void ClockMaster::step(SimTime limit, const Pump& pump) {
   uint64_t next = as_count(limit);
   for (const clock_slot& slot : page_->slots) {
-    if (get(slot.state) == SLOT_WAITING) {
-      next = std::min(next, get(slot.deadline));
+    if (get(slot.state) != SLOT_FREE) {
+      next = std::min(next, is_at_rest(slot) ? get(slot.deadline) : page_->now);
     }
   }
   __atomic_store_n(&page_->now, std::max(next, page_->now), __ATOMIC_SEQ_CST);

@@ -51,7 +51,8 @@ class ClockMaster {
   void settle(const Pump& pump);
 
   // Moves the time to its next deadline, but not past the limit, wakes whose
-  // deadline it is, and settles.
+  // deadline it is, and settles. While a process runs the time stands still, and
+  // this only settles.
   void step(SimTime limit, const Pump& pump);
 
   // Whether name servers keep silent; a look-up that waits for one goes on waiting.

@@ -112,6 +112,8 @@ void World::start_daemon() {
 
 // An end that nobody asked for is a failure, an asked one another start.
 void World::supervise() {
+  // Its output closes before it has ended: by then there may be nothing to take.
+  daemon.pump();
   if (!daemon.ended() || daemon.pid() == -1) {
     return;
   }
