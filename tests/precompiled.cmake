@@ -16,10 +16,10 @@ target_precompile_headers(tests_precompiled PRIVATE
 
 # Targets of this folder and those below it that link GoogleTest, and so are
 # compiled as the header was.
-function(use_precompiled_header folder)
+function(build_sooner folder)
   get_directory_property(subfolders DIRECTORY ${folder} SUBDIRECTORIES)
   foreach(subfolder IN LISTS subfolders)
-    use_precompiled_header(${subfolder})
+    build_sooner(${subfolder})
   endforeach()
   get_directory_property(targets DIRECTORY ${folder} BUILDSYSTEM_TARGETS)
   foreach(target IN LISTS targets)
@@ -36,4 +36,4 @@ function(use_precompiled_header folder)
     endif()
   endforeach()
 endfunction()
-use_precompiled_header(${CMAKE_CURRENT_SOURCE_DIR})
+build_sooner(${CMAKE_CURRENT_SOURCE_DIR})
