@@ -102,6 +102,10 @@ void World::hang_up_bmc() {
   bmc.execute(HangupEvent{});
 }
 
+void World::hold_channels(bool held) {
+  bmc.execute(OccupyEvent{.first = 0, .last = kLastChannel, .occupied = held});
+}
+
 void World::send_packet(const Bytes& packet) {
   bmc.push(bmc.session_channel(), packet);
 }
@@ -261,11 +265,9 @@ void notify_in_hello(World& world, const LifeEvent& event) {
 }
 
 void busy_channels(World& world, const LifeEvent& event) {
-  OccupyEvent occupy = {.first = 0, .last = kLastChannel, .occupied = true};
-  world.bmc.execute(occupy);
+  world.hold_channels(true);
   world.hang_up_bmc();
-  occupy.occupied = false;
-  world.after(std::chrono::seconds(event.value), [&world, occupy] { world.bmc.execute(occupy); });
+  world.after(std::chrono::seconds(event.value), [&world] { world.hold_channels(false); });
 }
 
 void hang_up_at_once(World& world, const LifeEvent& event) {

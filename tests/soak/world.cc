@@ -98,8 +98,10 @@ void World::start_daemon() {
     set_targets(*next_targets);
     next_targets.reset();
   }
-  // What a start must find out, a name server that keeps silent would not say.
+  // What a start must find out, a name server that keeps silent would not say, and
+  // nobody could ask a BMC whose channels are all held.
   clock.silence_names(false);
+  hold_channels(false);
   received_at_start = account.receivers[0].received;
   std::vector<std::string> environment = clock.environment(library);
   environment.emplace_back("ASAN_OPTIONS=verify_asan_link_order=0:log_path=/tmp/sanitizer");

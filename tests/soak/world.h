@@ -121,6 +121,7 @@ struct World {
   void hear(const Happening& happening);
   void run_due();
   void hang_up_bmc();
+  void hold_channels(bool held);  // by others
   void send_packet(const Bytes& packet);
   void send_good(uint32_t number);
   void set_targets(uint32_t row);
