@@ -7,7 +7,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cstdlib>
+#include <string>
 
 #include "base/descriptor.h"
 

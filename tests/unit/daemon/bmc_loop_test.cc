@@ -418,7 +418,7 @@ TEST_F(BmcLoop, IsPacedWhileReadingKeepsFailingOrComesBackEmpty) {
       ExitedWithCode(1), "reading from the BMC channel keeps failing \\(No data available\\)");
 }
 
-// In the second of a complaint's tenth line nobody comes by to count the rest out.
+// The session ends within their second, before the loop would count them out.
 TEST_F(BmcLoop, SaysHowManyComplaintsWereHeldBackBeforeItSaysGoodbye) {
   trap_destinations = {"192.0.2.7"};
   EXPECT_EXIT(

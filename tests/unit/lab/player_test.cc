@@ -29,7 +29,7 @@ class PlayerTest : public testing::Test {
   Simulator bmc_;
 };
 
-constexpr const char* kHelloEvent = "1000070093010d000100000000000000";
+constexpr const char* kHelloPacket = "1000070093010d000100000000000000";
 constexpr const char* kConnect = "1000000093010d000300000000000000";
 
 }  // namespace
@@ -39,7 +39,7 @@ TEST_F(PlayerTest, PlaysLinesUntilOneHasToWait) {
   EXPECT_EQ(play(&waiting, &bmc_), PlayState::kWaiting);
   EXPECT_TRUE(bmc_.variables.contains("A"));
   EXPECT_FALSE(bmc_.variables.contains("B"));
-  const Descriptor fd = host(kHelloEvent);
+  const Descriptor fd = host(kHelloPacket);
   while (bmc_.step(0)) {
   }
   EXPECT_EQ(play(&waiting, &bmc_), PlayState::kDone);
@@ -47,7 +47,7 @@ TEST_F(PlayerTest, PlaysLinesUntilOneHasToWait) {
 }
 
 TEST_F(PlayerTest, WhatHappenedBeforeCountsOnce) {
-  const Descriptor fd = host(kHelloEvent);
+  const Descriptor fd = host(kHelloPacket);
   while (bmc_.step(0)) {
   }
   Player once = player("expect open\nexpect hello\n");
@@ -91,7 +91,7 @@ TEST_F(PlayerTest, AnEventThatCannotBeDoneNamesItsLine) {
 }
 
 TEST_F(PlayerTest, DrainedWaitsUntilTheHostHasRead) {
-  const Descriptor fd = host(kHelloEvent);
+  const Descriptor fd = host(kHelloPacket);
   while (bmc_.step(0)) {
   }
   Player waiting = player("expect drained\n");

@@ -128,8 +128,8 @@ TEST_F(PciQueries, PreferASlotToAnOnboardDevice) {
            .add(onboard(0x2900, 0, 1, 0))
            .add(pci_slot(0x0901, 0, 1))
            .add(correlation(0x2000, 0x2900, "onboard"))
-           .add(correlation(0x2001, 0x0901, "pci_slot")));
-  EXPECT_STREQ(SmbGetPciName(0, 1, 0, 0), "name pci_slot");
+           .add(correlation(0x2001, 0x0901, "slot")));
+  EXPECT_STREQ(SmbGetPciName(0, 1, 0, 0), "name slot");
 }
 
 TEST_F(PciLocation, IsACopyThatTheCallerOwns) {
